@@ -1,0 +1,79 @@
+#include "Logger.h"
+
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <ctime>
+#include <iomanip>
+#include <locale>
+#include <sstream>
+#include <thread>
+
+std::ofstream Logger::logFile;
+std::string Logger::logBuffer;
+
+void Logger::open(const std::filesystem::path& file, bool truncate) {
+  validateAndCreatePath(file);
+  logFile.open(file.c_str(), truncate ? std::ios::trunc : std::ios::app);
+}
+
+void Logger::validateAndCreatePath(const std::filesystem::path& file) {
+  const std::filesystem::path folder = file.parent_path();
+  if (!folder.empty() && !std::filesystem::exists(folder))
+    std::filesystem::create_directories(folder);
+}
+
+void Logger::log(const std::string& message) {
+  if (!logFile.is_open())
+    return;
+  addTime(logBuffer);
+  logBuffer += message;
+  logBuffer += '\n';
+  if (const char* user = std::getenv("USER"))
+    replaceAll(logBuffer, user);
+  logFile << logBuffer.c_str() << std::flush; // as C text: a message ends at its first NUL
+  logBuffer.clear();
+}
+
+void Logger::addTime(std::string& text) {
+  using namespace std::chrono;
+  const auto reading = duration_cast<microseconds>(system_clock::now().time_since_epoch());
+  const auto seconds =
+      static_cast<std::time_t>(duration_cast<std::chrono::seconds>(reading).count());
+  const std::int64_t milliseconds = reading.count() / 1000 % 1000;
+  std::tm local{};
+  localtime_r(&seconds, &local);
+
+  std::ostringstream stamp;
+  stamp.imbue(std::locale::classic());
+  stamp << std::put_time(&local, "%Y-%m-%d %H:%M:%S") << '.' << std::setfill('0') << std::setw(3)
+        << milliseconds << ' ';
+  text += stamp.str();
+}
+
+void Logger::replaceAll(std::string& text, const std::string& what) {
+  std::size_t position = 0;
+  while (position <= text.size()) {
+    if (what.empty()) {
+      // Nothing to find, so no way forward: the loop does not end, as it never has. The yield keeps
+      // the compiler from assuming that it does.
+      std::this_thread::yield();
+      continue;
+    }
+    position = text.find(what, position);
+    if (position == std::string::npos)
+      return;
+    text.replace(position, what.size(), what.size(), '*');
+    position += what.size();
+  }
+}
+
+void Logger::close() {
+  if (logFile.is_open())
+    logFile.close();
+}
+
+void Logger::reopen(const std::filesystem::path& file) {
+  close();
+  logFile.open(file.c_str(), std::ios::app);
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+// The one log of the process: a text file with one time-stamped line per message, the login name
+// masked, flushed line by line. Failures are silent: no log ever stops a launch. Not safe for use
+// by two threads at once.
+class Logger {
+public:
+  // Creates the file's folder if it is missing, then opens the file, emptied (truncate) or for
+  // appending. A file that cannot be opened leaves the log closed. While a log is open already,
+  // that file stays and drops every further line until close(). Raises filesystem_error when the
+  // folder cannot be examined or created.
+  static void open(const std::filesystem::path& file, bool truncate);
+
+  // Creates the folder of the given file, with its parents, unless something of that name exists or
+  // the path is a bare file name. Raises filesystem_error.
+  static void validateAndCreatePath(const std::filesystem::path& file);
+
+  // Writes one line; without an open log, does nothing. With USER set but empty it never returns.
+  static void log(const std::string& message);
+
+  // Appends the local time to the millisecond and one blank.
+  static void addTime(std::string& text);
+
+  // Replaces every occurrence of what by as many stars. Never returns for an empty what.
+  static void replaceAll(std::string& text, const std::string& what);
+
+  static void close();
+
+  // Closes the log and appends to the given file, whose folder must exist.
+  static void reopen(const std::filesystem::path& file);
+
+private:
+  static std::ofstream logFile;
+  static std::string logBuffer; // one line in the making; empty between calls
+};

@@ -1,0 +1,39 @@
+#include "ThinClientLauncher.h"
+
+#include "LaunchArguments.h"
+#include "LauncherHelper.h"
+#include "Logger.h"
+
+static std::string readClientVersion(int argc, char** argv) {
+  if (!hasClientVersion(argc, argv))
+    return {};
+  const std::string clientVersion = argv[2];
+  Logger::log("hvd Client Version provided: " + clientVersion);
+  return clientVersion;
+}
+
+ThinClientLauncher::ThinClientLauncher() = default;
+
+ThinClientLauncher::~ThinClientLauncher() = default;
+
+int ThinClientLauncher::launch(int argc, char** argv) {
+  if (isLoadMode(argc, argv)) {
+    Logger::log("load mode, load main dll");
+    LauncherHelper::loadMainDllFromCurrentDirectory();
+    return 0;
+  }
+
+  Logger::log("launcher mode");
+  const std::string clientVersion = readClientVersion(argc, argv);
+  const auto candidates = scanForPossibleDirectories();
+  const auto viable = filterInviableDirectories(candidates);
+  auto compatible = filterIncompatibleDirectories(viable, clientVersion);
+  if (compatible.empty())
+    compatible = viable;
+  const auto best = findBestCandidate(compatible);
+
+  LauncherHelper::launchFromDirectory(best, LOAD_MODE_ARGUMENT);
+  updateLaunchInfo(best);
+  cleanUpLauncherDirectory(best);
+  return 0;
+}

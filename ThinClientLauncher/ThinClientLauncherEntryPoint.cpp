@@ -1,0 +1,31 @@
+#include "ThinClientLauncherEntryPoint.h"
+
+#include "LaunchArguments.h"
+#include "LauncherConstants.h"
+#include "LauncherHelper.h"
+#include "Logger.h"
+#include "ThinClientLauncher.h"
+
+namespace LauncherLogger {
+
+// Opens the mode's log file, emptied. Without a log folder there is no log, rather than a file in
+// the host's working folder.
+static void initialize(int argc, char** argv) {
+  const std::filesystem::path folder = LauncherHelper::getLogPath();
+  if (folder.empty())
+    return;
+  const std::string& name =
+      isLoadMode(argc, argv) ? VDI_LAUNCH_LOGE_LOAD_MODE : VDI_LAUNCH_LOGE_LAUNCH_MODE;
+  Logger::open(folder / name, true);
+}
+
+} // namespace LauncherLogger
+
+extern "C" int ThinClientLauncherEntryPoint(int argc, char** argv) {
+  LauncherLogger::initialize(argc, argv);
+  Logger::log("ThinClientLauncher DLL entry point called");
+  ThinClientLauncher launcher;
+  const int result = launcher.launch(argc, argv);
+  Logger::close();
+  return result;
+}

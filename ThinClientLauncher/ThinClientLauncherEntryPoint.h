@@ -1,0 +1,28 @@
+#pragma once
+
+// The library's one C entry point, for a host or for the started application. Find it by name with
+// dlsym, or link against the library. This header is valid C.
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// argv[1] "loadmode": loads the main library from the Frameworks folder of the running executable
+// and returns when that library's VDIEntryPoint does.
+//
+// Anything else: launcher mode. Chooses an installed copy, asks the system to start it, waits
+// 3000 milliseconds, updates the copy's records and removes old copies. With argc of 3 or more and
+// argv[1] "launchermode", argv[2] is the host's client version; without one every copy fits.
+//
+// Returns 0, always: what happened is in the log file. Blocks the calling thread; must not be
+// called by two threads at once. C++ exceptions of the file system (std::filesystem_error: a
+// folder that cannot be examined, listed or created) leave the function.
+//
+// On disk: empties and writes the mode's log file; in launcher mode also rewrites the record files
+// of the chosen copy and the list of corrupt versions, and removes folders, all of it inside the
+// user's launcher folder.
+__attribute__((visibility("default"))) int ThinClientLauncherEntryPoint(int argc, char** argv);
+
+#ifdef __cplusplus
+}
+#endif

@@ -1,0 +1,129 @@
+#include "../LauncherHelper.h"
+
+#include "ApplicationStart.h"
+#include "PropertyList.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <exception>
+#include <pwd.h>
+#include <syslog.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace LauncherHelper::Platform {
+
+// --- Folders ---
+
+static fs::path homeFromPasswordFile() {
+  std::vector<char> buffer(16 * 1024);
+  passwd entry{};
+  passwd* found = nullptr;
+  ::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found);
+  return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : "";
+}
+
+static fs::path homeDirectory() {
+  const char* const home = std::getenv("HOME");
+  return home != nullptr && *home != '\0' ? home : homeFromPasswordFile();
+}
+
+fs::path libraryDirectory() {
+  const fs::path home = homeDirectory();
+  return home.empty() ? fs::path() : home / "Library";
+}
+
+fs::path applicationSupportDirectory() {
+  const fs::path library = libraryDirectory();
+  return library.empty() ? fs::path() : library / "Application Support";
+}
+
+// --- Bundles ---
+
+std::string bundleVersion(const fs::path& bundle) {
+  return PropertyList::readText(bundle / "Contents" / "Info.plist", "CFBundleShortVersionString");
+}
+
+// --- Application start ---
+
+// The worker may still run when the host closes the library: its code has to stay.
+static void keepLibraryMapped() {
+  Dl_info self{};
+  if (::dladdr(reinterpret_cast<void*>(&keepLibraryMapped), &self) != 0)
+    ::dlopen(self.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+}
+
+// No signal for the host is handled on a thread that is started while one of these lives.
+class SignalsBlocked {
+public:
+  SignalsBlocked() {
+    sigset_t all;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before);
+  }
+  ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+private:
+  sigset_t before;
+};
+
+static void report(const std::string& failure) {
+  if (failure.empty())
+    ::syslog(LOG_USER | LOG_INFO, "launch app succeed");
+  else
+    ::syslog(LOG_USER | LOG_ERR, "Failed to run the app: %s", failure.c_str());
+}
+
+// May outlive the process's static objects and touches none of this library's. An exception that
+// left the thread would end the host.
+static void startAndReport(const fs::path& bundle, const std::string& argument) noexcept {
+  try {
+    report(ApplicationStart::run(bundle, argument));
+  } catch (const std::exception& failure) {
+    ::syslog(LOG_USER | LOG_ERR, "Failed to run the app: %s", failure.what());
+  }
+}
+
+void startApplication(const fs::path& bundle, const std::string& argument) {
+  keepLibraryMapped();
+  const SignalsBlocked signalsBlocked;
+  try {
+    std::thread(startAndReport, bundle, argument).detach();
+  } catch (const std::system_error&) {
+    // Where no thread can be had, no process can either, and the system log, which may block, is
+    // not written on the caller's thread: this start fails unreported.
+  }
+}
+
+// --- Libraries ---
+
+// Where the executable cannot be found, the notation of other systems stands in, for the loader to
+// refuse and the log to show.
+std::string frameworksPrefix() {
+  std::error_code error;
+  const fs::path executable = fs::read_symlink("/proc/self/exe", error);
+  const std::string folder = error ? "@executable_path" : executable.parent_path().string();
+  return folder + "/../Frameworks/";
+}
+
+void* loadLibrary(const std::string& path) {
+  return ::dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL);
+}
+
+void* findSymbol(void* library, const std::string& name) {
+  return ::dlsym(library, name.c_str());
+}
+
+std::string loaderError() {
+  const char* const text = ::dlerror();
+  return text != nullptr ? text : "";
+}
+
+} // namespace LauncherHelper::Platform

@@ -1,0 +1,22 @@
+# GLib starts processes, libplist reads a bundle's property list.
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0>=2.74)
+pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0>=2.2)
+
+target_sources(launcher_objects PRIVATE
+  linux/ApplicationStart.cpp
+  linux/BinaryListGuard.cpp
+  linux/LauncherHelper.cpp
+  linux/PropertyList.cpp)
+target_link_libraries(launcher_objects PUBLIC
+  PkgConfig::GLIB PkgConfig::PLIST Threads::Threads ${CMAKE_DL_LIBS})
+
+# A unique symbol would keep the library mapped whatever the host does.
+target_compile_options(launcher_objects PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+
+# A host, or another copy of this library, may hold symbols of the same names: each copy keeps to
+# its own.
+set(exports ${CMAKE_CURRENT_SOURCE_DIR}/linux/exports.map)
+target_link_options(ThinClientLauncher PRIVATE -Wl,-Bsymbolic -Wl,--version-script=${exports})
+set_target_properties(ThinClientLauncher PROPERTIES LINK_DEPENDS ${exports})

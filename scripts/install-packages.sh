@@ -1,0 +1,51 @@
+#!/usr/bin/env bash
+# Installs what is missing for the named purposes and says what that is.
+# Usage: scripts/install-packages.sh build|test|clang ...
+set -euo pipefail
+
+# One line per package: purpose, name, reason.
+packages() {
+  cat <<'LIST'
+build g++ compiles the library
+build cmake configures the build
+build ninja-build runs the build
+build pkg-config finds the two libraries of the Linux bridge
+build libglib2.0-dev starts processes from inside a host without zombies or leaked descriptors
+build libplist-dev reads property lists, XML and binary
+test googletest test framework, compiled with the flags of each build
+test bubblewrap private /Applications and system log for the tests
+test strace traces what a process asks of the system
+test clang-format-16 checks the format
+clang clang-16 second compiler
+clang libc++-16-dev the standard library of macOS
+clang libc++abi-16-dev its runtime part
+LIST
+}
+
+packages_for() {
+  local purpose
+  for purpose in "$@"; do
+    packages | awk -v purpose="$purpose" '$1 == purpose { print $2 }' | grep . ||
+      { echo "install-packages.sh: no such purpose: $purpose (build, test or clang)" >&2; exit 2; }
+  done
+}
+
+is_installed() { dpkg-query -W -f '${Status}' "$1" 2>/dev/null | grep -q '^install ok installed$'; }
+
+as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
+
+wanted=$(packages_for "$@")
+command -v apt-get >/dev/null || {
+  echo "install-packages.sh: needs apt-get (Debian 12, Ubuntu 24.04 or later)." >&2
+  exit 1
+}
+missing=()
+for package in $wanted; do
+  is_installed "$package" || missing+=("$package")
+done
+[ "${#missing[@]}" -eq 0 ] && exit 0
+
+echo "Installing: ${missing[*]}"
+as_root apt-get update -qq
+as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
+  "${missing[@]}" >/dev/null
