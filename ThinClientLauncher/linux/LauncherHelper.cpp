@@ -91,11 +91,18 @@ static void startAndReport(const fs::path& bundle, const std::string& argument) 
   }
 }
 
+// The application's working folder is another, so a relative path has to be resolved here.
+static fs::path resolved(const fs::path& path) {
+  std::error_code error;
+  const fs::path absolute = fs::absolute(path, error);
+  return error ? path : absolute;
+}
+
 void startApplication(const fs::path& bundle, const std::string& argument) {
   keepLibraryMapped();
   const SignalsBlocked signalsBlocked;
   try {
-    std::thread(startAndReport, bundle, argument).detach();
+    std::thread(startAndReport, resolved(bundle), argument).detach();
   } catch (const std::system_error&) {
     // Where no thread can be had, no process can either, and the system log, which may block, is
     // not written on the caller's thread: this start fails unreported.
