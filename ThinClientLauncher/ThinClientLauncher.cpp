@@ -27,10 +27,7 @@ int ThinClientLauncher::launch(int argc, char** argv) {
   const std::string clientVersion = readClientVersion(argc, argv);
   const auto candidates = scanForPossibleDirectories();
   const auto viable = filterInviableDirectories(candidates);
-  auto compatible = filterIncompatibleDirectories(viable, clientVersion);
-  if (compatible.empty())
-    compatible = viable;
-  const auto best = findBestCandidate(compatible);
+  const auto best = findBestCandidate(selectCompatible(viable, clientVersion));
 
   LauncherHelper::launchFromDirectory(best, LOAD_MODE_ARGUMENT);
   updateLaunchInfo(best);

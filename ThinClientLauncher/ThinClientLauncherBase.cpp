@@ -7,6 +7,7 @@
 #include <charconv>
 #include <ctime>
 #include <fstream>
+#include <iterator>
 #include <locale>
 #include <optional>
 #include <set>
@@ -18,11 +19,8 @@ using Path = ThinClientLauncherBase::Path;
 using CandidateList = ThinClientLauncherBase::CandidateList;
 
 constexpr const char* CORRUPT_CHECK_BASE_VERSION = "45.10.0.32950";
-constexpr std::uint32_t CORRUPT_LAUNCH_COUNT_THRESHOLD = 3;
 constexpr const char* ANY_CLIENT_VERSION = "1.0.0.1";
 constexpr const char* LOWEST_CANDIDATE_VERSION = "0.0.0.0";
-constexpr std::uint32_t ALL_VERSION_COMPONENTS = 4;
-constexpr std::uint32_t COMPATIBLE_VERSION_COMPONENTS = 2;
 
 constexpr const char* LAUNCH_DAT_FILE_NAME = "launch.dat";
 constexpr const char* LAUNCHED_COUNT_FILE_NAME = "launchCount.dat";
@@ -118,8 +116,14 @@ static CandidateList setupEngineDirectories(const CandidateList& candidates) {
 
 CandidateList
 ThinClientLauncherBase::filterInviableDirectories(const CandidateList& candidates) const {
-  CandidateList viable;
-  std::vector<std::string> corruptVersions;
+  Viability judged = judgeViability(candidates);
+  writeCorruptVersions(judged.corruptVersions);
+  return std::move(judged.viable);
+}
+
+ThinClientLauncherBase::Viability
+ThinClientLauncherBase::judgeViability(const CandidateList& candidates) const {
+  Viability judged;
   for (const auto& dir : candidates) {
     if (!LauncherHelper::isVDIPluginDirectory(dir))
       continue;
@@ -128,15 +132,16 @@ ThinClientLauncherBase::filterInviableDirectories(const CandidateList& candidate
       Logger::log("VDI Skipping corrupt directory: " + name);
       const std::string version = LauncherHelper::getDirectoryVersion(dir);
       if (!version.empty())
-        corruptVersions.push_back(version);
+        judged.corruptVersions.push_back(version);
     } else {
-      viable.push_back(dir);
+      judged.viable.push_back(dir);
       const std::string launchCount = std::to_string(getLaunchCount(dir));
       Logger::log("safe start Directory: " + name + ", Launch Count: " + launchCount);
     }
   }
-  writeCorruptVersions(corruptVersions);
-  return viable.empty() ? setupEngineDirectories(candidates) : viable;
+  if (judged.viable.empty())
+    judged.viable = setupEngineDirectories(candidates);
+  return judged;
 }
 
 bool ThinClientLauncherBase::isDirectoryCorrupt(const Path& dir) const {
@@ -175,6 +180,14 @@ CandidateList ThinClientLauncherBase::filterIncompatibleDirectories(
         !isGreaterVersion(version, clientVersion, COMPATIBLE_VERSION_COMPONENTS))
       compatible.push_back(dir);
   }
+  return compatible;
+}
+
+CandidateList ThinClientLauncherBase::selectCompatible(
+    const CandidateList& viable, const std::string& clientVersion) const {
+  auto compatible = filterIncompatibleDirectories(viable, clientVersion);
+  if (compatible.empty())
+    return viable;
   return compatible;
 }
 
@@ -276,24 +289,36 @@ void ThinClientLauncherBase::writeCorruptVersions(const std::vector<std::string>
 // --- Clean-up ---
 
 void ThinClientLauncherBase::cleanUpLauncherDirectory(const Path& launchedDir) const {
+  for (const auto& folder : planCleanUp(foldersToCleanUp(launchedDir)).removed)
+    removeDirectory(folder.dir);
+}
+
+std::vector<ThinClientLauncherBase::LaunchedFolder>
+ThinClientLauncherBase::foldersToCleanUp(const Path& launchedDir) const {
   if (!isBelongLaunchDirectory(launchedDir)) {
     Logger::log("not started from launcher folder, do not clean");
-    return;
+    return {};
   }
-  std::vector<std::pair<fs::file_time_type, Path>> others;
+  std::vector<LaunchedFolder> others;
   for (const auto& dir : subFolders(LauncherHelper::getLauncherDirectory())) {
     if (dir != launchedDir)
-      others.emplace_back(getLastLaunchTime(dir), dir);
+      others.push_back({getLastLaunchTime(dir), dir});
   }
-  if (others.size() <= OTHER_FOLDERS_KEPT)
-    return;
-  // By time alone: which of several never launched folders go is not defined.
-  std::sort(others.begin(), others.end(), [](const auto& left, const auto& right) {
-    return left.first < right.first;
+  return others;
+}
+
+ThinClientLauncherBase::CleanUpPlan
+ThinClientLauncherBase::planCleanUp(std::vector<LaunchedFolder> folders) {
+  std::sort(folders.begin(), folders.end(), [](const auto& left, const auto& right) {
+    return left.launchTime < right.launchTime;
   });
-  others.resize(others.size() - OTHER_FOLDERS_KEPT);
-  for (const auto& [time, dir] : others)
-    removeDirectory(dir);
+  const auto removedCount = folders.size() - std::min(folders.size(), OTHER_FOLDERS_KEPT);
+  CleanUpPlan plan;
+  plan.kept.assign(
+      std::next(folders.begin(), static_cast<std::ptrdiff_t>(removedCount)), folders.end());
+  folders.resize(removedCount);
+  plan.removed = std::move(folders);
+  return plan;
 }
 
 void ThinClientLauncherBase::removeDirectory(const Path& dir) {

@@ -8,6 +8,11 @@
 #include <string>
 #include <vector>
 
+// The numbers of the rules, for whoever explains a choice.
+constexpr std::uint32_t ALL_VERSION_COMPONENTS = 4;
+constexpr std::uint32_t COMPATIBLE_VERSION_COMPONENTS = 2;
+constexpr std::uint32_t CORRUPT_LAUNCH_COUNT_THRESHOLD = 3;
+
 // The rules of a launch: which installed copies are candidates, which of them is started, what is
 // recorded about it and which old copies are removed.
 //
@@ -89,4 +94,33 @@ public:
 
   // Removes dir and all below it; never follows links. A failure is logged and may leave a part.
   static void removeDirectory(const Path& dir);
+
+  // --- What the operations above decide, without their effects; not exported ---
+
+  struct Viability {
+    CandidateList viable;
+    std::vector<std::string> corruptVersions; // in candidate order, with duplicates
+  };
+
+  Viability judgeViability(const CandidateList& candidates) const;
+
+  // The compatible ones of the viable copies, or all of them when none is compatible.
+  CandidateList
+  selectCompatible(const CandidateList& viable, const std::string& clientVersion) const;
+
+  struct LaunchedFolder {
+    std::filesystem::file_time_type launchTime;
+    Path dir;
+  };
+
+  // The launcher folder's folders that a launch of launchedDir may remove.
+  std::vector<LaunchedFolder> foldersToCleanUp(const Path& launchedDir) const;
+
+  struct CleanUpPlan {
+    std::vector<LaunchedFolder> removed; // both by launch time, earliest first
+    std::vector<LaunchedFolder> kept;
+  };
+
+  // By launch time alone: which of several never launched folders go is not defined.
+  static CleanUpPlan planCleanUp(std::vector<LaunchedFolder> folders);
 };
