@@ -13,7 +13,9 @@ target_link_libraries(launcher_objects PUBLIC
   PkgConfig::GLIB PkgConfig::PLIST Threads::Threads ${CMAKE_DL_LIBS})
 
 # A unique symbol would keep the library mapped whatever the host does.
-target_compile_options(launcher_objects PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+foreach(objects IN ITEMS launcher_rules launcher_objects)
+  target_compile_options(${objects} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+endforeach()
 
 # A host, or another copy of this library, may hold symbols of the same names: each copy keeps to
 # its own.

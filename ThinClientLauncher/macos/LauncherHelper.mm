@@ -1,0 +1,113 @@
+// The one source that talks to Foundation, AppKit and dyld. It reads the same with and without
+// ARC: every object comes from a convenience constructor and ends with the pool of its operation.
+
+#include "../LauncherHelper.h"
+
+#import <AppKit/AppKit.h>
+#import <Foundation/Foundation.h>
+
+#include <dlfcn.h>
+
+namespace fs = std::filesystem;
+
+namespace LauncherHelper::Platform {
+
+// --- Texts ---
+
+// Nil for bytes that are not UTF-8.
+static NSString* platformString(const std::string& text) {
+  return [NSString stringWithUTF8String:text.c_str()];
+}
+
+// Empty for nil and for whatever is no text or has no UTF-8 form.
+static std::string standardString(id value) {
+  if (![value isKindOfClass:[NSString class]])
+    return {};
+  const char* const text = [value UTF8String];
+  return text != nullptr ? text : "";
+}
+
+// --- Folders ---
+
+fs::path applicationSupportDirectory() {
+  @autoreleasepool {
+    NSArray* const folders =
+        NSSearchPathForDirectoriesInDomains(NSApplicationSupportDirectory, NSUserDomainMask, YES);
+    return standardString([folders firstObject]);
+  }
+}
+
+fs::path libraryDirectory() {
+  @autoreleasepool {
+    NSArray* const folders =
+        NSSearchPathForDirectoriesInDomains(NSLibraryDirectory, NSUserDomainMask, YES);
+    return [folders count] > 0 ? standardString([folders objectAtIndex:0]) : std::string();
+  }
+}
+
+// --- Bundles ---
+
+// Every step that finds nothing hands nil to the next.
+std::string bundleVersion(const fs::path& bundle) {
+  @autoreleasepool {
+    NSString* const path = platformString(bundle.string());
+    NSBundle* const opened = path != nil ? [NSBundle bundleWithPath:path] : nil;
+    return standardString([[opened infoDictionary] objectForKey:@"CFBundleShortVersionString"]);
+  }
+}
+
+// --- Application start ---
+
+static NSWorkspaceOpenConfiguration* newInstanceWith(NSArray* arguments) {
+  NSWorkspaceOpenConfiguration* const configuration = [NSWorkspaceOpenConfiguration configuration];
+  [configuration setEnvironment:[NSDictionary dictionary]];
+  [configuration setPromptsUserIfNeeded:YES];
+  [configuration setArguments:arguments];
+  [configuration setCreatesNewApplicationInstance:YES];
+  return configuration;
+}
+
+void startApplication(const fs::path& bundle, const std::string& argument) {
+  @autoreleasepool {
+    // A nil argument ends the list before it has begun.
+    NSArray* const arguments = [NSArray arrayWithObjects:platformString(argument), nil];
+    NSString* const path = platformString(bundle.string());
+    if (path == nil) { // no URL can name it, and AppKit would raise
+      NSLog(@"Failed to run the app: %@", @"its path is not UTF-8");
+      return;
+    }
+    NSWorkspaceOpenConfiguration* const configuration = newInstanceWith(arguments);
+    NSWorkspace* const workspace = [NSWorkspace sharedWorkspace];
+    // The handler may run long after the host has closed the library's log; it captures nothing.
+    [workspace openApplicationAtURL:[NSURL fileURLWithPath:path]
+                      configuration:configuration
+                  completionHandler:^(NSRunningApplication*, NSError* error) {
+                    if (error != nil)
+                      NSLog(@"Failed to run the app: %@", [error localizedDescription]);
+                    else
+                      NSLog(@"launch app succeed");
+                  }];
+  }
+}
+
+// --- Libraries ---
+
+// dyld resolves the notation itself.
+std::string frameworksPrefix() {
+  return "@executable_path/../Frameworks/";
+}
+
+void* loadLibrary(const std::string& path) {
+  return ::dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL);
+}
+
+void* findSymbol(void* library, const std::string& name) {
+  return ::dlsym(library, name.c_str());
+}
+
+std::string loaderError() {
+  const char* const text = ::dlerror();
+  return text != nullptr ? text : "";
+}
+
+} // namespace LauncherHelper::Platform
