@@ -1,6 +1,7 @@
 #include "PropertyList.h"
 
 #include "BinaryListGuard.h"
+#include "PlainXmlList.h"
 
 #include <glib.h>
 #include <plist/plist.h>
@@ -48,13 +49,14 @@ bool isReadableList(const struct stat& status) {
          static_cast<std::uintmax_t>(status.st_size) <= MAXIMUM_FILE_SIZE;
 }
 
-// The file's type is asked for before it is opened, since opening a device can have effects.
+// The file's type is asked for before it is opened, since opening a device can have effects. What
+// takes its place in between costs no more than the size read here.
 std::string readFile(const std::filesystem::path& file) {
   struct stat status {};
   if (::stat(file.c_str(), &status) != 0 || !isReadableList(status))
     return {};
   const Descriptor descriptor(file.c_str());
-  if (descriptor < 0 || ::fstat(descriptor, &status) != 0 || !isReadableList(status))
+  if (descriptor < 0)
     return {};
   std::string content(static_cast<std::size_t>(status.st_size), '\0');
   std::size_t filled = 0;
@@ -94,10 +96,18 @@ List parse(const std::string& content) {
   return List(list);
 }
 
+std::string validText(std::string_view text) {
+  const bool isValid = g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr);
+  return isValid ? std::string(text) : std::string();
+}
+
 } // namespace
 
 std::string readText(const std::filesystem::path& file, const char* key) {
-  const List list = parse(readFile(file));
+  const std::string content = readFile(file);
+  if (const auto text = readPlainXml(content, key))
+    return validText(*text);
+  const List list = parse(content);
   if (!list || plist_get_node_type(list.get()) != PLIST_DICT)
     return {};
   const plist_t value = plist_dict_get_item(list.get(), key);
@@ -105,9 +115,7 @@ std::string readText(const std::filesystem::path& file, const char* key) {
     return {};
   std::uint64_t length = 0;
   const char* const text = plist_get_string_ptr(value, &length);
-  if (text == nullptr || !g_utf8_validate(text, static_cast<gssize>(length), nullptr))
-    return {};
-  return std::string(text, static_cast<std::size_t>(length));
+  return text == nullptr ? std::string() : validText({text, static_cast<std::size_t>(length)});
 }
 
 } // namespace PropertyList

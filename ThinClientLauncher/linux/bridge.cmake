@@ -8,6 +8,7 @@ target_sources(launcher_objects PRIVATE
   linux/ApplicationStart.cpp
   linux/BinaryListGuard.cpp
   linux/LauncherHelper.cpp
+  linux/PlainXmlList.cpp
   linux/PropertyList.cpp)
 target_link_libraries(launcher_objects PUBLIC
   PkgConfig::GLIB PkgConfig::PLIST Threads::Threads ${CMAKE_DL_LIBS})
