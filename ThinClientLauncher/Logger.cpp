@@ -1,12 +1,11 @@
 #include "Logger.h"
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
-#include <iomanip>
-#include <locale>
-#include <sstream>
 #include <thread>
 
 std::ofstream Logger::logFile;
@@ -44,11 +43,11 @@ void Logger::addTime(std::string& text) {
   std::tm local{};
   localtime_r(&seconds, &local);
 
-  std::ostringstream stamp;
-  stamp.imbue(std::locale::classic());
-  stamp << std::put_time(&local, "%Y-%m-%d %H:%M:%S") << '.' << std::setfill('0') << std::setw(3)
-        << milliseconds << ' ';
-  text += stamp.str();
+  std::array<char, 64> calendar{};
+  std::strftime(calendar.data(), calendar.size(), "%Y-%m-%d %H:%M:%S", &local);
+  const std::string fraction = std::to_string(milliseconds);
+  text.append(calendar.data()).append(".");
+  text.append(3 - std::min<std::size_t>(3, fraction.size()), '0').append(fraction).append(" ");
 }
 
 void Logger::replaceAll(std::string& text, const std::string& what) {
