@@ -26,7 +26,7 @@ std::string systemError(const fs::path& file, int code) {
 // CFBundleExecutable, or the bundle's own name.
 fs::path executableOf(const fs::path& bundle) {
   const std::string name =
-      PropertyList::readText(bundle / "Contents" / "Info.plist", "CFBundleExecutable");
+      PropertyList::readText(bundle / "Contents/Info.plist", "CFBundleExecutable");
   return name.empty() ? bundle.stem() : fs::path(name);
 }
 

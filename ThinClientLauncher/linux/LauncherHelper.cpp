@@ -46,7 +46,7 @@ fs::path applicationSupportDirectory() {
 // --- Bundles ---
 
 std::string bundleVersion(const fs::path& bundle) {
-  return PropertyList::readText(bundle / "Contents" / "Info.plist", "CFBundleShortVersionString");
+  return PropertyList::readText(bundle / "Contents/Info.plist", "CFBundleShortVersionString");
 }
 
 // --- Application start ---
