@@ -1,0 +1,101 @@
+#include "EndToEndTest.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <sys/wait.h>
+
+namespace fs = std::filesystem;
+
+namespace test {
+
+EndToEnd::EndToEnd() : before(fs::current_path()) {
+  const fs::path work = home.path() / "work";
+  fs::create_directories(work);
+  fs::create_directories(home.path() / "reports");
+  fs::current_path(work);
+}
+
+EndToEnd::~EndToEnd() {
+  fs::current_path(before);
+  for (const auto& entry : fs::directory_iterator("/Applications"))
+    fs::remove_all(entry.path());
+}
+
+// Reaps what ended; whether nothing is left.
+static bool allProcessesEnded() {
+  while (::waitpid(-1, nullptr, WNOHANG) > 0) {
+  }
+  return ::waitpid(-1, nullptr, WNOHANG) < 0 && errno == ECHILD;
+}
+
+void EndToEnd::TearDown() {
+  runningHost.reset();
+  EXPECT_TRUE(eventually(allProcessesEnded)) << "a process is left";
+  EXPECT_EQ(hostOutput(), "");
+}
+
+fs::path EndToEnd::copyFolder(const std::string& name) const {
+  return home.launcherFolder() / name;
+}
+
+fs::path EndToEnd::makeCopy(const std::string& name, const std::string& version) {
+  return makeCopyIn(copyFolder(name), version);
+}
+
+fs::path EndToEnd::makeCopyIn(const fs::path& dir, const std::string& version) {
+  makeBundle(dir, version);
+  installExecutable(dir, PROBE_PROGRAM);
+  return dir;
+}
+
+HostProcess& EndToEnd::host() {
+  if (!runningHost) {
+    runningHost.emplace(output());
+    EXPECT_EQ(runningHost->ask({"load", LAUNCHER_LIBRARY}), "loaded");
+  }
+  return *runningHost;
+}
+
+std::string EndToEnd::launch(const std::vector<std::string>& arguments) {
+  std::vector<std::string> words{"launch"};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  return host().ask(words);
+}
+
+std::vector<ProcessReport> EndToEnd::reports() {
+  const int status = runningHost ? runningHost->end() : 0;
+  EXPECT_EQ(status, 0);
+  runningHost.reset();
+  EXPECT_TRUE(eventually(allProcessesEnded)) << "a process is left";
+  std::vector<ProcessReport> all;
+  for (const auto& entry : fs::directory_iterator(home.path() / "reports"))
+    all.push_back(fromText(readFile(entry.path())));
+  return all;
+}
+
+std::vector<std::string> EndToEnd::logMessages(const std::string& file) const {
+  constexpr std::size_t STAMP_LENGTH = 24;
+  std::vector<std::string> messages;
+  for (const auto& line : readLines(home.logFolder() / file))
+    messages.push_back(line.substr(std::min(STAMP_LENGTH, line.size())));
+  return messages;
+}
+
+std::vector<std::string> EndToEnd::launchLog() const {
+  return logMessages("vdi-launch-launchmode-log.txt");
+}
+
+std::vector<std::string> EndToEnd::loadLog() const {
+  return logMessages("vdi-launch-loadmode-log.txt");
+}
+
+fs::path executableOf(const fs::path& dir) {
+  return dir / "OrlixVDIPlugin.app" / "Contents" / "MacOS" / "OrlixVDIPlugin";
+}
+
+void installExecutable(const fs::path& dir, const fs::path& program) {
+  fs::create_directories(executableOf(dir).parent_path());
+  fs::copy_file(program, executableOf(dir), fs::copy_options::overwrite_existing);
+}
+
+} // namespace test

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "FileSystem.h"
+#include "HostProcess.h"
+#include "Polling.h"
+#include "ProcessReport.h"
+#include "SystemLog.h"
+
+#include <gmock/gmock.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace test {
+
+// A machine with a home folder, an empty /Applications and a system log. At the end of each test
+// every process that it started must have ended.
+class EndToEnd : public testing::Test {
+protected:
+  EndToEnd();
+  ~EndToEnd() override;
+
+  void TearDown() override;
+
+  // --- Copies of the plug-in ---
+
+  std::filesystem::path copyFolder(const std::string& name) const;
+
+  // A copy in the launcher folder, or elsewhere, whose executable is the probe. Returns its folder.
+  std::filesystem::path makeCopy(const std::string& name, const std::string& version);
+  std::filesystem::path makeCopyIn(const std::filesystem::path& dir, const std::string& version);
+
+  // --- The host ---
+
+  // A host that has loaded the launcher library.
+  HostProcess& host();
+
+  // One launch in that host: "returned 0", or what it was left with.
+  std::string launch(const std::vector<std::string>& arguments);
+
+  // All that hosts printed.
+  std::string hostOutput() const { return readFile(output()); }
+
+  std::filesystem::path output() const { return home.path() / "host-output"; }
+
+  // --- What came of it ---
+
+  // Lets the host end, waits until every started process has ended and returns what the probes
+  // among them reported.
+  std::vector<ProcessReport> reports();
+
+  // The lines of a log file, without the time stamps.
+  std::vector<std::string> logMessages(const std::string& file) const;
+  std::vector<std::string> launchLog() const;
+  std::vector<std::string> loadLog() const;
+
+  ScopedHome home;
+  ScopedEnvironment noUser{"USER", std::nullopt}; // which would be masked in the log
+  ScopedEnvironment reportFolder{"PROBE_REPORTS", (home.path() / "reports").string()};
+  std::optional<SystemLog> systemLog{std::in_place};
+
+private:
+  std::filesystem::path before;
+  std::optional<HostProcess> runningHost;
+};
+
+// The executable of a bundle.
+std::filesystem::path executableOf(const std::filesystem::path& dir);
+
+// Copies a program, as the executable of the bundle in dir.
+void installExecutable(const std::filesystem::path& dir, const std::filesystem::path& program);
+
+} // namespace test

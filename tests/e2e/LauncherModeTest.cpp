@@ -1,0 +1,94 @@
+#include "EndToEndTest.h"
+
+#include <chrono>
+#include <ctime>
+
+namespace fs = std::filesystem;
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+
+namespace test {
+
+namespace {
+
+// Sub-folders in the order in which the file system lists them.
+std::vector<fs::path> listing(const fs::path& dir) {
+  std::vector<fs::path> folders;
+  for (const auto& entry : fs::directory_iterator(dir)) {
+    if (entry.is_directory())
+      folders.push_back(entry.path());
+  }
+  return folders;
+}
+
+void setLaunchTime(const fs::path& dir, std::chrono::hours ago) {
+  writeFile(dir / "launch.dat", "0");
+  fs::last_write_time(dir / "launch.dat", fs::file_time_type::clock::now() - ago);
+}
+
+} // namespace
+
+class LauncherMode : public EndToEnd {};
+
+TEST_F(LauncherMode, StartsTheNewestFittingCopyKeepsItsRecordsAndRemovesOldCopies) {
+  makeCopyIn("/Applications", "45.11.0.5");
+  const fs::path chosen = makeCopy("45.12.0.900", "45.12.0.900");
+  const fs::path tooNew = makeCopy("45.13.0.10", "45.13.0.10");
+  const fs::path corrupt = makeCopy("45.12.0.950", "45.12.0.950");
+  const fs::path old = makeCopy("45.10.0.1", "45.10.0.1");
+  writeFile(corrupt / "launchCount.dat", "3");
+  writeFile(chosen / "launchCount.dat", "1");
+  writeFile(tooNew / "launchCount.dat", "7");
+  writeFile(tooNew / "started.dat", "");
+  setLaunchTime(tooNew, std::chrono::hours(1));
+  setLaunchTime(corrupt, std::chrono::hours(2));
+  setLaunchTime(old, std::chrono::hours(3));
+  const auto copies = listing(home.launcherFolder());
+
+  EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0");
+  EXPECT_THAT(systemLog->awaitMessages(1), ElementsAre("launch app succeed"));
+
+  const auto name = [](const fs::path& dir) { return dir.string(); };
+  std::vector<std::string> expected{
+      "ThinClientLauncher DLL entry point called",
+      "launcher mode",
+      "hvd Client Version provided: 45.12.0.1000",
+      "safe start Directory: /Applications, Launch Count: 0"};
+  std::vector<std::string> candidates{"find a candidate with Version: 45.11.0.5"};
+  for (const auto& dir : copies) {
+    if (dir == corrupt) {
+      expected.push_back("VDI supports CheckCorrupt: " + name(dir));
+      expected.push_back(
+          "VDI Directory marked as corrupt - Launch count: 3, Directory: " + name(dir));
+      expected.push_back("VDI Skipping corrupt directory: " + name(dir));
+      continue;
+    }
+    const std::string gate = dir == old ? "VDI does not support" : "VDI supports";
+    const std::string count = dir == tooNew ? "7" : dir == chosen ? "1" : "0";
+    expected.push_back(gate + " CheckCorrupt: " + name(dir));
+    expected.push_back("safe start Directory: " + name(dir) + ", Launch Count: " + count);
+    if (dir != tooNew)
+      candidates.push_back("find a candidate with Version: " + dir.filename().string());
+  }
+  expected.push_back(
+      "VDI Wrote 1 corrupt versions to " + name(home.launcherFolder() / "corrupt.dat"));
+  expected.insert(expected.end(), candidates.begin(), candidates.end());
+  expected.push_back("Best candidate: " + name(chosen) + " (version: 45.12.0.900)");
+  expected.push_back("VDI Launch count updated to: 2 for directory: " + name(chosen));
+  EXPECT_THAT(launchLog(), ElementsAreArray(expected));
+
+  EXPECT_EQ(readFile(chosen / "launchCount.dat"), "2");
+  EXPECT_NEAR(std::stod(readFile(chosen / "launch.dat")), static_cast<double>(::time(nullptr)), 90);
+  EXPECT_EQ(readFile(home.launcherFolder() / "corrupt.dat"), "45.12.0.950");
+  EXPECT_TRUE(fs::exists(tooNew));
+  EXPECT_TRUE(fs::exists(corrupt));
+  EXPECT_FALSE(fs::exists(old));
+  EXPECT_FALSE(fs::exists("/Applications/launchCount.dat"));
+
+  const auto started = reports();
+  ASSERT_EQ(started.size(), 1U);
+  EXPECT_EQ(started[0].at("executable"), executableOf(chosen).string());
+}
+
+} // namespace test

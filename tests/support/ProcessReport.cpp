@@ -1,0 +1,157 @@
+#include "ProcessReport.h"
+
+#include <array>
+#include <cerrno>
+#include <clocale>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <locale>
+#include <sstream>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace test {
+
+namespace {
+
+// The path that a socket is connected to; empty when it has none.
+std::string socketPeer(int descriptor) {
+  sockaddr_un peer{};
+  socklen_t size = sizeof peer;
+  if (::getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) != 0 ||
+      peer.sun_family != AF_UNIX || size <= sizeof(sa_family_t))
+    return {};
+  return peer.sun_path;
+}
+
+std::string describeDescriptor(int descriptor, const std::string& target) {
+  constexpr std::array<const char*, 3> ACCESS{"read", "write", "read-write"};
+  const int mode = ::fcntl(descriptor, F_GETFL) & O_ACCMODE;
+  const std::string peer = socketPeer(descriptor);
+  return target + " " + ACCESS.at(static_cast<std::size_t>(mode)) +
+         (peer.empty() ? "" : " connected to " + peer);
+}
+
+void describeDescriptors(ProcessReport& report) {
+  const std::string listing = "/proc/" + std::to_string(::getpid()) + "/fd";
+  for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+    std::error_code gone;
+    const std::string target = fs::read_symlink(entry.path(), gone).string();
+    if (gone || target == listing)
+      continue; // the descriptor of this very listing
+    const std::string number = entry.path().filename().string();
+    report["descriptor " + number] = describeDescriptor(std::stoi(number), target);
+  }
+}
+
+// From the kernel's own table: it covers the signals that the C library keeps to itself.
+void describeStatus(ProcessReport& report) {
+  const std::map<std::string, std::string> wanted = {
+      {"Umask", "umask"},
+      {"Threads", "threads"},
+      {"SigBlk", "signals blocked"},
+      {"SigIgn", "signals ignored"},
+      {"SigCgt", "signals handled"}};
+  std::ifstream status("/proc/thread-self/status");
+  for (std::string line; std::getline(status, line);) {
+    const auto colon = line.find(':');
+    const auto found = wanted.find(line.substr(0, colon));
+    if (found != wanted.end())
+      report[found->second] = line.substr(line.find_first_not_of(" \t", colon + 1));
+  }
+}
+
+void describeDispositions(ProcessReport& report) {
+  for (int signal = 1; signal < NSIG; ++signal) {
+    struct sigaction action {};
+    if (::sigaction(signal, nullptr, &action) != 0)
+      continue;
+    std::ostringstream text;
+    text << reinterpret_cast<void*>(action.sa_handler) << " flags " << action.sa_flags << " mask";
+    for (int masked = 1; masked < NSIG; ++masked) {
+      if (sigismember(&action.sa_mask, masked) == 1)
+        text << ' ' << masked;
+    }
+    report["disposition of signal " + std::to_string(signal)] = text.str();
+  }
+}
+
+void describeLimits(ProcessReport& report) {
+  for (int resource = 0; resource < RLIM_NLIMITS; ++resource) {
+    rlimit limit{};
+    ::getrlimit(static_cast<__rlimit_resource>(resource), &limit);
+    report["limit " + std::to_string(resource)] =
+        std::to_string(limit.rlim_cur) + " of " + std::to_string(limit.rlim_max);
+  }
+}
+
+void describeEnvironment(ProcessReport& report) {
+  for (char** variable = environ; *variable != nullptr; ++variable) {
+    const std::string text = *variable;
+    const auto equals = text.find('=');
+    report["environment " + text.substr(0, equals)] = text.substr(equals + 1);
+  }
+}
+
+bool hasChildren() {
+  siginfo_t info{};
+  return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0 || errno != ECHILD;
+}
+
+} // namespace
+
+ProcessReport describeProcess() {
+  std::error_code none;
+  ProcessReport report = {
+      {"executable", fs::read_symlink("/proc/self/exe", none).string()},
+      {"folder", fs::current_path(none).string()},
+      {"process", std::to_string(::getpid())},
+      {"parent", std::to_string(::getppid())},
+      {"session", std::to_string(::getsid(0))},
+      {"process group", std::to_string(::getpgrp())},
+      {"children", hasChildren() ? "some" : "none"},
+      {"C locale", std::setlocale(LC_ALL, nullptr)},
+      {"C++ locale", std::locale().name()}};
+  describeDescriptors(report);
+  describeStatus(report);
+  describeDispositions(report);
+  describeLimits(report);
+  describeEnvironment(report);
+  return report;
+}
+
+void describeArguments(ProcessReport& report, int argc, char** argv) {
+  for (int i = 0; i < argc; ++i)
+    report["argument " + std::to_string(i)] = argv[i];
+}
+
+std::string toText(const ProcessReport& report) {
+  std::string text;
+  for (const auto& [name, value] : report) {
+    text += name + ": ";
+    for (const char c : value)
+      text += c == '\n' ? std::string("\\n") : std::string(1, c);
+    text += '\n';
+  }
+  return text;
+}
+
+ProcessReport fromText(const std::string& text) {
+  ProcessReport report;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    const auto colon = line.find(": ");
+    report[line.substr(0, colon)] = line.substr(colon + 2);
+  }
+  return report;
+}
+
+} // namespace test
