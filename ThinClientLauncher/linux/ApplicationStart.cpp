@@ -1,5 +1,6 @@
 #include "ApplicationStart.h"
 
+#include "Descriptor.h"
 #include "PropertyList.h"
 
 #include <glib.h>
@@ -7,9 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -30,28 +29,44 @@ fs::path executableOf(const fs::path& bundle) {
   return name.empty() ? bundle.stem() : fs::path(name);
 }
 
-// Why the file cannot be run as a program; empty when it can. The start needs to know beforehand: a
-// file of an unknown format would be handed to the shell.
-std::string whyNotExecutable(const fs::path& file) {
-  struct stat status {};
-  if (::stat(file.c_str(), &status) != 0)
-    return systemError(file, errno);
-  if (!S_ISREG(status.st_mode) || ::access(file.c_str(), X_OK) != 0)
-    return systemError(file, EACCES);
-  const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (descriptor < 0)
-    return systemError(file, errno);
-  std::array<char, 4> start{};
-  const ssize_t got = ::read(descriptor, start.data(), start.size());
-  ::close(descriptor);
-  const bool known = (got == 4 && std::memcmp(start.data(), "\177ELF", 4) == 0) ||
-                     (got >= 2 && std::memcmp(start.data(), "#!", 2) == 0);
-  return known ? std::string() : systemError(file, ENOEXEC);
+// Brings the reason why a program does not run out of its process; closed when it does run.
+struct FailurePipe {
+  Descriptor readEnd;
+  Descriptor writeEnd;
+};
+
+FailurePipe openFailurePipe() {
+  std::array<int, 2> ends{-1, -1};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+    return {Descriptor(-1), Descriptor(-1)};
+  // The first three descriptors become the standard streams of the new process.
+  const Descriptor low(ends[1]);
+  return {Descriptor(ends[0]), Descriptor(::fcntl(low, F_DUPFD_CLOEXEC, STDERR_FILENO + 1))};
 }
 
-// Runs in the new process before the program does: nothing here may allocate or lock.
-void leaveHost(gpointer) {
-  ::setsid();
+// Waits for what arrives from the other process alone; 0 when nothing does.
+int awaitFailure(FailurePipe& pipe) {
+  pipe.writeEnd.close();
+  int code = 0;
+  while (::read(pipe.readEnd, &code, sizeof code) < 0 && errno == EINTR) {
+  }
+  return code;
+}
+
+struct NewProcess {
+  std::array<char*, 3> argv;
+  int failure;
+};
+
+// GLib takes a stream for its own that the host had closed.
+void openMissingStreams() {
+  int descriptor = ::open("/dev/null", O_RDWR);
+  while (descriptor >= 0 && descriptor <= STDERR_FILENO)
+    descriptor = ::open("/dev/null", O_RDWR);
+  ::close(descriptor);
+}
+
+void resetSignals() {
   struct sigaction action {};
   action.sa_handler = SIG_DFL;
   for (int signal = 1; signal < NSIG; ++signal)
@@ -61,21 +76,40 @@ void leaveHost(gpointer) {
   ::sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
+// The new process up to its program; nothing here may allocate or lock. GLib would run the program
+// next, but hands what the system does not take for one to a shell, a half installed one included.
+void becomeApplication(gpointer data) {
+  const auto& process = *static_cast<const NewProcess*>(data);
+  ::setsid();
+  openMissingStreams();
+  resetSignals();
+  ::execv(process.argv[0], process.argv.data());
+  const int code = errno;
+  [[maybe_unused]] const ssize_t told = ::write(process.failure, &code, sizeof code);
+  ::_exit(127);
+}
+
 std::string spawn(const fs::path& executable, const std::string& argument) {
+  FailurePipe failure = openFailurePipe();
+  if (failure.writeEnd < 0)
+    return systemError(executable, errno);
   std::string program = executable.string();
-  std::string copy = argument.c_str();
-  const bool isText = g_utf8_validate(copy.c_str(), -1, nullptr);
-  std::array<char*, 3> argv{program.data(), isText ? copy.data() : nullptr, nullptr};
+  std::string text = argument.c_str();
+  const bool isUtf8 = g_utf8_validate(text.c_str(), -1, nullptr);
+  NewProcess process{{program.data(), isUtf8 ? text.data() : nullptr, nullptr}, failure.writeEnd};
   // Without descriptors of its own kept closed on exec, a child that another thread of the host
   // starts at this moment would hold this call up.
   const auto flags = static_cast<GSpawnFlags>(
       G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL | G_SPAWN_CLOEXEC_PIPES);
   GError* error = nullptr;
-  if (g_spawn_async("/", argv.data(), nullptr, flags, leaveHost, nullptr, nullptr, &error))
-    return {};
-  const std::string reason = error->message;
-  g_error_free(error);
-  return reason;
+  if (!g_spawn_async(
+          "/", process.argv.data(), nullptr, flags, becomeApplication, &process, nullptr, &error)) {
+    const std::string reason = error->message;
+    g_error_free(error);
+    return reason;
+  }
+  const int code = awaitFailure(failure);
+  return code == 0 ? std::string() : systemError(executable, code);
 }
 
 } // namespace
@@ -84,9 +118,7 @@ std::string run(const fs::path& bundle, const std::string& argument) {
   const fs::path name = executableOf(bundle);
   if (name != name.filename() || name == ".." || name == ".")
     return "CFBundleExecutable is no file name: " + name.string();
-  const fs::path executable = bundle / "Contents" / "MacOS" / name;
-  const std::string reason = whyNotExecutable(executable);
-  return reason.empty() ? spawn(executable, argument) : reason;
+  return spawn(bundle / "Contents" / "MacOS" / name, argument);
 }
 
 } // namespace ApplicationStart

@@ -1,6 +1,7 @@
 #include "PropertyList.h"
 
 #include "BinaryListGuard.h"
+#include "Descriptor.h"
 #include "PlainXmlList.h"
 
 #include <glib.h>
@@ -27,23 +28,6 @@ struct ListDeleter {
 };
 using List = std::unique_ptr<void, ListDeleter>;
 
-class Descriptor {
-public:
-  explicit Descriptor(const char* path)
-      : descriptor(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {}
-  ~Descriptor() {
-    if (descriptor >= 0)
-      ::close(descriptor);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  operator int() const { return descriptor; }
-
-private:
-  int descriptor;
-};
-
 bool isReadableList(const struct stat& status) {
   return S_ISREG(status.st_mode) && status.st_size > 0 &&
          static_cast<std::uintmax_t>(status.st_size) <= MAXIMUM_FILE_SIZE;
@@ -55,7 +39,7 @@ std::string readFile(const std::filesystem::path& file) {
   struct stat status {};
   if (::stat(file.c_str(), &status) != 0 || !isReadableList(status))
     return {};
-  const Descriptor descriptor(file.c_str());
+  const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   if (descriptor < 0)
     return {};
   std::string content(static_cast<std::size_t>(status.st_size), '\0');
