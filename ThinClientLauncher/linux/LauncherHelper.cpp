@@ -3,14 +3,16 @@
 #include "ApplicationStart.h"
 #include "PropertyList.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <exception>
+#include <memory>
+#include <pthread.h>
 #include <pwd.h>
 #include <syslog.h>
 #include <system_error>
-#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -74,21 +76,48 @@ private:
   sigset_t before;
 };
 
-static void report(const std::string& failure) {
-  if (failure.empty())
+static void report(const char* failure) {
+  if (*failure == '\0')
     ::syslog(LOG_USER | LOG_INFO, "launch app succeed");
   else
-    ::syslog(LOG_USER | LOG_ERR, "Failed to run the app: %s", failure.c_str());
+    ::syslog(LOG_USER | LOG_ERR, "Failed to run the app: %s", failure);
 }
+
+struct Start {
+  fs::path bundle;
+  std::string argument;
+};
 
 // May outlive the process's static objects and touches none of this library's. An exception that
 // left the thread would end the host.
-static void startAndReport(const fs::path& bundle, const std::string& argument) noexcept {
+static void startAndReport(const Start& start) noexcept {
   try {
-    report(ApplicationStart::run(bundle, argument));
+    report(ApplicationStart::run(start.bundle, start.argument).c_str());
   } catch (const std::exception& failure) {
-    ::syslog(LOG_USER | LOG_ERR, "Failed to run the app: %s", failure.what());
+    report(failure.what());
   }
+}
+
+static void* runWorker(void* start) {
+  startAndReport(*std::unique_ptr<Start>(static_cast<Start*>(start)));
+  return nullptr;
+}
+
+// A host may have made the stacks of its threads smaller than the start needs.
+constexpr std::size_t MINIMUM_STACK_SIZE = 1024 * 1024;
+
+static bool startWorker(Start* start) {
+  pthread_attr_t attributes;
+  if (::pthread_attr_init(&attributes) != 0)
+    return false;
+  std::size_t stackSize = 0;
+  ::pthread_attr_getstacksize(&attributes, &stackSize);
+  ::pthread_attr_setstacksize(&attributes, std::max(stackSize, MINIMUM_STACK_SIZE));
+  ::pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+  pthread_t worker{};
+  const bool started = ::pthread_create(&worker, &attributes, runWorker, start) == 0;
+  ::pthread_attr_destroy(&attributes);
+  return started;
 }
 
 // The application's working folder is another, so a relative path has to be resolved here.
@@ -100,13 +129,12 @@ static fs::path resolved(const fs::path& path) {
 
 void startApplication(const fs::path& bundle, const std::string& argument) {
   keepLibraryMapped();
+  auto start = std::make_unique<Start>(Start{resolved(bundle), argument});
   const SignalsBlocked signalsBlocked;
-  try {
-    std::thread(startAndReport, resolved(bundle), argument).detach();
-  } catch (const std::system_error&) {
-    // Where no thread can be had, no process can either, and the system log, which may block, is
-    // not written on the caller's thread: this start fails unreported.
-  }
+  // Where no thread can be had, no process can either, and the system log, which may block, is not
+  // written on the caller's thread: such a start fails unreported.
+  if (startWorker(start.get()))
+    static_cast<void>(start.release()); // the worker owns it
 }
 
 // --- Libraries ---
