@@ -1,5 +1,7 @@
 #include "EndToEndTest.h"
 
+#include "Program.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <sys/wait.h>
@@ -8,7 +10,7 @@ namespace fs = std::filesystem;
 
 namespace test {
 
-EndToEnd::EndToEnd() : before(fs::current_path()) {
+EndToEnd::EndToEnd() : folderBefore(fs::current_path()) {
   const fs::path work = home.path() / "work";
   fs::create_directories(work);
   fs::create_directories(home.path() / "reports");
@@ -16,7 +18,7 @@ EndToEnd::EndToEnd() : before(fs::current_path()) {
 }
 
 EndToEnd::~EndToEnd() {
-  fs::current_path(before);
+  fs::current_path(folderBefore);
   for (const auto& entry : fs::directory_iterator("/Applications"))
     fs::remove_all(entry.path());
 }
@@ -31,7 +33,7 @@ static bool allProcessesEnded() {
 void EndToEnd::TearDown() {
   runningHost.reset();
   EXPECT_TRUE(eventually(allProcessesEnded)) << "a process is left";
-  EXPECT_EQ(hostOutput(), "");
+  EXPECT_EQ(readFile(output()), "") << "something was printed";
 }
 
 fs::path EndToEnd::copyFolder(const std::string& name) const {
@@ -62,10 +64,26 @@ std::string EndToEnd::launch(const std::vector<std::string>& arguments) {
   return host().ask(words);
 }
 
-std::vector<ProcessReport> EndToEnd::reports() {
-  const int status = runningHost ? runningHost->end() : 0;
-  EXPECT_EQ(status, 0);
+int EndToEnd::endHost() {
+  const int status = host().end();
   runningHost.reset();
+  return status;
+}
+
+int EndToEnd::run(const fs::path& program, const std::vector<std::string>& arguments) {
+  return waitForProgram(startProgram(program, arguments, output()));
+}
+
+std::string EndToEnd::outcome() {
+  const auto messages = systemLog->awaitMessages(1);
+  EXPECT_TRUE(!runningHost || eventually([&] { return runningHost->threads() == 1; }));
+  return messages.size() == 1 ? messages[0] : std::to_string(messages.size()) + " messages";
+}
+
+std::vector<ProcessReport> EndToEnd::reports() {
+  if (runningHost) {
+    EXPECT_EQ(endHost(), 0);
+  }
   EXPECT_TRUE(eventually(allProcessesEnded)) << "a process is left";
   std::vector<ProcessReport> all;
   for (const auto& entry : fs::directory_iterator(home.path() / "reports"))

@@ -33,18 +33,23 @@ protected:
 
   // --- The host ---
 
-  // A host that has loaded the launcher library.
+  // The running host, which has loaded the launcher library; started when there is none.
   HostProcess& host();
+
+  // Lets it end; returns its wait status.
+  int endHost();
 
   // One launch in that host: "returned 0", or what it was left with.
   std::string launch(const std::vector<std::string>& arguments);
 
-  // All that hosts printed.
-  std::string hostOutput() const { return readFile(output()); }
-
-  std::filesystem::path output() const { return home.path() / "host-output"; }
+  // Runs another program to its end; returns its wait status.
+  int run(const std::filesystem::path& program, const std::vector<std::string>& arguments);
 
   // --- What came of it ---
+
+  // Waits until the outcome of the only start so far stands in the system log, and no thread of it
+  // is left.
+  std::string outcome();
 
   // Lets the host end, waits until every started process has ended and returns what the probes
   // among them reported.
@@ -61,7 +66,10 @@ protected:
   std::optional<SystemLog> systemLog{std::in_place};
 
 private:
-  std::filesystem::path before;
+  // What hosts and programs print.
+  std::filesystem::path output() const { return home.path() / "output"; }
+
+  std::filesystem::path folderBefore;
   std::optional<HostProcess> runningHost;
 };
 

@@ -9,8 +9,7 @@
 
 namespace test {
 
-// A running host program (programs/Host.cpp), asked one thing at a time. It has this process's
-// environment and working folder; what it prints goes to a file.
+// A running host program (programs/Host.cpp), asked one thing at a time.
 class HostProcess {
 public:
   // Starts the program; what it prints goes to the given file.

@@ -91,4 +91,79 @@ TEST_F(LauncherMode, StartsTheNewestFittingCopyKeepsItsRecordsAndRemovesOldCopie
   EXPECT_EQ(started[0].at("executable"), executableOf(chosen).string());
 }
 
+TEST_F(LauncherMode, StartsTheInstallersCopyAndKeepsNoRecordsOfIt) {
+  makeCopyIn("/Applications", "45.12.0.5");
+  makeCopy("old", "45.10.0.1");
+  EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0");
+  EXPECT_EQ(outcome(), "launch app succeed");
+  EXPECT_EQ(launchLog().back(), "not started from launcher folder, do not clean");
+  EXPECT_THAT(listing("/Applications"), ElementsAre("/Applications/OrlixVDIPlugin.app"));
+  EXPECT_FALSE(fs::exists("/Applications/launchCount.dat"));
+  EXPECT_FALSE(fs::exists("/Applications/launch.dat"));
+  const auto started = reports();
+  ASSERT_EQ(started.size(), 1U);
+  EXPECT_EQ(started[0].at("executable"), executableOf("/Applications").string());
+}
+
+TEST_F(LauncherMode, PrefersTheInstallersCopyAmongEqualVersions) {
+  makeCopyIn("/Applications", "45.12.0.5");
+  makeCopyIn(fs::current_path(), "45.12.0.5");
+  makeCopy("same", "45.12.0.5");
+  EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0");
+  EXPECT_EQ(outcome(), "launch app succeed");
+  const auto started = reports();
+  ASSERT_EQ(started.size(), 1U);
+  EXPECT_EQ(started[0].at("executable"), executableOf("/Applications").string());
+}
+
+TEST_F(LauncherMode, FallsBackToAllViableCopiesWhereNoneFitsTheClient) {
+  makeCopyIn("/Applications", "46.1.0.0");
+  makeCopy("newest", "46.2.0.0");
+  EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0");
+  EXPECT_EQ(outcome(), "launch app succeed");
+  const auto started = reports();
+  ASSERT_EQ(started.size(), 1U);
+  EXPECT_EQ(started[0].at("executable"), executableOf(copyFolder("newest")).string());
+}
+
+TEST_F(LauncherMode, GoesThroughAllStepsWithoutAnyCandidate) {
+  EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0");
+  EXPECT_THAT(
+      launchLog(),
+      ElementsAre(
+          "ThinClientLauncher DLL entry point called",
+          "launcher mode",
+          "hvd Client Version provided: 45.12.0.1000",
+          "Best candidate:  (version: 0.0.0.0)",
+          "not started from launcher folder, do not clean"));
+  EXPECT_EQ(
+      outcome(),
+      "Failed to run the app: " + executableOf(fs::current_path()).string() +
+          ": No such file or directory");
+}
+
+// --- Errors of the file system ---
+
+TEST_F(LauncherMode, LeavesTheErrorOfAFolderWithoutPermissionToTheHostWhichLivesOn) {
+  makeCopyIn("/Applications", "45.12.0.5");
+  fs::create_directories(home.launcherFolder());
+  fs::permissions(home.path(), fs::perms(0777));
+  for (const auto& entry : fs::recursive_directory_iterator(home.path()))
+    fs::permissions(entry.path(), fs::perms(0777));
+  fs::permissions(home.launcherFolder(), fs::perms::none);
+
+  EXPECT_EQ(host().ask({"become-unprivileged"}), "unprivileged");
+  EXPECT_EQ(launch({"launchermode", "45.12.0.5"}), "filesystem_error Permission denied");
+  const auto firstLog = launchLog();
+  EXPECT_EQ(firstLog.back(), "hvd Client Version provided: 45.12.0.5");
+
+  fs::permissions(home.launcherFolder(), fs::perms(0777));
+  EXPECT_EQ(launch({"launchermode"}), "returned 0");
+  EXPECT_EQ(launchLog(), firstLog) << "the log of the launch that failed was still open";
+  EXPECT_EQ(launch({"launchermode"}), "returned 0");
+  EXPECT_EQ(launchLog().back(), "not started from launcher folder, do not clean");
+  EXPECT_EQ(systemLog->await(2).size(), 2U);
+  EXPECT_EQ(reports().size(), 2U);
+}
+
 } // namespace test

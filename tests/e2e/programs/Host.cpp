@@ -2,11 +2,15 @@
 // else of it. It obeys the commands that arrive on the socket given as its one argument, one packet
 // of words each, and answers each with one packet.
 
+#include "Polling.h"
 #include "ProcessReport.h"
 #include "SleepStandIn.h"
 
 #include <array>
+#include <atomic>
 #include <cerrno>
+#include <climits>
+#include <clocale>
 #include <csignal>
 #include <cstdlib>
 #include <dlfcn.h>
@@ -15,9 +19,12 @@
 #include <filesystem>
 #include <functional>
 #include <grp.h>
+#include <locale>
 #include <map>
+#include <pthread.h>
 #include <sstream>
 #include <string>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -133,9 +140,47 @@ static std::string becomeUnprivileged(const Words&) {
   constexpr uid_t NOBODY = 65534;
   if (::geteuid() != 0)
     return "unprivileged";
-  const bool dropped =
-      ::setgroups(0, nullptr) == 0 && ::setgid(NOBODY) == 0 && ::setuid(NOBODY) == 0;
+  // Such a process may not be looked at, not even by its own leak check, unless it says so.
+  const bool dropped = ::setgroups(0, nullptr) == 0 && ::setgid(NOBODY) == 0 &&
+                       ::setuid(NOBODY) == 0 && ::prctl(PR_SET_DUMPABLE, 1) == 0;
   return dropped ? "unprivileged" : "refused";
+}
+
+// Holds up every thread that forks.
+static std::atomic<bool> forksAreHeldUp{false};
+
+static void waitBeforeFork() {
+  test::eventually([] { return !forksAreHeldUp; });
+}
+
+static std::string holdUpForks(const Words&) {
+  forksAreHeldUp = true;
+  return ::pthread_atfork(waitBeforeFork, nullptr, nullptr) == 0 ? "held up" : "refused";
+}
+
+static std::string releaseForks(const Words&) {
+  forksAreHeldUp = false;
+  return "released";
+}
+
+// The stack that threads get unless they ask for another.
+static std::string useTinyStacks(const Words&) {
+  pthread_attr_t attributes;
+  ::pthread_attr_init(&attributes);
+  ::pthread_attr_setstacksize(&attributes, static_cast<std::size_t>(PTHREAD_STACK_MIN));
+  const bool set = ::pthread_setattr_default_np(&attributes) == 0;
+  ::pthread_attr_destroy(&attributes);
+  return set ? "tiny" : "refused";
+}
+
+class GroupedDigits : public std::numpunct<char> {
+  char do_thousands_sep() const override { return ','; }
+  std::string do_grouping() const override { return "\3"; }
+};
+
+static std::string useUnusualLocale(const Words&) {
+  std::locale::global(std::locale(std::locale(), new GroupedDigits));
+  return std::setlocale(LC_ALL, "C.UTF-8") != nullptr ? "set" : "refused";
 }
 
 static std::string openLog(const Words& words) {
@@ -166,6 +211,10 @@ static std::string obey(const Words& words) {
       {"open-descriptors", openDescriptors},
       {"close-standard-streams", closeStandardStreams},
       {"become-unprivileged", becomeUnprivileged},
+      {"hold-up-forks", holdUpForks},
+      {"release-forks", releaseForks},
+      {"use-tiny-stacks", useTinyStacks},
+      {"use-unusual-locale", useUnusualLocale},
       {"open-log", openLog},
       {"write-to-log", writeToLog}};
   const auto command = commands.find(words.at(0));
