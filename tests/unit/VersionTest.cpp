@@ -2,7 +2,224 @@
 
 #include <gmock/gmock.h>
 
-TEST(Version, ComparesComponentsAsNumbers) {
-  EXPECT_TRUE(ThinClientLauncherBase::isGreaterVersion("45.10.0.0", "45.9.0.0", 4));
-  EXPECT_FALSE(ThinClientLauncherBase::isGreaterVersion("45.9.0.0", "45.10.0.0", 4));
+#include <random>
+#include <regex>
+
+using testing::ElementsAreArray;
+
+namespace {
+
+using Components = std::vector<std::string>;
+
+constexpr const char* BASE = "45.10.0.32950";
+
+bool isGreater(const std::string& a, const std::string& b, std::uint32_t count = 4) {
+  return ThinClientLauncherBase::isGreaterVersion(a, b, count);
+}
+
+// What splitting and comparing are defined by; slow and obvious.
+
+Components splitByExpression(const std::string& version) {
+  static const std::regex dot("\\.");
+  return {std::sregex_token_iterator(version.begin(), version.end(), dot, -1), {}};
+}
+
+bool isGreaterByDefinition(const std::string& a, const std::string& b, std::uint32_t count) {
+  const Components left = splitByExpression(a);
+  const Components right = splitByExpression(b);
+  for (std::size_t i = 0; i < left.size() && i < count; ++i) {
+    if (i >= right.size())
+      return true;
+    try {
+      const int difference = std::stoi(left[i]) < std::stoi(right[i])   ? -1
+                             : std::stoi(left[i]) > std::stoi(right[i]) ? 1
+                                                                        : 0;
+      if (difference != 0)
+        return difference > 0;
+    } catch (const std::logic_error&) {
+      return false;
+    }
+  }
+  return false;
+}
+
+class Generator {
+public:
+  std::string text(const std::string& alphabet, std::size_t maximumLength) {
+    std::string result(below(maximumLength + 1), '\0');
+    for (char& c : result)
+      c = alphabet[below(alphabet.size())];
+    return result;
+  }
+
+  std::size_t below(std::size_t limit) { return random() % limit; }
+
+private:
+  std::mt19937 random{20260307}; // the same on every run
+};
+
+} // namespace
+
+TEST(Version, IsSplitAtItsDots) {
+  const struct {
+    const char* version;
+    Components expected;
+  } rows[] = {
+      {"45.10.0.32950", {"45", "10", "0", "32950"}},
+      {"1..2", {"1", "", "2"}},
+      {".5", {"", "5"}},
+      {".", {""}},
+      {"..", {"", ""}},
+      {"", {""}},
+      {"word", {"word"}},
+      {"45.10.", {"45", "10"}},
+      {"45.10..", {"45", "10", ""}},
+      {" 1 . 2 ", {" 1 ", " 2 "}},
+      {"1,2:3-4", {"1,2:3-4"}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.version);
+    EXPECT_THAT(ThinClientLauncherBase::splitVersion(row.version), ElementsAreArray(row.expected));
+  }
+}
+
+TEST(Version, IsSplitAsByATokenIteratorOverTheDots) {
+  Generator generator;
+  for (int i = 0; i < 20000; ++i) {
+    const std::string version = generator.text(std::string("..12a \n\0\xFF", 9), 12);
+    ASSERT_EQ(ThinClientLauncherBase::splitVersion(version), splitByExpression(version))
+        << testing::PrintToString(version);
+  }
+}
+
+TEST(Version, ComparesTheFirstComponentsAsNumbers) {
+  const struct {
+    const char* a;
+    const char* b;
+    std::uint32_t count;
+    bool expected;
+  } rows[] = {
+      {"45.11.0.1", BASE, 4, true},
+      {BASE, "45.11.0.1", 4, false},
+      {BASE, BASE, 4, false},
+      {"45.10.1", BASE, 4, true},
+      {"45.10.0.0", "45.9.0.0", 4, true},
+      {"45.9.0.0", "45.10.0.0", 4, false},
+
+      // Components that only b has are ignored; those that only a has make it greater.
+      {"45.10", BASE, 4, false},
+      {BASE, "45.10", 4, true},
+      {"45.10.0", "45.10", 4, true},
+      {"1.2.x", "1.2", 4, true},
+      {"45.10.0.32950.7", BASE, 4, false},
+      {BASE, "45.10.0.32950.7", 4, false},
+      {"45.10.0.32950.7", BASE, 5, true},
+
+      {"46.0", "45.99", 2, true},
+      {"45.12.9.9", "45.12.0.1", 2, false},
+      {"45.12.0.1", "45.12.9.9", 2, false},
+      {"46", "45.10", 2, true},
+      {"45", "45.10", 2, false},
+      {"45.10", "45", 2, true},
+      {"46.0", "45.99", 1, true},
+      {"45.99", "45.0", 1, false},
+
+      {"46", "45", 0, false},
+      {"1.2", "", 0, false},
+      {"46", "45", 4294967295U, true},
+      {"1.1.1.1.2", "1.1.1.1.1", 4294967295U, true},
+
+      // A component that is no number makes the answer false where it is reached.
+      {"45.x.0.0", "45.10.0.0", 4, false},
+      {"45.10.0.0", "45.x.0.0", 4, false},
+      {"46.x", "45.1", 4, true},
+      {"46.1", "45.x", 4, true},
+      {"44.x", "45.1", 4, false},
+      {"45..10", "45.0.9", 4, false},
+      {"45.10.1", "45..0", 4, false},
+      {"46..10", "45.0.9", 4, true},
+      {"x", "y", 4, false},
+
+      {"", "", 4, false},
+      {"", "0", 4, false},
+      {"0", "", 4, false},
+      {"9", "", 4, false},
+      {"0.0", "", 4, false},
+      {".0", "", 4, false},
+
+      // A trailing dot changes nothing.
+      {"45.10.", "45.10", 4, false},
+      {"45.10", "45.10.", 4, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.a) + " > " + row.b + ", count " + std::to_string(row.count));
+    EXPECT_EQ(isGreater(row.a, row.b, row.count), row.expected);
+  }
+}
+
+TEST(Version, ReadsAComponentLikeFormattedInput) {
+  const struct {
+    const char* component;
+    std::int32_t number;
+  } rows[] = {
+      {"10beta", 10},
+      {" 7", 7},
+      {"\t\n\v\f\r 7", 7},
+      {"7 ", 7},
+      {"+3", 3},
+      {" +3", 3},
+      {"-1", -1},
+      {"-0", 0},
+      {"010", 10},
+      {"0x10", 0},
+      {"1e9", 1},
+      {"2147483647", 2147483647},
+      {"000000000002147483647", 2147483647},
+      {"-2147483647", -2147483647},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.component);
+    EXPECT_TRUE(isGreater(row.component, std::to_string(std::int64_t{row.number} - 1)));
+    EXPECT_FALSE(isGreater(row.component, std::to_string(row.number)));
+    EXPECT_FALSE(isGreater(std::to_string(row.number), row.component));
+  }
+  EXPECT_TRUE(isGreater("-2147483647", "-2147483648"));
+}
+
+TEST(Version, AnswersNotGreaterForAComponentThatIsNoNumber) {
+  for (const char* component :
+       {"x1",
+        "word",
+        " ",
+        "+",
+        "-",
+        "+-1",
+        "-+1",
+        "++1",
+        "--1",
+        "+ 1",
+        "- 1",
+        "\xC2\xA0"
+        "1",
+        "2147483648",
+        "-2147483649",
+        "4294967296",
+        "99999999999999999999999999"}) {
+    SCOPED_TRACE(component);
+    EXPECT_FALSE(isGreater(component, "-2147483648"));
+    EXPECT_FALSE(isGreater("2147483647", component));
+  }
+}
+
+TEST(Version, ComparesByDefinitionForGeneratedVersions) {
+  Generator generator;
+  for (int i = 0; i < 20000; ++i) {
+    const std::string alphabet = i % 2 == 0 ? "0123." : "0129..+- \tx";
+    const std::string a = generator.text(alphabet, 10);
+    const std::string b =
+        i % 3 == 0 ? a + generator.text(alphabet, 3) : generator.text(alphabet, 10);
+    const auto count = static_cast<std::uint32_t>(generator.below(6));
+    ASSERT_EQ(isGreater(a, b, count), isGreaterByDefinition(a, b, count))
+        << testing::PrintToString(a) << " > " << testing::PrintToString(b) << ", count " << count;
+  }
 }

@@ -1,0 +1,90 @@
+#include "LauncherTest.h"
+
+namespace fs = std::filesystem;
+
+using testing::ElementsAre;
+
+namespace {
+
+constexpr const char* NO_BUNDLE = "no bundle";
+
+class BestCandidate : public test::LauncherTest {
+protected:
+  fs::path makeCandidate(std::size_t position, const std::string& version) const {
+    const std::string name = "copy " + std::to_string(position);
+    if (version != NO_BUNDLE)
+      return makeCopy(name, version);
+    fs::create_directories(launcherFolder() / name);
+    return launcherFolder() / name;
+  }
+};
+
+} // namespace
+
+TEST_F(BestCandidate, IsTheEmptyPathForAnEmptyList) {
+  EXPECT_EQ(launcher.findBestCandidate({}), fs::path());
+  EXPECT_THAT(messages(), ElementsAre("Best candidate:  (version: 0.0.0.0)"));
+}
+
+TEST_F(BestCandidate, IsTheHighestVersionAndTheEarliestOfEqualOnes) {
+  const struct {
+    const char* name;
+    std::vector<std::string> versions; // in list order
+    std::size_t best;
+    const char* bestVersion;
+  } rows[] = {
+      {"numbers, not text", {"45.9.0.0", "45.10.0.0"}, 1, "45.10.0.0"},
+      {"highest first", {"45.10.0.0", "45.9.0.0"}, 0, "45.10.0.0"},
+      {"equal ones", {"45.9", "45.11.0.1", "45.10", "45.11.0.1"}, 1, "45.11.0.1"},
+      {"equal over four components", {"45.11.0.1", "45.11.0.1.9"}, 0, "45.11.0.1"},
+      {"no bundle in the first", {NO_BUNDLE, "1.0"}, 1, "1.0"},
+      {"no bundle anywhere", {NO_BUNDLE, NO_BUNDLE}, 0, "0.0.0.0"},
+      {"no bundle in the first, no version elsewhere", {NO_BUNDLE, ""}, 0, "0.0.0.0"},
+      {"no versions", {"", "", ""}, 0, "0.0.0.0"},
+      {"nothing above the lowest", {"0", "0.0.0.0", "0.0.0.0.9"}, 0, "0.0.0.0"},
+      {"no version in the first", {"", "0.0.0.1"}, 1, "0.0.0.1"},
+      {"no numbers", {"x", "y"}, 0, "0.0.0.0"},
+      {"a longer one wins over a shorter one", {"45.10", "45.10.0"}, 1, "45.10.0"},
+      {"and a shorter one does not over a longer", {"45.10.0", "45.10"}, 0, "45.10.0"},
+      {"no number in the best, decided before it", {"45.x", "46"}, 1, "46"},
+      {"no number in the best, reached", {"45.x", "45.99"}, 0, "45.x"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    fs::remove_all(launcherFolder());
+    std::vector<fs::path> candidates;
+    for (const auto& version : row.versions)
+      candidates.push_back(makeCandidate(candidates.size(), version));
+    const fs::path best = launcher.findBestCandidate(candidates);
+    EXPECT_EQ(best, candidates[row.best]);
+    EXPECT_EQ(
+        messages().back(),
+        "Best candidate: " + best.string() + " (version: " + row.bestVersion + ")");
+  }
+}
+
+TEST_F(BestCandidate, IsAFirstEntryThatDoesNotExistWhenNothingElseHasAVersion) {
+  EXPECT_EQ(launcher.findBestCandidate({"/missing", makeCandidate(1, "")}), fs::path("/missing"));
+  EXPECT_THAT(
+      messages(),
+      ElementsAre(
+          "find a candidate with Version: ", "Best candidate: /missing (version: 0.0.0.0)"));
+}
+
+TEST_F(BestCandidate, IsChosenWithALinePerCopy) {
+  const fs::path best = makeCandidate(3, "45.11.0.1");
+  launcher.findBestCandidate(
+      {makeCandidate(0, "45.9"),
+       makeCandidate(1, NO_BUNDLE),
+       makeCandidate(2, ""),
+       best,
+       makeCandidate(4, "45.10")});
+  EXPECT_THAT(
+      messages(),
+      ElementsAre(
+          "find a candidate with Version: 45.9",
+          "find a candidate with Version: ",
+          "find a candidate with Version: 45.11.0.1",
+          "find a candidate with Version: 45.10",
+          "Best candidate: " + best.string() + " (version: 45.11.0.1)"));
+}

@@ -1,0 +1,214 @@
+#include "ChildProcess.h"
+#include "LauncherTest.h"
+
+#include <set>
+
+namespace fs = std::filesystem;
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::UnorderedElementsAre;
+
+namespace {
+
+using std::chrono::hours;
+
+constexpr hours WEEK{24 * 7};
+
+class CleanUp : public test::LauncherTest {
+protected:
+  // A folder of the launcher folder, never launched.
+  fs::path makeFolder(const std::string& name) const {
+    test::writeFile(launcherFolder() / name / "content" / "file", "content");
+    return launcherFolder() / name;
+  }
+
+  fs::path makeLaunchedFolder(const std::string& name, hours ago) const {
+    const fs::path folder = makeFolder(name);
+    test::writeFile(folder / "launch.dat", "");
+    fs::last_write_time(folder / "launch.dat", fs::file_time_type::clock::now() - ago);
+    return folder;
+  }
+
+  std::set<std::string> left() const {
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(launcherFolder()))
+      names.insert(entry.path().filename());
+    return names;
+  }
+
+  const fs::path launched = makeLaunchedFolder("launched", hours(0));
+};
+
+} // namespace
+
+TEST_F(CleanUp, KeepsTheTwoMostRecentlyLaunchedOthers) {
+  makeLaunchedFolder("an hour ago", hours(1));
+  makeFolder("never");
+  makeLaunchedFolder("a week ago", WEEK);
+  launcher.cleanUpLauncherDirectory(launched);
+  EXPECT_THAT(left(), UnorderedElementsAre("launched", "an hour ago", "a week ago"));
+  EXPECT_THAT(messages(), IsEmpty());
+}
+
+TEST_F(CleanUp, RemovesAllOthersHoweverMany) {
+  for (int day = 1; day <= 20; ++day)
+    makeLaunchedFolder("day " + std::to_string(day), hours(24 * day));
+  launcher.cleanUpLauncherDirectory(launched);
+  EXPECT_THAT(left(), UnorderedElementsAre("launched", "day 1", "day 2"));
+}
+
+TEST_F(CleanUp, KeepsTheLaunchedCopyHoweverOldItsRecord) {
+  fs::remove(launched / "launch.dat");
+  makeLaunchedFolder("a", hours(1));
+  makeLaunchedFolder("b", hours(2));
+  makeLaunchedFolder("c", hours(3));
+  launcher.cleanUpLauncherDirectory(launched);
+  EXPECT_THAT(left(), UnorderedElementsAre("launched", "a", "b"));
+}
+
+TEST_F(CleanUp, KnowsTheLaunchedCopyByItsPathElements) {
+  for (const char* name : {"a", "b", "c"})
+    makeLaunchedFolder(name, hours(1));
+  fs::last_write_time(launched / "launch.dat", fs::file_time_type::clock::now() - WEEK);
+  launcher.cleanUpLauncherDirectory(launcherFolder().string() + "//launched");
+  EXPECT_EQ(left().size(), 3U);
+  EXPECT_TRUE(fs::exists(launched));
+}
+
+TEST_F(CleanUp, RemovesNothingOfTwoOthers) {
+  makeFolder("never");
+  makeLaunchedFolder("a week ago", WEEK);
+  launcher.cleanUpLauncherDirectory(launched);
+  EXPECT_THAT(left(), UnorderedElementsAre("launched", "never", "a week ago"));
+}
+
+TEST_F(CleanUp, RemovesTwoOfFourNeverLaunchedOthers) {
+  for (const char* name : {"a", "b", "c", "d"})
+    makeFolder(name);
+  launcher.cleanUpLauncherDirectory(launched);
+  EXPECT_EQ(left().size(), 3U);
+  EXPECT_TRUE(fs::exists(launched));
+}
+
+TEST_F(CleanUp, CountsFoldersWithoutTheApplication) {
+  test::makeBundle(makeLaunchedFolder("with bundle", WEEK), "45.11.0.1");
+  makeLaunchedFolder("a", hours(1));
+  makeLaunchedFolder("b", hours(2));
+  launcher.cleanUpLauncherDirectory(launched);
+  EXPECT_THAT(left(), UnorderedElementsAre("launched", "a", "b"));
+}
+
+TEST_F(CleanUp, GoesByLaunchTimesAloneNotByCountsVersionsOrSafeStarts) {
+  const fs::path newest = makeLaunchedFolder("newest", WEEK);
+  test::makeBundle(newest, "99.0");
+  test::writeFile(newest / "launchCount.dat", "99");
+  test::writeFile(newest / "started.dat", "");
+  makeLaunchedFolder("a", hours(1));
+  makeLaunchedFolder("b", hours(2));
+  launcher.cleanUpLauncherDirectory(launched);
+  EXPECT_THAT(left(), UnorderedElementsAre("launched", "a", "b"));
+}
+
+TEST_F(CleanUp, NeverTouchesFilesAndDanglingLinks) {
+  for (const char* name : {"corrupt.dat", "libThinClientLauncher.dylib", "other"})
+    test::writeFile(launcherFolder() / name, "");
+  fs::create_symlink(home.path() / "missing", launcherFolder() / "dangling");
+  makeFolder("a");
+  makeFolder("b");
+  launcher.cleanUpLauncherDirectory(launched);
+  EXPECT_EQ(left().size(), 7U);
+  makeFolder("c");
+  launcher.cleanUpLauncherDirectory(launched);
+  EXPECT_THAT(
+      left(),
+      IsSupersetOf(
+          {"launched", "corrupt.dat", "libThinClientLauncher.dylib", "other", "dangling"}));
+  EXPECT_EQ(left().size(), 7U);
+}
+
+TEST_F(CleanUp, RemovesALinkToAFolderButNotItsTarget) {
+  test::writeFile(home.path() / "elsewhere" / "file", "content");
+  fs::create_directory_symlink(home.path() / "elsewhere", launcherFolder() / "link");
+  makeLaunchedFolder("a", hours(1));
+  makeLaunchedFolder("b", hours(2));
+  launcher.cleanUpLauncherDirectory(launched);
+  EXPECT_THAT(left(), UnorderedElementsAre("launched", "a", "b"));
+  EXPECT_EQ(test::readFile(home.path() / "elsewhere" / "file"), "content");
+}
+
+TEST_F(CleanUp, TakesTheLaunchTimeOfALinkFromItsTarget) {
+  const fs::path target = home.path() / "elsewhere";
+  fs::rename(makeLaunchedFolder("moved", hours(1)), target);
+  fs::create_directory_symlink(target, launcherFolder() / "link");
+  makeLaunchedFolder("a", hours(2));
+  makeLaunchedFolder("b", hours(3));
+  launcher.cleanUpLauncherDirectory(launched);
+  EXPECT_THAT(left(), UnorderedElementsAre("launched", "link", "a"));
+}
+
+TEST_F(CleanUp, DoesNothingWhenTheLaunchedCopyLiesElsewhere) {
+  for (const char* name : {"a", "b", "c"})
+    makeFolder(name);
+  for (const auto& dir : {fs::path("/Applications"), launcherFolder(), launched / "", fs::path()}) {
+    SCOPED_TRACE(dir);
+    Logger::close();
+    Logger::open(logFile(), true);
+    launcher.cleanUpLauncherDirectory(dir);
+    EXPECT_EQ(left().size(), 4U);
+    EXPECT_THAT(messages(), ElementsAre("not started from launcher folder, do not clean"));
+  }
+}
+
+TEST_F(CleanUp, IsSilentWithoutALauncherFolder) {
+  fs::remove_all(launcherFolder());
+  launcher.cleanUpLauncherDirectory(launched);
+  EXPECT_FALSE(fs::exists(launcherFolder()));
+  EXPECT_THAT(messages(), IsEmpty());
+}
+
+TEST_F(CleanUp, IsSilentForTheEmptyPathWithoutApplicationSupport) {
+  fs::remove_all(home.path() / "Library");
+  launcher.cleanUpLauncherDirectory("");
+  EXPECT_THAT(messages(), IsEmpty());
+}
+
+TEST_F(CleanUp, RaisesAnErrorWhereTheLauncherFolderMayNotBeListed) {
+  test::asUnprivilegedUser(home.path(), [&] {
+    const test::ScopedPermissions scoped(launcherFolder(), fs::perms::owner_exec);
+    EXPECT_THROW(launcher.cleanUpLauncherDirectory(launched), fs::filesystem_error);
+  });
+}
+
+TEST_F(CleanUp, RaisesAnErrorWhereALaunchTimeCannotBeExamined) {
+  const fs::path locked = makeFolder("locked");
+  test::asUnprivilegedUser(home.path(), [&] {
+    const test::ScopedPermissions scoped(locked, fs::perms::none);
+    EXPECT_THROW(launcher.cleanUpLauncherDirectory(launched), fs::filesystem_error);
+  });
+}
+
+TEST_F(CleanUp, LogsAFailedRemovalAndGoesOnWithTheOthers) {
+  makeLaunchedFolder("a", hours(1));
+  makeLaunchedFolder("b", hours(2));
+  const fs::path stuck = makeLaunchedFolder("stuck", hours(4));
+  makeLaunchedFolder("removed after it", hours(3));
+  test::asUnprivilegedUser(home.path(), [&] {
+    const auto permissions = fs::perms::owner_read | fs::perms::owner_exec;
+    const test::ScopedPermissions scoped(stuck / "content", permissions);
+    launcher.cleanUpLauncherDirectory(launched);
+    std::error_code error;
+    fs::remove_all(stuck, error);
+    EXPECT_TRUE(error);
+    EXPECT_THAT(messages(), ElementsAre("remove directory failed: " + error.message()));
+    EXPECT_THAT(left(), UnorderedElementsAre("launched", "a", "b", "stuck"));
+  });
+}
+
+TEST_F(CleanUp, RemovesADirectoryWithAllBelowIt) {
+  ThinClientLauncherBase::removeDirectory(launched);
+  EXPECT_FALSE(fs::exists(launched));
+  ThinClientLauncherBase::removeDirectory(launched);
+  EXPECT_THAT(messages(), IsEmpty());
+}

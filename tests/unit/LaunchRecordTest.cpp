@@ -1,0 +1,243 @@
+#include "ChildProcess.h"
+#include "LauncherTest.h"
+
+#include <ctime>
+
+namespace fs = std::filesystem;
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class LaunchRecord : public test::LauncherTest {
+protected:
+  LaunchRecord() {
+    fs::create_directories(copy);
+    fs::create_directories(outside);
+  }
+
+  static std::string content(const fs::path& dir, const char* name) {
+    return test::readFile(dir / name);
+  }
+
+  std::string updatedTo(const char* count) const {
+    return "VDI Launch count updated to: " + std::string(count) +
+           " for directory: " + copy.string();
+  }
+
+  const fs::path copy = launcherFolder() / "45.11.0.1";
+  const fs::path outside = home.path() / "elsewhere";
+};
+
+} // namespace
+
+// --- Count ---
+
+TEST_F(LaunchRecord, ReadsTheCountLikeFormattedInput) {
+  const struct {
+    const char* content;
+    std::uint32_t expected;
+  } rows[] = {
+      {"3", 3},
+      {"7\n", 7},
+      {" \t\r\n 7", 7},
+      {"12a", 12},
+      {"1,234", 1},
+      {"1 2", 1},
+      {"007", 7},
+      {"0x10", 0},
+      {"+5", 5},
+      {"letters", 0},
+      {"", 0},
+      {" ", 0},
+      {"4294967295", 4294967295U},
+      {"4294967296", 4294967295U},
+      {"99999999999999999999999999", 4294967295U},
+  };
+  for (const auto& row : rows) {
+    for (const auto& dir : {copy, outside}) {
+      SCOPED_TRACE(row.content + (" in " + dir.string()));
+      test::writeFile(dir / "launchCount.dat", row.content);
+      EXPECT_EQ(launcher.getLaunchCount(dir), row.expected);
+    }
+  }
+}
+
+TEST_F(LaunchRecord, CountsNoLaunchWithoutAReadableRecord) {
+  EXPECT_EQ(launcher.getLaunchCount(copy), 0U);
+  EXPECT_EQ(launcher.getLaunchCount(home.path() / "missing"), 0U);
+  fs::create_directory(copy / "launchCount.dat");
+  EXPECT_EQ(launcher.getLaunchCount(copy), 0U);
+}
+
+TEST_F(LaunchRecord, WritesTheCountPlusOneAndLogsIt) {
+  const struct {
+    const char* before;
+    const char* after;
+  } rows[] = {
+      {"", "1"},
+      {"1", "2"},
+      {"9\n", "10"},
+      {"garbage that is longer", "1"},
+      {"4294967294", "4294967295"},
+      {"4294967295", "0"},
+      {"99999999999", "0"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.before);
+    test::writeFile(copy / "launchCount.dat", row.before);
+    launcher.incrementLaunchCount(copy);
+    EXPECT_EQ(content(copy, "launchCount.dat"), row.after);
+    EXPECT_EQ(messages().back(), updatedTo(row.after));
+  }
+  EXPECT_FALSE(fs::exists(copy / "launch.dat"));
+}
+
+TEST_F(LaunchRecord, LogsTheCountEvenWhenTheDiskIsFull) {
+  fs::create_symlink("/dev/full", copy / "launchCount.dat");
+  launcher.incrementLaunchCount(copy);
+  EXPECT_THAT(messages(), testing::SizeIs(1));
+}
+
+TEST_F(LaunchRecord, WritesAndLogsNothingWhereTheCountIsAFolder) {
+  fs::create_directory(copy / "launchCount.dat");
+  launcher.incrementLaunchCount(copy);
+  EXPECT_TRUE(fs::is_empty(copy / "launchCount.dat"));
+  EXPECT_THAT(messages(), IsEmpty());
+}
+
+// --- Time ---
+
+TEST_F(LaunchRecord, WritesTheTimeInWholeSecondsAndNothingElse) {
+  test::writeFile(copy / "launch.dat", "something longer than any time");
+  const std::time_t before = std::time(nullptr);
+  launcher.updateLaunchTime(copy);
+  const std::time_t after = std::time(nullptr);
+  const std::string text = content(copy, "launch.dat");
+  EXPECT_EQ(std::to_string(std::stoll(text)), text);
+  EXPECT_LE(before, std::stoll(text));
+  EXPECT_GE(after, std::stoll(text));
+  EXPECT_FALSE(fs::exists(copy / "launchCount.dat"));
+  EXPECT_THAT(messages(), IsEmpty());
+}
+
+TEST_F(LaunchRecord, TakesTheModificationTimeForTheLaunchTime) {
+  test::writeFile(copy / "launch.dat", "12");
+  const auto weekAgo = fs::file_time_type::clock::now() - std::chrono::hours(24 * 7);
+  fs::last_write_time(copy / "launch.dat", weekAgo);
+  const auto reported = fs::last_write_time(copy / "launch.dat");
+  EXPECT_EQ(launcher.getLastLaunchTime(copy), reported);
+  launcher.updateLaunchTime(copy);
+  EXPECT_GT(launcher.getLastLaunchTime(copy), reported);
+}
+
+TEST_F(LaunchRecord, ReportsTheMinimumForAnUnknownLaunchTime) {
+  test::writeFile(outside / "launch.dat", "12");
+  for (const auto& dir : {copy, outside, launcherFolder() / "missing", fs::path("/Applications")})
+    EXPECT_EQ(launcher.getLastLaunchTime(dir), fs::file_time_type::min()) << dir;
+}
+
+// --- Safe start ---
+
+TEST_F(LaunchRecord, TakesAnyEntryOfThatNameForASafeStart) {
+  const fs::path mark = "started.dat";
+  test::writeFile(home.path() / "target", "");
+  EXPECT_FALSE(launcher.hasStartedSafely(copy));
+  EXPECT_FALSE(launcher.hasStartedSafely(home.path() / "missing"));
+
+  test::writeFile(copy / mark, "");
+  EXPECT_TRUE(launcher.hasStartedSafely(copy)) << "file";
+  test::writeFile(outside / mark, "content");
+  EXPECT_TRUE(launcher.hasStartedSafely(outside)) << "outside the launcher folder";
+  fs::remove(copy / mark);
+  fs::create_directory(copy / mark);
+  EXPECT_TRUE(launcher.hasStartedSafely(copy)) << "folder";
+  fs::remove(copy / mark);
+  fs::create_symlink(home.path() / "target", copy / mark);
+  EXPECT_TRUE(launcher.hasStartedSafely(copy)) << "link";
+  fs::remove(home.path() / "target");
+  EXPECT_FALSE(launcher.hasStartedSafely(copy)) << "dangling link";
+}
+
+// --- Both records ---
+
+TEST_F(LaunchRecord, OfAFreshCopyIsEmptyAndThenHoldsItsFirstLaunch) {
+  EXPECT_EQ(launcher.getLaunchCount(copy), 0U);
+  EXPECT_EQ(launcher.getLastLaunchTime(copy), fs::file_time_type::min());
+  EXPECT_FALSE(launcher.hasStartedSafely(copy));
+
+  launcher.updateLaunchInfo(copy);
+  EXPECT_EQ(content(copy, "launchCount.dat"), "1");
+  EXPECT_LE(std::stoll(content(copy, "launch.dat")), std::time(nullptr));
+  EXPECT_FALSE(fs::exists(copy / "started.dat"));
+  EXPECT_THAT(messages(), ElementsAre(updatedTo("1")));
+}
+
+TEST_F(LaunchRecord, IsWrittenInTheLauncherFolderAlone) {
+  const fs::path nested = copy / "nested";
+  fs::create_directory(nested);
+  for (const auto& dir :
+       {outside, launcherFolder(), nested, copy / "", fs::path("/Applications")}) {
+    SCOPED_TRACE(dir);
+    launcher.updateLaunchInfo(dir);
+    EXPECT_FALSE(fs::exists(dir / "launchCount.dat"));
+    EXPECT_FALSE(fs::exists(dir / "launch.dat"));
+  }
+  EXPECT_THAT(messages(), IsEmpty());
+}
+
+TEST_F(LaunchRecord, CreatesNoFolderForARemovedCopy) {
+  fs::remove_all(copy);
+  launcher.updateLaunchInfo(copy);
+  EXPECT_FALSE(fs::exists(copy));
+  EXPECT_THAT(messages(), IsEmpty());
+}
+
+TEST_F(LaunchRecord, OfTheEmptyPathLandsInTheWorkingFolderWithoutApplicationSupport) {
+  fs::remove_all(home.path() / "Library");
+  test::inChildProcessAt(outside, [&] {
+    launcher.updateLaunchInfo("");
+    EXPECT_EQ(content(outside, "launchCount.dat"), "1");
+    EXPECT_TRUE(fs::exists(outside / "launch.dat"));
+    EXPECT_THAT(messages(), ElementsAre("VDI Launch count updated to: 1 for directory: "));
+    EXPECT_NE(launcher.getLastLaunchTime(""), fs::file_time_type::min());
+  });
+}
+
+// --- Denied permission ---
+
+TEST_F(LaunchRecord, ThatMayNotBeReadCountsNoLaunch) {
+  test::writeFile(copy / "launchCount.dat", "7");
+  test::asUnprivilegedUser(home.path(), [&] {
+    const test::ScopedPermissions scoped(copy / "launchCount.dat", fs::perms::owner_write);
+    EXPECT_EQ(launcher.getLaunchCount(copy), 0U);
+  });
+}
+
+TEST_F(LaunchRecord, ThatMayNotBeWrittenStaysAsItWasWithoutALine) {
+  test::asUnprivilegedUser(home.path(), [&] {
+    test::writeFile(copy / "launchCount.dat", "7");
+    test::writeFile(copy / "launch.dat", "12");
+    {
+      const test::ScopedPermissions count(copy / "launchCount.dat", fs::perms::owner_read);
+      const test::ScopedPermissions time(copy / "launch.dat", fs::perms::owner_read);
+      launcher.updateLaunchInfo(copy);
+    }
+    EXPECT_EQ(content(copy, "launchCount.dat"), "7");
+    EXPECT_EQ(content(copy, "launch.dat"), "12");
+    EXPECT_THAT(messages(), IsEmpty());
+  });
+}
+
+TEST_F(LaunchRecord, ThatCannotBeExaminedRaisesAnError) {
+  test::asUnprivilegedUser(home.path(), [&] {
+    const test::ScopedPermissions scoped(copy, fs::perms::owner_read);
+    EXPECT_THROW(launcher.getLaunchCount(copy), fs::filesystem_error);
+    EXPECT_THROW(launcher.incrementLaunchCount(copy), fs::filesystem_error);
+    EXPECT_THROW(launcher.getLastLaunchTime(copy), fs::filesystem_error);
+    EXPECT_THROW(launcher.hasStartedSafely(copy), fs::filesystem_error);
+    EXPECT_THROW(launcher.updateLaunchInfo(copy), fs::filesystem_error);
+    EXPECT_NO_THROW(launcher.updateLaunchTime(copy));
+  });
+}

@@ -1,0 +1,127 @@
+#include "ChildProcess.h"
+#include "LauncherHelper.h"
+#include "LauncherTest.h"
+
+namespace fs = std::filesystem;
+
+using testing::IsEmpty;
+
+namespace {
+
+class Layout : public test::LauncherTest {
+protected:
+  const fs::path dir = home.path() / "candidate";
+  const fs::path bundle = dir / "OrlixVDIPlugin.app";
+};
+
+} // namespace
+
+TEST_F(Layout, NamesTheInstallersFolder) {
+  EXPECT_EQ(LauncherHelper::getOriginalInstallationDirectory(), fs::path("/Applications"));
+}
+
+TEST_F(Layout, NamesTheLauncherFolderWhetherOrNotItExists) {
+  EXPECT_EQ(LauncherHelper::getLauncherDirectory(), launcherFolder());
+  EXPECT_FALSE(fs::exists(launcherFolder()));
+  fs::create_directories(launcherFolder());
+  EXPECT_EQ(LauncherHelper::getLauncherDirectory(), launcherFolder());
+}
+
+TEST_F(Layout, NamesNoLauncherFolderWithoutApplicationSupport) {
+  fs::remove_all(home.applicationSupport());
+  EXPECT_EQ(LauncherHelper::getLauncherDirectory(), fs::path());
+}
+
+TEST_F(Layout, TakesAnythingForApplicationSupportThatIsNoDanglingLink) {
+  fs::remove_all(home.applicationSupport());
+  fs::create_symlink(home.path() / "target", home.applicationSupport());
+  EXPECT_EQ(LauncherHelper::getLauncherDirectory(), fs::path());
+  test::writeFile(home.path() / "target", "");
+  EXPECT_EQ(LauncherHelper::getLauncherDirectory(), launcherFolder());
+}
+
+TEST_F(Layout, NamesTheLogFolderWhetherOrNotItExists) {
+  EXPECT_EQ(LauncherHelper::getLogPath(), home.logFolder());
+  EXPECT_FALSE(fs::exists(home.logFolder().parent_path()));
+  fs::remove_all(home.path() / "Library");
+  EXPECT_EQ(LauncherHelper::getLogPath(), home.logFolder());
+}
+
+TEST_F(Layout, KnowsACandidateByAnyEntryUnderTheBundlesName) {
+  EXPECT_FALSE(LauncherHelper::isVDIPluginDirectory(dir)) << "missing folder";
+  EXPECT_FALSE(LauncherHelper::isVDIPluginDirectory("")) << "empty path";
+  fs::create_directory(dir);
+  EXPECT_FALSE(LauncherHelper::isVDIPluginDirectory(dir)) << "missing bundle";
+  test::writeFile(bundle, "");
+  EXPECT_TRUE(LauncherHelper::isVDIPluginDirectory(dir)) << "plain file";
+  EXPECT_FALSE(LauncherHelper::isVDIPluginDirectory(bundle)) << "the bundle itself";
+  fs::remove(bundle);
+  fs::create_directory(bundle);
+  EXPECT_TRUE(LauncherHelper::isVDIPluginDirectory(dir)) << "folder";
+  fs::remove(bundle);
+  fs::create_symlink(home.path() / "target", bundle);
+  EXPECT_FALSE(LauncherHelper::isVDIPluginDirectory(dir)) << "dangling link";
+  test::writeFile(home.path() / "target", "");
+  EXPECT_TRUE(LauncherHelper::isVDIPluginDirectory(dir)) << "link";
+}
+
+TEST_F(Layout, ReadsTheVersionOfABundleUnchanged) {
+  for (const char* version : {"45.10.0.32950", " 45.10 ", "no version", "", "45.10 \xC3\xA9"}) {
+    SCOPED_TRACE(version);
+    test::makeBundle(dir, version);
+    EXPECT_EQ(LauncherHelper::getDirectoryVersion(dir), version);
+  }
+}
+
+TEST_F(Layout, ReadsAnEmptyVersionWithoutABundle) {
+  EXPECT_EQ(LauncherHelper::getDirectoryVersion(dir), "");
+  fs::create_directory(dir);
+  EXPECT_EQ(LauncherHelper::getDirectoryVersion(dir), "");
+  test::writeFile(bundle, "plain file");
+  EXPECT_EQ(LauncherHelper::getDirectoryVersion(dir), "");
+  fs::remove(bundle);
+  fs::create_directory(bundle);
+  EXPECT_EQ(LauncherHelper::getDirectoryVersion(dir), "") << "bundle without a property list";
+}
+
+TEST_F(Layout, AcceptsATrailingSeparator) {
+  test::makeBundle(dir, "45.10.0.32950");
+  EXPECT_TRUE(LauncherHelper::isVDIPluginDirectory(dir / ""));
+  EXPECT_EQ(LauncherHelper::getDirectoryVersion(dir / ""), "45.10.0.32950");
+}
+
+TEST_F(Layout, HasNoPackageFolderNoSetupEngineAndNoExecutableVersion) {
+  test::makeBundle(dir, "45.10.0.32950");
+  EXPECT_EQ(LauncherHelper::getCurrentPackageDirectory(), fs::path());
+  for (const auto& path : {dir, bundle, fs::path("/Applications"), fs::path()}) {
+    EXPECT_FALSE(LauncherHelper::isSetupEngineDirectory(path)) << path;
+    EXPECT_EQ(LauncherHelper::getVDIExeVersion(path), "") << path;
+  }
+}
+
+TEST_F(Layout, TurnsAPathIntoItsBytes) {
+  for (const char* text : {"", "/a/b", "/a//b/", "\xC3\xBC\xE2\x82\xAC", "two words\n"})
+    EXPECT_EQ(LauncherHelper::toStdString(text), text);
+}
+
+TEST_F(Layout, LogsAndCreatesNothing) {
+  fs::remove_all(home.path() / "Library");
+  LauncherHelper::getLauncherDirectory();
+  LauncherHelper::getLogPath();
+  LauncherHelper::isVDIPluginDirectory(dir);
+  LauncherHelper::getDirectoryVersion(dir);
+  EXPECT_THAT(messages(), IsEmpty());
+  EXPECT_EQ(std::distance(fs::directory_iterator(home.path()), {}), 1) << "more than the log";
+}
+
+TEST_F(Layout, RaisesAnErrorWhereAPathCannotBeExamined) {
+  test::makeBundle(dir, "45.10.0.32950");
+  test::asUnprivilegedUser(home.path(), [&] {
+    const test::ScopedPermissions candidate(dir, fs::perms::none);
+    EXPECT_THROW(LauncherHelper::isVDIPluginDirectory(dir), fs::filesystem_error);
+    EXPECT_EQ(LauncherHelper::getDirectoryVersion(dir), "") << "an unreadable bundle is no error";
+    const test::ScopedPermissions library(home.path() / "Library", fs::perms::none);
+    EXPECT_THROW(LauncherHelper::getLauncherDirectory(), fs::filesystem_error);
+    EXPECT_EQ(LauncherHelper::getLogPath(), home.logFolder()) << "not examined";
+  });
+}

@@ -1,0 +1,423 @@
+#include "ChildProcess.h"
+#include "LauncherTest.h"
+
+#include <chrono>
+#include <ctime>
+#include <iomanip>
+#include <regex>
+#include <sstream>
+#include <thread>
+
+namespace fs = std::filesystem;
+
+using testing::ElementsAre;
+using testing::MatchesRegex;
+
+namespace {
+
+std::string masked(std::string text, const std::string& what) {
+  Logger::replaceAll(text, what);
+  return text;
+}
+
+std::string stamp() {
+  std::string text;
+  Logger::addTime(text);
+  return text;
+}
+
+std::string localTime(std::time_t time) {
+  std::ostringstream text;
+  text << std::put_time(std::localtime(&time), "%Y-%m-%d %H:%M:%S");
+  return text.str();
+}
+
+std::int64_t epochMilliseconds() {
+  using namespace std::chrono;
+  return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+}
+
+std::int64_t epochMilliseconds(const std::string& timeStamp) {
+  std::tm local{};
+  std::istringstream(timeStamp) >> std::get_time(&local, "%Y-%m-%d %H:%M:%S");
+  local.tm_isdst = -1;
+  return std::mktime(&local) * std::int64_t{1000} + std::stoi(timeStamp.substr(20, 3));
+}
+
+class ScopedTimeZone {
+public:
+  explicit ScopedTimeZone(const std::string& zone) : variable("TZ", zone) { ::tzset(); }
+
+private:
+  struct Reset {
+    ~Reset() { ::tzset(); }
+  } reset; // last: after the variable has its old value
+  test::ScopedEnvironment variable;
+};
+
+// A log that is closed at first.
+class Logging : public test::LauncherTest {
+protected:
+  Logging() {
+    Logger::close();
+    fs::remove(logFile());
+  }
+
+  std::string content() const { return test::readFile(logFile()); }
+};
+
+} // namespace
+
+// --- One line ---
+
+TEST_F(Logging, WritesTimeStampMessageAndLineFeed) {
+  Logger::open(logFile(), true);
+  Logger::log("a message");
+  EXPECT_TRUE(std::regex_match(
+      content(), std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} a message\n)")))
+      << content();
+}
+
+TEST_F(Logging, FlushesEveryLineBeforeReturning) {
+  Logger::open(logFile(), true);
+  Logger::log("first");
+  EXPECT_THAT(messages(), ElementsAre("first"));
+  Logger::log("second");
+  EXPECT_THAT(messages(), ElementsAre("first", "second"));
+}
+
+TEST_F(Logging, WritesAnEmptyMessageAsTimeStampAndLineFeed) {
+  Logger::open(logFile(), true);
+  Logger::log("");
+  EXPECT_EQ(content().size(), test::TIME_STAMP_LENGTH + 1);
+  EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH - 1), " \n");
+}
+
+TEST_F(Logging, StampsOnlyTheFirstOfTheLinesInOneMessage) {
+  Logger::open(logFile(), true);
+  Logger::log("one\ntwo");
+  EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH), "one\ntwo\n");
+}
+
+TEST_F(Logging, CutsAMessageAtItsFirstNul) {
+  Logger::open(logFile(), true);
+  Logger::log(std::string("seen\0unseen", 11));
+  EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH), "seen");
+  Logger::log("next");
+  EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH + 4 + test::TIME_STAMP_LENGTH), "next\n");
+}
+
+TEST_F(Logging, KeepsTheBytesOfAMessage) {
+  Logger::open(logFile(), true);
+  const std::string bytes = "\t\r \xC3\xA9 \xFF %s {} \\";
+  Logger::log(bytes);
+  EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH), bytes + "\n");
+}
+
+// --- Time stamp ---
+
+TEST_F(Logging, StampsTheLocalTimeToTheMillisecond) {
+  for (const char* zone : {"UTC", "Asia/Kolkata", "XYZ-05:30", "XYZ+08"}) {
+    SCOPED_TRACE(zone);
+    const ScopedTimeZone scopedZone(zone);
+    const auto before = epochMilliseconds();
+    const std::string text = stamp();
+    const auto after = epochMilliseconds();
+    ASSERT_EQ(text.size(), test::TIME_STAMP_LENGTH) << text;
+    EXPECT_LE(before, epochMilliseconds(text)) << text;
+    EXPECT_GE(after, epochMilliseconds(text)) << text;
+    EXPECT_EQ(text.substr(0, 19), localTime(epochMilliseconds(text) / 1000));
+    EXPECT_EQ(text[19], '.');
+    EXPECT_EQ(text[23], ' ');
+  }
+}
+
+TEST_F(Logging, PadsMillisecondsBelowAHundredWithZeros) {
+  std::string text;
+  do {
+    const auto untilNextSecond = 1000 - epochMilliseconds() % 1000;
+    std::this_thread::sleep_for(std::chrono::milliseconds(untilNextSecond));
+    text = stamp();
+  } while (epochMilliseconds(text) % 1000 >= 100);
+  EXPECT_THAT(text, MatchesRegex(".*\\.0[0-9][0-9] "));
+}
+
+TEST_F(Logging, AppendsTheTimeStampToTheText) {
+  std::string text = "before ";
+  Logger::addTime(text);
+  EXPECT_EQ(text.size(), 7 + test::TIME_STAMP_LENGTH);
+  EXPECT_EQ(text.substr(0, 7), "before ");
+}
+
+// --- Masking ---
+
+TEST_F(Logging, MasksTheUserNameAndRespectsItsCase) {
+  const test::ScopedEnvironment alice("USER", "alice");
+  Logger::open(logFile(), true);
+  Logger::log("/Users/alice/Library");
+  Logger::log("Alice");
+  EXPECT_THAT(messages(), ElementsAre("/Users/*****/Library", "Alice"));
+}
+
+TEST_F(Logging, MasksTheUserNameInsideOtherWords) {
+  const test::ScopedEnvironment log("USER", "log");
+  Logger::open(logFile(), true);
+  Logger::log("log login catalog");
+  EXPECT_THAT(messages(), ElementsAre("*** ***in cata***"));
+}
+
+TEST_F(Logging, MasksDigitsOfTheTimeStamp) {
+  const std::string century = stamp().substr(0, 2);
+  const test::ScopedEnvironment digits("USER", century);
+  Logger::open(logFile(), true);
+  Logger::log("");
+  EXPECT_EQ(content().substr(0, 2), "**");
+}
+
+TEST_F(Logging, MasksTheLineFeedOfTheLineToo) {
+  const test::ScopedEnvironment lineFeed("USER", "d\n");
+  Logger::open(logFile(), true);
+  Logger::log("end");
+  EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH), "en**");
+}
+
+TEST_F(Logging, MasksNothingWithoutAUserName) {
+  Logger::open(logFile(), true);
+  Logger::log("alice");
+  EXPECT_THAT(messages(), ElementsAre("alice"));
+}
+
+TEST_F(Logging, ReadsTheUserNameAnewForEveryLine) {
+  Logger::open(logFile(), true);
+  Logger::log("alice bob");
+  for (const char* name : {"alice", "bob"}) {
+    const test::ScopedEnvironment variable("USER", name);
+    Logger::log("alice bob");
+  }
+  EXPECT_THAT(messages(), ElementsAre("alice bob", "***** bob", "alice ***"));
+}
+
+TEST(Masking, ReplacesEveryOccurrenceByAsManyStars) {
+  const struct {
+    const char* name;
+    const char* text;
+    const char* what;
+    const char* expected;
+  } rows[] = {
+      {"no occurrence", "abc", "x", "abc"},
+      {"whole text", "abc", "abc", "***"},
+      {"text shorter than the name", "ab", "abc", "ab"},
+      {"empty text", "", "a", ""},
+      {"at both ends", "aXa", "a", "*X*"},
+      {"adjacent", "ababab", "ab", "******"},
+      {"overlapping ones count once", "aaaaa", "aa", "****a"},
+      {"case-sensitive", "aA", "a", "*A"},
+      {"stars are not searched again", "*a*", "*", "*a*"},
+      {"stars and letters", "**a", "*a", "***"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    EXPECT_EQ(masked(row.text, row.what), row.expected);
+  }
+}
+
+TEST(Masking, TreatsNulAsAnyOtherCharacter) {
+  EXPECT_EQ(masked(std::string("\0a\0a", 4), "a"), std::string("\0*\0*", 4));
+}
+
+TEST(Masking, OfAnEmptyNameNeverReturns) {
+  EXPECT_TRUE(test::neverReturns([] { masked("text", ""); }));
+  EXPECT_TRUE(test::neverReturns([] { masked("", ""); }));
+}
+
+TEST_F(Logging, NeverReturnsWithAUserNameThatIsSetButEmpty) {
+  const test::ScopedEnvironment empty("USER", "");
+  Logger::open(logFile(), true);
+  EXPECT_TRUE(test::neverReturns([] { Logger::log("message"); }));
+  EXPECT_EQ(content(), "");
+}
+
+TEST_F(Logging, ReturnsWithAnEmptyUserNameWhileTheLogIsClosed) {
+  const test::ScopedEnvironment empty("USER", "");
+  Logger::log("message");
+  EXPECT_FALSE(fs::exists(logFile()));
+}
+
+// --- Opening and closing ---
+
+TEST_F(Logging, DropsMessagesWhileClosed) {
+  Logger::log("before open");
+  Logger::open(logFile(), true);
+  Logger::log("while open");
+  Logger::close();
+  Logger::log("after close");
+  Logger::open(logFile(), false);
+  Logger::log("open again");
+  EXPECT_THAT(messages(), ElementsAre("while open", "open again"));
+}
+
+TEST_F(Logging, EmptiesAnExistingFileWhenTruncating) {
+  test::writeFile(logFile(), "old content\n");
+  Logger::open(logFile(), true);
+  EXPECT_EQ(content(), "");
+  Logger::log("new");
+  EXPECT_THAT(messages(), ElementsAre("new"));
+}
+
+TEST_F(Logging, AppendsToAnExistingFileWhenNotTruncating) {
+  test::writeFile(logFile(), "old content\n");
+  Logger::open(logFile(), false);
+  Logger::log("new");
+  EXPECT_EQ(content().substr(0, 12), "old content\n");
+  EXPECT_EQ(content().substr(12 + test::TIME_STAMP_LENGTH), "new\n");
+}
+
+TEST_F(Logging, CreatesTheFileWhenAppending) {
+  Logger::open(logFile(), false);
+  EXPECT_TRUE(fs::exists(logFile()));
+}
+
+TEST_F(Logging, CreatesEveryMissingFolder) {
+  const auto file = home.path() / "one" / "two" / "log.txt";
+  Logger::open(file, true);
+  Logger::log("message");
+  EXPECT_THAT(messagesIn(file), ElementsAre("message"));
+}
+
+TEST_F(Logging, CreatesTheFolderButNoFileWhenOnlyValidating) {
+  Logger::validateAndCreatePath(home.path() / "one" / "two" / "log.txt");
+  EXPECT_TRUE(fs::is_directory(home.path() / "one" / "two"));
+  EXPECT_TRUE(fs::is_empty(home.path() / "one" / "two"));
+}
+
+TEST_F(Logging, OpensABareFileNameInTheWorkingFolder) {
+  test::inChildProcessAt(home.path(), [&] {
+    fs::remove_all(home.path() / "Library");
+    Logger::open("bare.txt", true);
+    Logger::log("message");
+    EXPECT_THAT(messagesIn(home.path() / "bare.txt"), ElementsAre("message"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(home.path()), {}), 1);
+  });
+}
+
+TEST_F(Logging, StaysClosedWhereItsFolderIsAPlainFile) {
+  test::writeFile(home.path() / "file", "content");
+  Logger::open(home.path() / "file" / "log.txt", true);
+  Logger::log("dropped");
+  EXPECT_EQ(test::readFile(home.path() / "file"), "content");
+  Logger::open(logFile(), true);
+  Logger::log("works again");
+  EXPECT_THAT(messages(), ElementsAre("works again"));
+}
+
+TEST_F(Logging, StaysClosedWhereItsFileIsAFolder) {
+  fs::create_directories(logFile());
+  Logger::open(logFile(), true);
+  Logger::log("dropped");
+  EXPECT_TRUE(fs::is_empty(logFile()));
+}
+
+TEST_F(Logging, RaisesAnErrorWhereItsFolderCannotBeCreated) {
+  test::writeFile(home.path() / "file", "content");
+  EXPECT_THROW(
+      Logger::open(home.path() / "file" / "folder" / "log.txt", true), fs::filesystem_error);
+  Logger::log("dropped");
+}
+
+TEST_F(Logging, KeepsTheFirstFileWhenOpenedTwiceAndDropsLinesUntilClosed) {
+  const auto second = home.path() / "second.txt";
+  Logger::open(logFile(), true);
+  Logger::log("kept");
+  Logger::open(second, true);
+  Logger::log("dropped");
+  EXPECT_THAT(messages(), ElementsAre("kept"));
+  EXPECT_FALSE(fs::exists(second));
+  Logger::close();
+  Logger::open(second, true);
+  Logger::log("works again");
+  EXPECT_THAT(messages(), ElementsAre("kept"));
+  EXPECT_THAT(messagesIn(second), ElementsAre("works again"));
+}
+
+TEST_F(Logging, KeepsNothingOfADroppedLineForTheNextOne) {
+  Logger::open(logFile(), true);
+  Logger::open(logFile(), true);
+  Logger::log("dropped");
+  Logger::close();
+  Logger::open(logFile(), true);
+  Logger::log("next");
+  EXPECT_THAT(messages(), ElementsAre("next"));
+}
+
+TEST_F(Logging, RefusesFurtherLinesAfterAFailedWriteUntilOpenedAgain) {
+  Logger::open("/dev/full", false);
+  Logger::log("no space");
+  Logger::log("dropped");
+  Logger::close();
+  Logger::open(logFile(), true);
+  Logger::log("works again");
+  EXPECT_THAT(messages(), ElementsAre("works again"));
+}
+
+TEST_F(Logging, IgnoresCloseWhileClosed) {
+  Logger::close();
+  Logger::close();
+  Logger::open(logFile(), true);
+  Logger::log("message");
+  EXPECT_THAT(messages(), ElementsAre("message"));
+}
+
+TEST_F(Logging, ReopensForAppending) {
+  const auto second = home.path() / "second.txt";
+  test::writeFile(second, "old\n");
+  Logger::open(logFile(), true);
+  Logger::log("first file");
+  Logger::reopen(second);
+  Logger::log("second file");
+  EXPECT_THAT(messages(), ElementsAre("first file"));
+  EXPECT_EQ(test::readFile(second).substr(0, 4), "old\n");
+  EXPECT_EQ(test::readFile(second).substr(4 + test::TIME_STAMP_LENGTH), "second file\n");
+}
+
+TEST_F(Logging, ReopensFromClosed) {
+  Logger::reopen(logFile());
+  Logger::log("message");
+  EXPECT_THAT(messages(), ElementsAre("message"));
+}
+
+TEST_F(Logging, CreatesNoFolderWhenReopening) {
+  Logger::reopen(home.path() / "missing" / "log.txt");
+  Logger::log("dropped");
+  EXPECT_FALSE(fs::exists(home.path() / "missing"));
+}
+
+// --- Denied permission ---
+
+TEST_F(Logging, RaisesAnErrorWhereItMayNotCreateOrExamineItsFolder) {
+  test::asUnprivilegedUser(home.path(), [&] {
+    const fs::path locked = home.path() / "locked";
+    fs::create_directories(locked);
+    for (const auto permissions :
+         {fs::perms::owner_read | fs::perms::owner_exec, fs::perms::none}) {
+      const test::ScopedPermissions scoped(locked, permissions);
+      EXPECT_THROW(Logger::open(locked / "folder" / "log.txt", true), fs::filesystem_error);
+    }
+    Logger::log("dropped");
+    EXPECT_TRUE(fs::is_empty(locked));
+  });
+}
+
+TEST_F(Logging, StaysClosedWhereItMayNotWriteItsFile) {
+  test::asUnprivilegedUser(home.path(), [&] {
+    test::writeFile(logFile(), "old content\n");
+    {
+      const test::ScopedPermissions scoped(logFile(), fs::perms::owner_read);
+      Logger::open(logFile(), true);
+      Logger::log("dropped");
+    }
+    EXPECT_EQ(content(), "old content\n");
+    Logger::open(logFile(), true);
+    Logger::log("works again");
+    EXPECT_THAT(messages(), ElementsAre("works again"));
+  });
+}

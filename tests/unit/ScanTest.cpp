@@ -1,0 +1,183 @@
+#include "ChildProcess.h"
+#include "LauncherTest.h"
+
+#include <algorithm>
+#include <numeric>
+#include <random>
+
+namespace fs = std::filesystem;
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class Scan : public test::LauncherTest {
+protected:
+  // What the scan finds in the launcher folder, behind its two fixed entries.
+  std::vector<fs::path> found() const {
+    auto candidates = launcher.scanForPossibleDirectories();
+    EXPECT_GE(candidates.size(), 2U);
+    candidates.erase(candidates.begin(), candidates.begin() + 2);
+    return candidates;
+  }
+};
+
+class Membership : public test::LauncherTest {};
+
+} // namespace
+
+TEST_F(Scan, WithoutALauncherFolderFindsTheInstallersCopyAndTheWorkingFolder) {
+  EXPECT_THAT(
+      launcher.scanForPossibleDirectories(), ElementsAre("/Applications", fs::current_path()));
+}
+
+TEST_F(Scan, WithoutApplicationSupportFindsTheInstallersCopyAndTheWorkingFolder) {
+  fs::remove_all(home.applicationSupport());
+  EXPECT_THAT(
+      launcher.scanForPossibleDirectories(), ElementsAre("/Applications", fs::current_path()));
+}
+
+TEST_F(Scan, TakesTheWorkingFolderOfTheMoment) {
+  test::inChildProcessAt(home.path(), [&] {
+    EXPECT_THAT(launcher.scanForPossibleDirectories(), ElementsAre("/Applications", home.path()));
+  });
+}
+
+TEST_F(Scan, ListsApplicationsTwiceWhenItIsTheWorkingFolder) {
+  fs::create_directory(home.path() / "Applications");
+  test::inChildProcessWithRoot(home.path(), [&] {
+    fs::current_path("/Applications");
+    EXPECT_THAT(
+        launcher.scanForPossibleDirectories(), ElementsAre("/Applications", "/Applications"));
+  });
+}
+
+TEST_F(Scan, ListsSubFoldersButNoFilesAndNothingDeeper) {
+  fs::create_directories(launcherFolder() / "45.11.0.1" / "deeper");
+  test::writeFile(launcherFolder() / "corrupt.dat", "");
+  EXPECT_THAT(found(), ElementsAre(launcherFolder() / "45.11.0.1"));
+}
+
+TEST_F(Scan, ListsFoldersWithoutTheApplicationAndWithAnyName) {
+  for (const char* name : {".hidden", "two words", "line\nfeed", "\xFF"})
+    fs::create_directories(launcherFolder() / name);
+  EXPECT_EQ(found().size(), 4U);
+}
+
+TEST_F(Scan, ListsALinkToAFolderUnderItsOwnPath) {
+  fs::create_directories(home.path() / "elsewhere");
+  fs::create_directories(launcherFolder());
+  fs::create_directory_symlink(home.path() / "elsewhere", launcherFolder() / "link");
+  EXPECT_THAT(found(), ElementsAre(launcherFolder() / "link"));
+}
+
+TEST_F(Scan, LeavesOutDanglingLinksAndLinksToFiles) {
+  test::writeFile(home.path() / "file", "");
+  fs::create_directories(launcherFolder());
+  fs::create_symlink(home.path() / "missing", launcherFolder() / "dangling");
+  fs::create_symlink(home.path() / "file", launcherFolder() / "link");
+  EXPECT_THAT(found(), IsEmpty());
+}
+
+TEST_F(Scan, FollowsALauncherFolderThatIsALink) {
+  fs::create_directories(home.path() / "elsewhere" / "45.11.0.1");
+  fs::create_directory_symlink(home.path() / "elsewhere", launcherFolder());
+  EXPECT_THAT(found(), ElementsAre(launcherFolder() / "45.11.0.1"));
+}
+
+TEST_F(Scan, KeepsTheOrderOfTheFileSystem) {
+  std::vector<int> numbers(40);
+  std::iota(numbers.begin(), numbers.end(), 10);
+  std::shuffle(numbers.begin(), numbers.end(), std::mt19937(1));
+  for (const int number : numbers)
+    fs::create_directories(launcherFolder() / std::to_string(number));
+  std::vector<fs::path> listing;
+  for (const auto& entry : fs::directory_iterator(launcherFolder()))
+    listing.push_back(entry.path());
+  EXPECT_EQ(found(), listing);
+}
+
+TEST_F(Scan, LogsNothing) {
+  makeCopy("45.11.0.1", "45.11.0.1");
+  launcher.scanForPossibleDirectories();
+  EXPECT_THAT(messages(), IsEmpty());
+}
+
+TEST_F(Scan, RaisesAnErrorWhereTheLauncherFolderIsAPlainFile) {
+  test::writeFile(launcherFolder(), "");
+  EXPECT_THROW(launcher.scanForPossibleDirectories(), fs::filesystem_error);
+}
+
+TEST_F(Scan, RaisesAnErrorWhereTheWorkingFolderIsGone) {
+  const fs::path gone = home.path() / "gone";
+  fs::create_directory(gone);
+  test::inChildProcessAt(gone, [&] {
+    fs::remove(gone);
+    EXPECT_THROW(launcher.scanForPossibleDirectories(), fs::filesystem_error);
+  });
+}
+
+TEST_F(Scan, RaisesAnErrorWhereAnEntryCannotBeExamined) {
+  fs::create_directories(launcherFolder());
+  fs::create_symlink("loop", launcherFolder() / "loop");
+  EXPECT_THROW(launcher.scanForPossibleDirectories(), fs::filesystem_error);
+}
+
+TEST_F(Scan, RaisesAnErrorWherePermissionIsDenied) {
+  makeCopy("45.11.0.1", "45.11.0.1");
+  test::asUnprivilegedUser(home.path(), [&] {
+    for (const auto& folder :
+         {launcherFolder(), home.applicationSupport(), home.path() / "Library"}) {
+      SCOPED_TRACE(folder);
+      const test::ScopedPermissions scoped(folder, fs::perms::none);
+      EXPECT_THROW(launcher.scanForPossibleDirectories(), fs::filesystem_error);
+    }
+    EXPECT_EQ(found().size(), 1U);
+  });
+}
+
+TEST_F(Membership, HoldsForDirectChildrenOfTheLauncherFolderAlone) {
+  const fs::path folder = launcherFolder();
+  const std::string text = folder.string();
+  fs::create_directories(folder / "45.11.0.1");
+  fs::create_directory_symlink(folder, home.path() / "link");
+  const struct {
+    fs::path dir;
+    bool expected;
+  } rows[] = {
+      {folder / "45.11.0.1", true},
+      {folder / "missing", true},
+      {text + "//45.11.0.1", true},
+      {folder, false},
+      {text + "/", true}, // the last element is the empty one
+      {text + "/45.11.0.1/", false},
+      {folder / "45.11.0.1" / "OrlixVDIPlugin.app", false},
+      {text + "/./45.11.0.1", false},
+      {text + "/45.11.0.1/../45.11.0.1", false},
+      {home.path() / "link" / "45.11.0.1", false},
+      {home.applicationSupport() / "vantuorlixvdilauncher" / "45.11.0.1", false},
+      {"/Applications", false},
+      {fs::current_path(), false},
+      {"45.11.0.1", false},
+      {"", false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.dir);
+    EXPECT_EQ(launcher.isBelongLaunchDirectory(row.dir), row.expected);
+  }
+}
+
+TEST_F(Membership, HoldsForPathsWithoutAParentWhenThereIsNoApplicationSupport) {
+  fs::remove_all(home.applicationSupport());
+  EXPECT_TRUE(launcher.isBelongLaunchDirectory(""));
+  EXPECT_TRUE(launcher.isBelongLaunchDirectory("name"));
+  EXPECT_FALSE(launcher.isBelongLaunchDirectory("/Applications"));
+}
+
+TEST_F(Membership, PassesOnTheErrorOfAnApplicationSupportThatCannotBeExamined) {
+  test::asUnprivilegedUser(home.path(), [&] {
+    const test::ScopedPermissions scoped(home.path() / "Library", fs::perms::none);
+    EXPECT_THROW(launcher.isBelongLaunchDirectory("/Applications"), fs::filesystem_error);
+  });
+}
