@@ -4,7 +4,6 @@
 #include <chrono>
 #include <ctime>
 #include <iomanip>
-#include <regex>
 #include <sstream>
 #include <thread>
 
@@ -73,9 +72,9 @@ protected:
 TEST_F(Logging, WritesTimeStampMessageAndLineFeed) {
   Logger::open(logFile(), true);
   Logger::log("a message");
-  EXPECT_TRUE(std::regex_match(
-      content(), std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} a message\n)")))
-      << content();
+  EXPECT_THAT(
+      content(),
+      MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} a message\n"));
 }
 
 TEST_F(Logging, FlushesEveryLineBeforeReturning) {

@@ -1,0 +1,27 @@
+#include "FileSystem.h"
+#include "LauncherHelper.h"
+
+#include <gtest/gtest.h>
+
+#include <pwd.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+// Where a Linux user's Library lies.
+
+TEST(HomeFolder, IsNamedByTheEnvironment) {
+  for (const char* folder : {"/home/alice", "/home/alice/", "relative"}) {
+    const test::ScopedEnvironment home("HOME", folder);
+    EXPECT_EQ(LauncherHelper::getLogPath(), fs::path(folder) / "Library" / "Logs/VantuOrlixVDI");
+  }
+}
+
+TEST(HomeFolder, IsThatOfThePasswordFileWhenTheEnvironmentNamesNone) {
+  const fs::path expected = ::getpwuid(::geteuid())->pw_dir;
+  const std::optional<std::string> none[] = {std::nullopt, ""};
+  for (const auto& value : none) {
+    const test::ScopedEnvironment home("HOME", value);
+    EXPECT_EQ(LauncherHelper::getLogPath(), expected / "Library" / "Logs/VantuOrlixVDI");
+  }
+}

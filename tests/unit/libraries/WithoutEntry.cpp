@@ -1,0 +1,5 @@
+#include "Record.h"
+
+__attribute__((constructor)) static void loaded() {
+  record() << "loaded\n";
+}
