@@ -74,9 +74,9 @@ std::filesystem::path libraryDirectory();
 // when the bundle, the list or the key is missing or unreadable, or the value is no text.
 std::string bundleVersion(const std::filesystem::path& bundle);
 
-// Requests the start of a new instance of the bundle and returns without waiting for it. Reports
-// "launch app succeed" or "Failed to run the app: " and the reason to the system log, on a thread
-// other than the caller's, which ends with that.
+// Requests the start of a new instance of the bundle and returns without waiting for it. Once, on a
+// thread of its own that ends with that, the system log gets "launch app succeed" or "Failed to run
+// the app: " and the reason. Where there is no thread to be had, the start fails unreported.
 void startApplication(const std::filesystem::path& bundle, const std::string& argument);
 
 // The Frameworks folder beside the folder of the running executable, as text for loadLibrary, with

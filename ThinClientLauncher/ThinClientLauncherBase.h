@@ -92,10 +92,11 @@ public:
   // launched most recently; nothing when the launched copy lies elsewhere.
   void cleanUpLauncherDirectory(const Path& launchedDir) const;
 
-  // Removes dir and all below it; never follows links. A failure is logged and may leave a part.
+  // Removes dir, given without a separator at its end, and all below it; never follows links. A
+  // failure is logged and may leave a part.
   static void removeDirectory(const Path& dir);
 
-  // --- What the operations above decide, without their effects; not exported ---
+  // --- What the operations above decide, without the effects on disk; not exported ---
 
   struct Viability {
     CandidateList viable;

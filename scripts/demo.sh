@@ -183,8 +183,8 @@ heading "Copies in the launcher folder, before"
 show_copies
 
 heading "A host of version $client_version asks for a launch"
-launch
 status=0
+launch || status=1
 wait_for_load_mode || status=1
 show_log "$logs/vdi-launch-launchmode-log.txt"
 

@@ -35,16 +35,24 @@ struct FailurePipe {
   Descriptor writeEnd;
 };
 
+Descriptor aboveStandardStreams(int descriptor) {
+  return Descriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
+
+// In a host without standard streams a pipe could become one, for other threads to write to and for
+// the new process to lose.
 FailurePipe openFailurePipe() {
   std::array<int, 2> ends{-1, -1};
   if (::pipe2(ends.data(), O_CLOEXEC) != 0)
     return {Descriptor(-1), Descriptor(-1)};
-  // The first three descriptors become the standard streams of the new process.
-  const Descriptor low(ends[1]);
-  return {Descriptor(ends[0]), Descriptor(::fcntl(low, F_DUPFD_CLOEXEC, STDERR_FILENO + 1))};
+  const Descriptor readEnd(ends[0]);
+  const Descriptor writeEnd(ends[1]);
+  return {aboveStandardStreams(readEnd), aboveStandardStreams(writeEnd)};
 }
 
-// Waits for what arrives from the other process alone; 0 when nothing does.
+// Waits for what the new process tells, and for as long as any process has the write end: one that
+// another thread forked meanwhile and that runs no program of its own may hold this thread up.
+// Returns 0 when nothing is told.
 int awaitFailure(FailurePipe& pipe) {
   pipe.writeEnd.close();
   int code = 0;
@@ -91,7 +99,7 @@ void becomeApplication(gpointer data) {
 
 std::string spawn(const fs::path& executable, const std::string& argument) {
   FailurePipe failure = openFailurePipe();
-  if (failure.writeEnd < 0)
+  if (failure.readEnd < 0 || failure.writeEnd < 0)
     return systemError(executable, errno);
   std::string program = executable.string();
   std::string text = argument.c_str();

@@ -13,8 +13,8 @@ constexpr std::size_t MAXIMUM_OBJECTS = 20000;
 constexpr std::size_t MAXIMUM_BYTES = 2 * 1024 * 1024;
 constexpr std::size_t TRAILER_SIZE = 32;
 
-// The high half of an object's first byte. Below TEXT_OR_DATA stand numbers and dates, whose size
-// is a power of two; from ARRAY on, containers.
+// The high half of an object's first byte. Below DATA stand null, booleans, numbers and dates, of a
+// few bytes each; from ARRAY on, containers.
 enum Kind : unsigned {
   NUMBER = 0x1,
   FLOAT = 0x2,

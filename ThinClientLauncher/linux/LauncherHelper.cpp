@@ -4,6 +4,7 @@
 #include "PropertyList.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <dlfcn.h>
@@ -22,11 +23,15 @@ namespace LauncherHelper::Platform {
 
 // --- Folders ---
 
+constexpr std::size_t MAXIMUM_PASSWORD_ENTRY = 1024 * 1024;
+
 static fs::path homeFromPasswordFile() {
   std::vector<char> buffer(16 * 1024);
   passwd entry{};
   passwd* found = nullptr;
-  ::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found);
+  while (::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE &&
+         buffer.size() < MAXIMUM_PASSWORD_ENTRY)
+    buffer.resize(buffer.size() * 2);
   return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : "";
 }
 
@@ -66,6 +71,8 @@ public:
   SignalsBlocked() {
     sigset_t all;
     ::sigfillset(&all);
+    for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT})
+      ::sigdelset(&all, fault); // the host's crash handler is to see a crash of this thread too
     ::pthread_sigmask(SIG_SETMASK, &all, &before);
   }
   ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &before, nullptr); }

@@ -75,8 +75,13 @@ private:
     if (take("<dict>"))
       return takeEntries(depth);
     return take("<true/>") || take("<false/>") || take("<array/>") || take("<dict/>") ||
-           take("<string/>") || takeText("<integer>", "</integer>") ||
-           takeText("<real>", "</real>");
+           take("<string/>") || takeNumber("<integer>", "</integer>") ||
+           takeNumber("<real>", "</real>");
+  }
+
+  bool takeNumber(std::string_view startTag, std::string_view endTag) {
+    const auto text = takeText(startTag, endTag);
+    return text && text->find_first_not_of("0123456789+-.eE") == text->npos;
   }
 
   std::string_view rest;

@@ -21,7 +21,11 @@ namespace {
 
 constexpr std::size_t MAXIMUM_FILE_SIZE = 256 * 1024;
 constexpr std::string_view BINARY_LIST_MAGIC = "bplist0";
-constexpr std::size_t MAXIMUM_XML_CONTAINERS = 2000; // libplist frees nested ones recursively
+// What libplist pays for more than linearly: containers with stack, since it frees nested ones
+// recursively, keys and entities with time.
+constexpr std::size_t MAXIMUM_XML_CONTAINERS = 500;
+constexpr std::size_t MAXIMUM_XML_KEYS = 1000;
+constexpr std::size_t MAXIMUM_XML_ENTITIES = 1000;
 
 struct ListDeleter {
   void operator()(void* list) const { plist_free(list); }
@@ -65,7 +69,9 @@ std::size_t countOccurrences(std::string_view text, std::string_view what) {
 
 bool isModestXml(std::string_view content) {
   return countOccurrences(content, "<array") + countOccurrences(content, "<dict") <=
-         MAXIMUM_XML_CONTAINERS;
+             MAXIMUM_XML_CONTAINERS &&
+         countOccurrences(content, "<key") <= MAXIMUM_XML_KEYS &&
+         countOccurrences(content, "&") <= MAXIMUM_XML_ENTITIES;
 }
 
 List parse(const std::string& content) {
