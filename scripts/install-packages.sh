@@ -16,6 +16,7 @@ test googletest test framework, compiled with the flags of each build
 test bubblewrap private /Applications and system log for the tests
 test strace traces what a process asks of the system
 test clang-format-16 checks the format
+clang clang-tidy-16 finds slips that no compiler names
 clang clang-16 second compiler
 clang libc++-16-dev the standard library of macOS
 clang libc++abi-16-dev its runtime part
@@ -32,7 +33,16 @@ packages_for() {
 
 is_installed() { dpkg-query -W -f '${Status}' "$1" 2>/dev/null | grep -q '^install ok installed$'; }
 
-as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then
+    "$@"
+  elif command -v sudo >/dev/null; then
+    sudo "$@"
+  else
+    echo "install-packages.sh: needs root or sudo to install: ${missing[*]}" >&2
+    exit 1
+  fi
+}
 
 wanted=$(packages_for "$@")
 command -v apt-get >/dev/null || {

@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# Runs clang-tidy over the library's sources, with the flags of the clang build.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install-packages.sh build clang test
+cmake --preset libcxx >/dev/null
+git ls-files -z 'ThinClientLauncher/*.cpp' |
+  xargs -0 -n 1 -P "$(nproc)" clang-tidy-16 --quiet -p build/libcxx 2> >(grep -v 'warnings generated' >&2)
