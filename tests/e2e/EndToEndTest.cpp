@@ -4,16 +4,27 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <sys/wait.h>
 
 namespace fs = std::filesystem;
 
 namespace test {
 
-EndToEnd::EndToEnd() : folderBefore(fs::current_path()) {
+// The options of a sanitizer, with what it finds written to files in this folder.
+static std::string sanitizerOptions(const char* variable, const fs::path& findings) {
+  const char* const given = std::getenv(variable);
+  return (given != nullptr ? std::string(given) + ":" : "") +
+         "log_path=" + (findings / "finding").string();
+}
+
+EndToEnd::EndToEnd()
+    : addressFindings("ASAN_OPTIONS", sanitizerOptions("ASAN_OPTIONS", findings())),
+      undefinedFindings("UBSAN_OPTIONS", sanitizerOptions("UBSAN_OPTIONS", findings())),
+      folderBefore(fs::current_path()) {
   const fs::path work = home.path() / "work";
-  fs::create_directories(work);
-  fs::create_directories(home.path() / "reports");
+  for (const auto& folder : {work, home.path() / "reports", findings()})
+    fs::create_directories(folder);
   fs::current_path(work);
 }
 
@@ -34,6 +45,8 @@ void EndToEnd::TearDown() {
   runningHost.reset();
   EXPECT_TRUE(eventually(allProcessesEnded)) << "a process is left";
   EXPECT_EQ(readFile(output()), "") << "something was printed";
+  for (const auto& finding : fs::directory_iterator(findings()))
+    ADD_FAILURE() << readFile(finding.path());
 }
 
 fs::path EndToEnd::copyFolder(const std::string& name) const {

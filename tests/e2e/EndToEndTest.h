@@ -66,9 +66,14 @@ protected:
   std::optional<SystemLog> systemLog{std::in_place};
 
 private:
+  // Where sanitizers write what they find, since started applications have no standard streams.
+  std::filesystem::path findings() const { return home.path() / "findings"; }
+
   // What hosts and programs print.
   std::filesystem::path output() const { return home.path() / "output"; }
 
+  ScopedEnvironment addressFindings;
+  ScopedEnvironment undefinedFindings;
   std::filesystem::path folderBefore;
   std::optional<HostProcess> runningHost;
 };
