@@ -9,6 +9,7 @@ namespace fs = std::filesystem;
 
 using testing::EndsWith;
 using testing::IsEmpty;
+using testing::MatchesRegex;
 using testing::StartsWith;
 
 namespace test {
@@ -97,8 +98,8 @@ TEST_F(ApplicationStart, GivesASessionOfItsOwnTheRootFolderAndNoStandardStreams)
   EXPECT_EQ(application["parent"], std::to_string(::getpid())) << "a child of the host";
   EXPECT_EQ(application["folder"], "/");
   EXPECT_THAT(application["descriptor 0"], StartsWith("/dev/null read"));
-  EXPECT_THAT(application["descriptor 1"], ::testing::MatchesRegex("/dev/null (read-)?write"));
-  EXPECT_THAT(application["descriptor 2"], ::testing::MatchesRegex("/dev/null (read-)?write"));
+  EXPECT_THAT(application["descriptor 1"], MatchesRegex("/dev/null (read-)?write"));
+  EXPECT_THAT(application["descriptor 2"], MatchesRegex("/dev/null (read-)?write"));
 }
 
 TEST_F(ApplicationStart, GivesStandardStreamsAlsoWhereTheHostHasNone) {
@@ -106,8 +107,8 @@ TEST_F(ApplicationStart, GivesStandardStreamsAlsoWhereTheHostHasNone) {
   EXPECT_EQ(host().ask({"close-standard-streams"}), "closed");
   auto application = launchOne();
   EXPECT_THAT(application["descriptor 0"], StartsWith("/dev/null read"));
-  EXPECT_THAT(application["descriptor 1"], ::testing::MatchesRegex("/dev/null (read-)?write"));
-  EXPECT_THAT(application["descriptor 2"], ::testing::MatchesRegex("/dev/null (read-)?write"));
+  EXPECT_THAT(application["descriptor 1"], MatchesRegex("/dev/null (read-)?write"));
+  EXPECT_THAT(application["descriptor 2"], MatchesRegex("/dev/null (read-)?write"));
   EXPECT_EQ(part(application, "descriptor ").size(), 3U);
 }
 
@@ -372,6 +373,23 @@ TEST_F(ApplicationStart, SucceedsInAHostWhoseThreadsHaveTinyStacks) {
       std::string(list).insert(list.rfind("</dict>"), "<key>Deep</key>" + nestedArrays(1500)));
   EXPECT_EQ(host().ask({"use-tiny-stacks"}), "tiny");
   EXPECT_EQ(launchOne().count("argument 1"), 1U);
+}
+
+TEST_F(ApplicationStart, ReportsThatNoProcessCanBeHad) {
+  makeCopy("copy", "45.12.0.1");
+  EXPECT_EQ(host().ask({"refuse-forks"}), "refused");
+  EXPECT_THAT(launchNone(), MatchesRegex("Failed to run the app: .*fork.*\\(.*unavailable\\)"));
+}
+
+// There is no one left to report it.
+TEST_F(ApplicationStart, FailsInSilenceWhereNoThreadCanBeHad) {
+  const fs::path copy = makeCopy("copy", "45.12.0.1");
+  EXPECT_EQ(host().ask({"refuse-threads"}), "refused");
+  EXPECT_EQ(launch({"launchermode"}), "returned 0");
+  EXPECT_EQ(readFile(copy / "launchCount.dat"), "1");
+  EXPECT_EQ(host().threads(), 1);
+  EXPECT_THAT(reports(), IsEmpty());
+  EXPECT_THAT(systemLog->awaitMessages(0), IsEmpty());
 }
 
 class HostsChildren : public ApplicationStart, public testing::WithParamInterface<const char*> {};

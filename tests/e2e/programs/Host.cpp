@@ -146,21 +146,55 @@ static std::string becomeUnprivileged(const Words&) {
   return dropped ? "unprivileged" : "refused";
 }
 
-// Holds up every thread that forks.
-static std::atomic<bool> forksAreHeldUp{false};
+// How the host answers when the library asks for a process or a thread.
+enum class Answer { YES, LATER, NO };
 
-static void waitBeforeFork() {
-  test::eventually([] { return !forksAreHeldUp; });
+static std::atomic<Answer> answerToFork{Answer::YES};
+static std::atomic<Answer> answerToThread{Answer::YES};
+
+// Whether to go on; waits while the answer is LATER.
+static bool isGranted(const std::atomic<Answer>& answer) {
+  return test::eventually([&] { return answer != Answer::LATER; }) && answer == Answer::YES;
+}
+
+template <typename Function>
+static Function* original(Function*, const char* name) {
+  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+// Exported, and so found before the C library's own.
+extern "C" pid_t fork() {
+  if (isGranted(answerToFork))
+    return original(&fork, "fork")();
+  errno = EAGAIN;
+  return -1;
+}
+
+extern "C" int pthread_create(
+    pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* argument) {
+  if (!isGranted(answerToThread))
+    return EAGAIN;
+  return original(&pthread_create, "pthread_create")(thread, attributes, body, argument);
 }
 
 static std::string holdUpForks(const Words&) {
-  forksAreHeldUp = true;
-  return ::pthread_atfork(waitBeforeFork, nullptr, nullptr) == 0 ? "held up" : "refused";
+  answerToFork = Answer::LATER;
+  return "held up";
 }
 
 static std::string releaseForks(const Words&) {
-  forksAreHeldUp = false;
+  answerToFork = Answer::YES;
   return "released";
+}
+
+static std::string refuseForks(const Words&) {
+  answerToFork = Answer::NO;
+  return "refused";
+}
+
+static std::string refuseThreads(const Words&) {
+  answerToThread = Answer::NO;
+  return "refused";
 }
 
 // The stack that threads get unless they ask for another.
@@ -213,6 +247,8 @@ static std::string obey(const Words& words) {
       {"become-unprivileged", becomeUnprivileged},
       {"hold-up-forks", holdUpForks},
       {"release-forks", releaseForks},
+      {"refuse-forks", refuseForks},
+      {"refuse-threads", refuseThreads},
       {"use-tiny-stacks", useTinyStacks},
       {"use-unusual-locale", useUnusualLocale},
       {"open-log", openLog},
