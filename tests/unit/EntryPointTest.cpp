@@ -42,6 +42,7 @@ protected:
 
   // The start of an application ends with its thread.
   ~EntryPoint() override {
+    test::duringFixedPause() = nullptr;
     while (threadCount() > threadsBefore)
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
@@ -175,6 +176,37 @@ TEST_F(EntryPoint, RunsTheWholeSequenceInOrder) {
   EXPECT_THAT(test::sleepRequests(), ElementsAre(test::FIXED_PAUSE));
 }
 
+TEST_F(EntryPoint, RecordsAndCleansAfterThePauseAlone) {
+  const fs::path copy = makeCopy("copy", "45.11.0.1");
+  for (const char* name : {"a", "b", "c"})
+    fs::create_directory(launcherFolder() / name);
+  test::duringFixedPause() = [&] {
+    EXPECT_THAT(messagesIn(launchLog()).back(), StartsWith("Best candidate: "));
+    EXPECT_FALSE(fs::exists(copy / "launchCount.dat"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(launcherFolder()), {}), 4);
+  };
+  EXPECT_EQ(call({}), 0);
+  EXPECT_TRUE(fs::exists(copy / "launchCount.dat"));
+  EXPECT_EQ(std::distance(fs::directory_iterator(launcherFolder()), {}), 3);
+}
+
+TEST_F(EntryPoint, RecordsTheLaunchBeforeItCleans) {
+  const fs::path copy = makeCopy("copy", "45.11.0.1");
+  for (const char* name : {"a", "b", "c"})
+    test::writeFile(launcherFolder() / name / "content" / "file", "");
+  test::asUnprivilegedUser(home.path(), [&] {
+    const auto stuck = fs::perms::owner_read | fs::perms::owner_exec;
+    const test::ScopedPermissions a(launcherFolder() / "a" / "content", stuck);
+    const test::ScopedPermissions b(launcherFolder() / "b" / "content", stuck);
+    const test::ScopedPermissions c(launcherFolder() / "c" / "content", stuck);
+    EXPECT_EQ(call({}), 0);
+    const auto lines = messagesIn(launchLog());
+    ASSERT_GE(lines.size(), 2U);
+    EXPECT_THAT(lines[lines.size() - 2], StartsWith("VDI Launch count updated to: 1 "));
+    EXPECT_THAT(lines.back(), StartsWith("remove directory failed: "));
+  });
+}
+
 TEST_F(EntryPoint, ChoosesFiltersRecordsAndCleans) {
   const fs::path newer = makeCopy("newer than the client", "45.13.0.10");
   const fs::path broken = corrupt(makeCopy("broken", "45.12.0.999"));
@@ -201,9 +233,7 @@ TEST_F(EntryPoint, FallsBackToAllViableCopiesWhenNoneIsCompatible) {
   EXPECT_EQ(call({"launchermode", "45.10"}), 0);
   const auto lines = messagesIn(launchLog());
   EXPECT_THAT(lines, Contains("Best candidate: " + b.string() + " (version: 45.12.0.1)"));
-  EXPECT_THAT(lines, testing::Not(Contains(testing::HasSubstr("45.13.0.1"))))
-      << "not among the viable";
-  EXPECT_EQ(test::readFile(b / "launchCount.dat"), "1");
+  @ @EXPECT_EQ(test::readFile(b / "launchCount.dat"), "1");
 }
 
 TEST_F(EntryPoint, ChoosesTheFirstListedOfEqualCopies) {

@@ -2,6 +2,7 @@
 #include "LauncherTest.h"
 #include "SleepStandIn.h"
 #include "SystemLogStandIn.h"
+#include "ThinClientLauncherEntryPoint.h"
 
 #include <syslog.h>
 #include <thread>
@@ -25,8 +26,12 @@ protected:
   }
 
   void makeApplication(const std::string& executable = "OrlixVDIPlugin") const {
-    test::makeBundle(dir, "45.11.0.1");
-    makeExecutable(dir / "OrlixVDIPlugin.app" / "Contents" / "MacOS" / executable);
+    makeApplicationIn(dir, executable);
+  }
+
+  void makeApplicationIn(const fs::path& folder, const std::string& executable) const {
+    const fs::path bundle = test::makeBundle(folder, "45.11.0.1");
+    makeExecutable(bundle / "Contents" / "MacOS" / executable);
   }
 
   void makeExecutable(const fs::path& file) const {
@@ -209,4 +214,22 @@ TEST_F(Launch, PassesTheHostsEnvironmentOn) {
   LauncherHelper::launchFromDirectory(dir, "loadmode");
   EXPECT_EQ(outcome(), SUCCESS);
   EXPECT_THAT(reports(1), ElementsAre("a value\n"));
+}
+
+TEST_F(Launch, ByTheEntryPointStartsTheChosenCopyInLoadMode) {
+  Logger::close();
+  makeApplicationIn(launcherFolder() / "copy", "OrlixVDIPlugin");
+  EXPECT_EQ(ThinClientLauncherEntryPoint(1, nullptr), 0);
+  EXPECT_EQ(outcome(), SUCCESS);
+  EXPECT_THAT(reports(1), ElementsAre("1\nloadmode\n"));
+}
+
+TEST_F(Launch, ByTheEntryPointAsksForTheBundleOfTheEmptyPathWithoutACandidate) {
+  Logger::close();
+  EXPECT_EQ(ThinClientLauncherEntryPoint(1, nullptr), 0);
+  const fs::path bundle = fs::current_path() / "OrlixVDIPlugin.app";
+  EXPECT_EQ(
+      outcome(),
+      "Failed to run the app: " + (bundle / "Contents" / "MacOS" / "OrlixVDIPlugin").string() +
+          ": No such file or directory");
 }
