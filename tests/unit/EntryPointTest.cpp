@@ -233,7 +233,11 @@ TEST_F(EntryPoint, FallsBackToAllViableCopiesWhenNoneIsCompatible) {
   EXPECT_EQ(call({"launchermode", "45.10"}), 0);
   const auto lines = messagesIn(launchLog());
   EXPECT_THAT(lines, Contains("Best candidate: " + b.string() + " (version: 45.12.0.1)"));
-  @ @EXPECT_EQ(test::readFile(b / "launchCount.dat"), "1");
+  EXPECT_THAT(lines, testing::Not(Contains("find a candidate with Version: 45.13.0.1")));
+  // Three of the entry, two per viable copy, four of the broken one, four of the choice: none of
+  // the fallback.
+  EXPECT_EQ(lines.size(), 3 + 2 * 2 + 4 + 4U);
+  EXPECT_EQ(test::readFile(b / "launchCount.dat"), "1");
 }
 
 TEST_F(EntryPoint, ChoosesTheFirstListedOfEqualCopies) {

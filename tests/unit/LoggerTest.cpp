@@ -211,7 +211,7 @@ TEST(Masking, ReplacesEveryOccurrenceByAsManyStars) {
       {"adjacent", "ababab", "ab", "******"},
       {"overlapping ones count once", "aaaaa", "aa", "****a"},
       {"case-sensitive", "aA", "a", "*A"},
-      {"stars are not searched again", "*a*", "*", "*a*"},
+      {"stars are not searched again", "*aa", "*a", "**a"},
       {"stars and letters", "**a", "*a", "***"},
   };
   for (const auto& row : rows) {

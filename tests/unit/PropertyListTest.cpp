@@ -10,6 +10,7 @@
 #include <fstream>
 #include <iterator>
 #include <pthread.h>
+#include <random>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -45,6 +46,12 @@ std::string repeated(const std::string& text, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i)
     result += text;
   return result;
+}
+
+// The same list, with something in it that only the whole parser takes.
+std::string notPlain(const std::string& xml) {
+  std::string list = xml;
+  return list.insert(list.find("<dict>"), "<!-- -->");
 }
 
 std::string nestedXml(const std::string& open, const std::string& close, std::size_t depth) {
@@ -170,7 +177,7 @@ std::vector<NamedList> hostileLists() {
       {"unknown XML elements, nested deep", xmlList(nestedXml("<a>", "</a>", 18000))},
       {"lists in lists", repeated("<plist>", 18000)},
       {"entities of entities", laughs + laughing},
-      {"keys without end", xmlWithVersion(repeated(xmlEntry("<true/>", "k"), 5000))},
+      {"keys without end", notPlain(xmlWithVersion(repeated(xmlEntry("<true/>", "k"), 5000)))},
   };
 }
 
@@ -413,7 +420,41 @@ TEST_F(PropertyListFile, GivesTheTextBesideSharedAndNestedEntriesOfRealLists) {
   std::string entries;
   for (int i = 0; i < 1500; ++i)
     entries += xmlEntry("<true/>", "k" + std::to_string(i));
-  EXPECT_EQ(read(xmlWithVersion(entries)), VERSION) << "many keys";
+  EXPECT_EQ(read(notPlain(xmlWithVersion(entries))), VERSION) << "many keys";
+}
+
+TEST_F(PropertyListFile, GivesTheSameForPlainAndOtherXml) {
+  const std::string pieces[] = {
+      xmlEntry("<string>45.10</string>"),
+      xmlEntry("<string> 45.11\n</string>"),
+      xmlEntry("<string></string>"),
+      xmlEntry("<string/>"),
+      xmlEntry("<integer>45</integer>"),
+      xmlEntry("<dict>" + xmlEntry("<string>inner</string>") + "</dict>", "nested"),
+      xmlEntry("<array><string>a</string><array/><dict></dict></array>", "list"),
+      xmlEntry("<array>" + xmlEntry("<string>inner</string>") + "</array>", "key in a list"),
+      xmlEntry("<integer>-1</integer>", ""),
+      xmlEntry("<integer>no number</integer>", "odd"),
+      xmlEntry("<integer></integer>", "odd"),
+      xmlEntry("<real>1.5e3</real>", "real"),
+      xmlEntry("<real>no number</real>", "real"),
+      xmlEntry("<true/>", " spaces "),
+      xmlEntry("<string>a > b ]]> c</string>", "signs"),
+      xmlEntry("<string>\xFF</string>", "not UTF-8"),
+      "<key>without value</key>",
+      "<string>without key</string>",
+      "</dict>",
+      " \n\t\r",
+      "text",
+  };
+  std::mt19937 random(20260307); // the same on every run
+  for (int i = 0; i < 1000; ++i) {
+    std::string entries;
+    for (std::size_t count = random() % 5; count > 0; --count)
+      entries += pieces[random() % std::size(pieces)];
+    const std::string list = xmlList("<dict>" + entries + "</dict>");
+    ASSERT_EQ(read(list), read(notPlain(list))) << list;
+  }
 }
 
 TEST_F(PropertyListFile, GivesNothingForHostileContent) {
