@@ -1,0 +1,30 @@
+# Builds for macOS on a machine that is none, against the sysroot that scripts/check-macos.sh lays
+# out in the build folder. Never used on a Mac.
+set(CMAKE_SYSTEM_NAME Darwin)
+set(CMAKE_SYSTEM_VERSION 20.0)
+
+set(llvm /usr/lib/llvm-16)
+set(sysroot ${CMAKE_CURRENT_LIST_DIR}/../build/macos-sysroot)
+file(REAL_PATH ${sysroot} CMAKE_OSX_SYSROOT)
+
+set(CMAKE_OSX_DEPLOYMENT_TARGET 11.0)
+set(CMAKE_OSX_ARCHITECTURES arm64 x86_64)
+
+set(CMAKE_CXX_COMPILER ${llvm}/bin/clang++)
+set(CMAKE_OBJCXX_COMPILER ${llvm}/bin/clang++)
+set(CMAKE_CXX_COMPILER_TARGET arm64-apple-macos11.0)
+set(CMAKE_OBJCXX_COMPILER_TARGET arm64-apple-macos11.0)
+foreach(tool AR RANLIB STRIP LIPO OTOOL INSTALL_NAME_TOOL NM)
+  string(TOLOWER ${tool} name)
+  string(REPLACE _ - name ${name})
+  set(CMAKE_${tool} ${llvm}/bin/llvm-${name})
+endforeach()
+
+# -B is where the compiler finds the tool that joins the architectures. The sysroot's own
+# __config_site comes before Debian's: it leaves availability on, so that nothing binds to what
+# macOS 11 lacks.
+set(flags "-B${CMAKE_OSX_SYSROOT}/bin -isystem ${CMAKE_OSX_SYSROOT}/usr/include/libc++-config")
+set(CMAKE_CXX_FLAGS_INIT ${flags})
+set(CMAKE_OBJCXX_FLAGS_INIT ${flags})
+set(CMAKE_SHARED_LINKER_FLAGS_INIT -fuse-ld=lld)
+set(CMAKE_EXE_LINKER_FLAGS_INIT -fuse-ld=lld)
