@@ -20,6 +20,13 @@ clang clang-tidy-16 finds slips that no compiler names
 clang clang-16 second compiler
 clang libc++-16-dev the standard library of macOS
 clang libc++abi-16-dev its runtime part
+macos clang-16 compiles for macOS as well
+macos lld-16 links for macOS
+macos llvm-16 joins the architectures and lists symbols
+macos libc++-16-dev headers of the standard library of macOS
+macos libc++abi-16-dev the names of its runtime part
+macos python3 runs the checker of the linked library
+macos python3-pip fetches the headers of Darwin
 LIST
 }
 
