@@ -1,0 +1,2 @@
+// GNUstep's headers ask for the blocks runtime under this name; Debian's is called Block.h.
+#include <Block.h>
