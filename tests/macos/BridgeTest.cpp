@@ -109,6 +109,11 @@ std::vector<std::string> CapturedSystemLog::messages() const {
 
 } // namespace test
 
+// GNUstep never frees some objects of its own, nor the runtime its tables of classes.
+extern "C" const char* __lsan_default_suppressions() {
+  return "leak:libobjc\nleak:libgnustep-base";
+}
+
 int main(int argc, char** argv) {
   if (std::getenv(test::HOME_VARIABLE) == nullptr)
     return test::runAgainInScopedHome(argv);

@@ -7,6 +7,22 @@
 #include <ctime>
 #include <dlfcn.h>
 
+// Half of a surrogate pair has no UTF-8 form; GNUstep's own strings refuse to hold one.
+@interface HalfACharacter : NSString
+@end
+
+@implementation HalfACharacter
+- (NSUInteger)length {
+  return 1;
+}
+- (unichar)characterAtIndex:(NSUInteger)index {
+  return index == 0 ? 0xd800 : 0;
+}
+- (const char*)UTF8String {
+  return nullptr;
+}
+@end
+
 namespace {
 
 std::vector<std::string> lookups;
@@ -16,9 +32,8 @@ std::string executableFolder;
 std::function<void()> pauseAction;
 
 NSString* platformString(const std::string& text) {
-  const unichar loneSurrogate = 0xd800;
   NSString* const string = [NSString stringWithUTF8String:text.c_str()];
-  return string != nil ? string : [NSString stringWithCharacters:&loneSurrogate length:1];
+  return string != nil ? string : [[[HalfACharacter alloc] init] autorelease];
 }
 
 NSArray* listOf(const std::vector<std::string>& texts) {
