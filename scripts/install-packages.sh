@@ -1,10 +1,21 @@
 #!/usr/bin/env bash
-# Installs what is missing for the named purposes and says what that is.
-# Usage: scripts/install-packages.sh build|test|clang ...
+# Installs what is missing for the named purposes, with apt-get or Homebrew, and says what that is.
+# Usage: scripts/install-packages.sh PURPOSE ...
 set -euo pipefail
 
 # One line per package: purpose, name, reason.
-packages() {
+packages() { if [ "$(uname)" = Darwin ]; then mac_packages; else debian_packages; fi; }
+
+# The compiler is part of Xcode's command line tools.
+mac_packages() {
+  cat <<'LIST'
+build cmake configures the build
+build ninja runs the build
+test googletest test framework
+LIST
+}
+
+debian_packages() {
   cat <<'LIST'
 build g++ compiles the library
 build cmake configures the build
@@ -20,6 +31,10 @@ clang clang-tidy-16 finds slips that no compiler names
 clang clang-16 second compiler
 clang libc++-16-dev the standard library of macOS
 clang libc++abi-16-dev its runtime part
+gnustep clang-16 compiles the bridge for macOS, which gcc cannot
+gnustep gobjc the Objective-C runtime
+gnustep libgnustep-base-dev Foundation, to run that bridge on Linux
+gnustep libblocksruntime-dev the runtime of its completion handler
 macos clang-16 compiles for macOS as well
 macos lld-16 links for macOS
 macos llvm-16 joins the architectures and lists symbols
@@ -34,11 +49,9 @@ packages_for() {
   local purpose
   for purpose in "$@"; do
     packages | awk -v purpose="$purpose" '$1 == purpose { print $2 }' | grep . ||
-      { echo "install-packages.sh: no such purpose: $purpose (build, test or clang)" >&2; exit 2; }
+      { echo "install-packages.sh: no such purpose here: $purpose" >&2; exit 2; }
   done
 }
-
-is_installed() { dpkg-query -W -f '${Status}' "$1" 2>/dev/null | grep -q '^install ok installed$'; }
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then
@@ -51,11 +64,34 @@ as_root() {
   fi
 }
 
-wanted=$(packages_for "$@")
-command -v apt-get >/dev/null || {
-  echo "install-packages.sh: needs apt-get (Debian 12, Ubuntu 24.04 or later)." >&2
+is_installed() {
+  if [ "$(uname)" = Darwin ]; then
+    brew list --versions "$1" >/dev/null
+  else
+    dpkg-query -W -f '${Status}' "$1" 2>/dev/null | grep -q '^install ok installed$'
+  fi
+}
+
+install() {
+  if [ "$(uname)" = Darwin ]; then
+    brew install --quiet "$@"
+  else
+    as_root apt-get update -qq
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
+      "$@" >/dev/null
+  fi
+}
+
+require_installer() {
+  local installer=apt-get systems='Debian 12, Ubuntu 24.04 or later'
+  [ "$(uname)" != Darwin ] || installer=brew systems='macOS with Homebrew'
+  command -v "$installer" >/dev/null && return
+  echo "install-packages.sh: needs $installer ($systems)." >&2
   exit 1
 }
+
+wanted=$(packages_for "$@")
+require_installer
 missing=()
 for package in $wanted; do
   is_installed "$package" || missing+=("$package")
@@ -63,6 +99,4 @@ done
 [ "${#missing[@]}" -eq 0 ] && exit 0
 
 echo "Installing: ${missing[*]}"
-as_root apt-get update -qq
-as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
-  "${missing[@]}" >/dev/null
+install "${missing[@]}"

@@ -1,13 +1,19 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds and runs every test. Usage: scripts/test.sh [PRESET]
+# Installs what is missing, builds and runs every test; on a Mac, those that run there.
+# Usage: scripts/test.sh [PRESET]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-preset=${1:-release}
-purposes=(build test)
-[ "$preset" = libcxx ] && purposes+=(clang)
+if [ "$(uname)" = Darwin ]; then
+  preset=${1:-macos}
+  purposes=(build test)
+else
+  preset=${1:-release}
+  purposes=(build test gnustep)
+  [ "$preset" != libcxx ] || purposes+=(clang)
+fi
 
 scripts/install-packages.sh "${purposes[@]}"
 cmake --preset "$preset" >/dev/null
 cmake --build --preset "$preset"
-ctest --preset "$preset" --parallel "$(nproc)"
+ctest --preset "$preset" --parallel "$(getconf _NPROCESSORS_ONLN)"

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <unistd.h>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -40,7 +41,9 @@ ScopedEnvironment::~ScopedEnvironment() {
   setEnvironment(name, before);
 }
 
-ScopedHome::ScopedHome() : home("HOME", folder.path().string()) {
+ScopedHome::ScopedHome()
+    : home("HOME", folder.path().string()),
+      foundationHome("CFFIXED_USER_HOME", folder.path().string()) {
   fs::create_directories(applicationSupport());
 }
 

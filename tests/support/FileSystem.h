@@ -50,6 +50,7 @@ public:
 private:
   ScopedFolder folder;
   ScopedEnvironment home;
+  ScopedEnvironment foundationHome; // what a Mac goes by
 };
 
 // Creates or rewrites a file, with the folders above it.
