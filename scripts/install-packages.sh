@@ -35,6 +35,8 @@ gnustep clang-16 compiles the bridge for macOS, which gcc cannot
 gnustep gobjc the Objective-C runtime
 gnustep libgnustep-base-dev Foundation, to run that bridge on Linux
 gnustep libblocksruntime-dev the runtime of its completion handler
+coverage libclang-rt-16-dev counts executed lines
+coverage llvm-16 lists them
 macos clang-16 compiles for macOS as well
 macos lld-16 links for macOS
 macos llvm-16 joins the architectures and lists symbols
