@@ -92,7 +92,7 @@ require_installer() {
   exit 1
 }
 
-wanted=$(packages_for "$@")
+wanted=$(packages_for "$@" | sort -u)
 require_installer
 missing=()
 for package in $wanted; do
