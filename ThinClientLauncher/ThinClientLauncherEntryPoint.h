@@ -15,8 +15,8 @@ extern "C" {
 // argv[1] "launchermode", argv[2] is the host's client version; without one every copy fits.
 //
 // Returns 0, always: what happened is in the log file. Blocks the calling thread; must not be
-// called by two threads at once. C++ exceptions of the file system (std::filesystem_error: a
-// folder that cannot be examined, listed or created) leave the function.
+// called by two threads at once. A folder that cannot be examined, listed or created raises
+// std::filesystem::filesystem_error, which leaves the function; a host in C ends with it.
 //
 // On disk: empties and writes the mode's log file; in launcher mode also rewrites the record files
 // of the chosen copy and the list of corrupt versions, and removes folders, all of it inside the
