@@ -264,6 +264,13 @@ TEST_F(ApplicationStart, ReportsAMissingExecutable) {
   EXPECT_EQ(readFile(copy / "launchCount.dat"), "1");
 }
 
+TEST_F(ApplicationStart, ReportsAFailureAlsoWhereTheHostHasNoStandardStreams) {
+  const fs::path copy = makeCopy("copy", "45.12.0.1");
+  fs::remove(executableOf(copy));
+  EXPECT_EQ(host().ask({"close-standard-streams"}), "closed");
+  EXPECT_EQ(launchNone(), failure(executableOf(copy), "No such file or directory"));
+}
+
 TEST_F(ApplicationStart, ReportsAFileThatIsNotExecutable) {
   const fs::path copy = makeCopy("copy", "45.12.0.1");
   fs::permissions(executableOf(copy), fs::perms(0644));

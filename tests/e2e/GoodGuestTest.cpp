@@ -3,6 +3,7 @@
 #include "EndToEndTest.h"
 
 #include <algorithm>
+#include <csignal>
 #include <iterator>
 #include <syslog.h>
 
@@ -80,8 +81,8 @@ TEST_F(GoodGuest, AddsNothingMoreInFurtherLaunches) {
   EXPECT_EQ(outcome(), "launch app succeed");
   const auto before = describeHost();
   for (std::size_t launches = 2; launches <= 20; ++launches) {
-    EXPECT_EQ(launch({"launchermode", "45.12.0.1"}), "returned 0");
-    EXPECT_EQ(systemLog->await(launches).size(), launches);
+    ASSERT_EQ(launch({"launchermode", "45.12.0.1"}), "returned 0");
+    ASSERT_EQ(systemLog->await(launches).size(), launches);
   }
   awaitEndOfStart();
   EXPECT_THAT(changes(before, describeHost()), IsEmpty());
@@ -115,6 +116,18 @@ TEST_F(GoodGuest, GoesByTheHostsNameInTheSystemLog) {
   EXPECT_EQ(entries[0].name, fs::path(HOST_PROGRAM).filename().string());
   EXPECT_EQ(entries[0].priority, LOG_USER | LOG_INFO);
   EXPECT_EQ(entries[1].priority, LOG_USER | LOG_ERR);
+}
+
+TEST_F(GoodGuest, HandlesNoSignalForTheHostOnItsThread) {
+  EXPECT_EQ(host().ask({"handle-signals"}), "handled");
+  EXPECT_EQ(host().ask({"hold-up-forks"}), "held up");
+  EXPECT_EQ(launch({"launchermode"}), "returned 0");
+  EXPECT_EQ(host().ask({"block-signals"}), "blocked");
+  EXPECT_EQ(::kill(host().id(), SIGUSR1), 0);
+  EXPECT_EQ(host().ask({"signals-handled"}), "0");
+  EXPECT_EQ(host().ask({"release-forks"}), "released");
+  EXPECT_EQ(outcome(), "launch app succeed");
+  EXPECT_EQ(host().ask({"signals-handled"}), "0");
 }
 
 TEST_F(GoodGuest, WritesPlainDigitsWhateverTheHostsLocale) {

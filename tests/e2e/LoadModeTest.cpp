@@ -105,9 +105,9 @@ TEST_F(LoadMode, RecordsTheSafeStartThatLaterLaunchesSee) {
   const fs::path copy = makeApplication("45.12.0.1", MAIN_LIBRARY);
   constexpr std::size_t LAUNCHES = 4;
   for (std::size_t launches = 1; launches <= LAUNCHES; ++launches) {
-    EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0");
-    EXPECT_EQ(systemLog->await(launches).size(), launches);
-    EXPECT_TRUE(eventually([&] { return fs::exists(copy / "started.dat"); }));
+    ASSERT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0");
+    ASSERT_EQ(systemLog->await(launches).size(), launches);
+    ASSERT_TRUE(eventually([&] { return fs::exists(copy / "started.dat"); }));
   }
   EXPECT_EQ(launchLog()[4], "safe start Directory: " + copy.string() + ", Launch Count: 3");
   EXPECT_EQ(reports().size(), LAUNCHES);

@@ -9,8 +9,10 @@ namespace test {
 namespace {
 
 bool arrangeDescriptors(const char* output, int inherited) {
+  const int input = ::open("/dev/zero", O_RDONLY);
   const int file = ::open(output, O_WRONLY | O_CREAT | O_APPEND, 0666);
-  if (::dup2(file, STDOUT_FILENO) < 0 || ::dup2(file, STDERR_FILENO) < 0)
+  if (::dup2(input, STDIN_FILENO) < 0 || ::dup2(file, STDOUT_FILENO) < 0 ||
+      ::dup2(file, STDERR_FILENO) < 0)
     return false;
   if (inherited == INHERITED_DESCRIPTOR)
     ::fcntl(inherited, F_SETFD, 0);

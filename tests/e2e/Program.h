@@ -9,8 +9,9 @@ namespace test {
 
 constexpr int INHERITED_DESCRIPTOR = 3;
 
-// Starts a program with this process's environment and working folder. Its output is appended to a
-// file; of this process's descriptors it gets the given one, if any, as INHERITED_DESCRIPTOR.
+// Starts a program with this process's environment and working folder. Its input is /dev/zero, its
+// output is appended to a file; of this process's descriptors it gets the given one, if any, as
+// INHERITED_DESCRIPTOR.
 pid_t startProgram(
     const std::filesystem::path& program,
     std::vector<std::string> arguments,

@@ -16,8 +16,8 @@ protected:
   // Closes the library while the application start is under way; finish lets the start go on.
   template <typename Finish>
   void closeDuringStart(Finish finish) {
-    EXPECT_EQ(host().ask({"launch-and-close", "launchermode"}), "returned 0, closed");
-    EXPECT_EQ(host().threads(), 2);
+    ASSERT_EQ(host().ask({"launch-and-close", "launchermode"}), "returned 0, closed");
+    ASSERT_EQ(host().threads(), 2);
     finish();
     EXPECT_EQ(outcome(), "launch app succeed");
     EXPECT_EQ(reports().size(), 1U);
@@ -40,8 +40,8 @@ TEST_F(Unload, UnmapsTheLibraryBeforeTheFirstLaunch) {
 
 TEST_F(Unload, IsSafeStraightAfterTheEntryPointReturned) {
   for (std::size_t launches = 1; launches <= REPETITIONS; ++launches) {
-    EXPECT_EQ(host().ask({"launch-and-close", "launchermode"}), "returned 0, closed");
-    EXPECT_EQ(systemLog->await(launches).size(), launches);
+    ASSERT_EQ(host().ask({"launch-and-close", "launchermode"}), "returned 0, closed");
+    ASSERT_EQ(systemLog->await(launches).size(), launches);
     EXPECT_EQ(endHost(), 0);
   }
   EXPECT_THAT(systemLog->awaitMessages(REPETITIONS), Each("launch app succeed"));
@@ -50,8 +50,8 @@ TEST_F(Unload, IsSafeStraightAfterTheEntryPointReturned) {
 
 TEST_F(Unload, IsSafeAgainAndAgainInOneHost) {
   for (std::size_t launches = 1; launches <= REPETITIONS; ++launches) {
-    EXPECT_EQ(host().ask({"launch-and-close", "launchermode"}), "returned 0, closed");
-    EXPECT_EQ(host().ask({"load", LAUNCHER_LIBRARY}), "loaded");
+    ASSERT_EQ(host().ask({"launch-and-close", "launchermode"}), "returned 0, closed");
+    ASSERT_EQ(host().ask({"load", LAUNCHER_LIBRARY}), "loaded");
   }
   EXPECT_EQ(systemLog->await(REPETITIONS).size(), REPETITIONS);
   EXPECT_EQ(reports().size(), REPETITIONS);

@@ -85,7 +85,15 @@ static std::string sleepReally(const Words&) {
   return "so be it";
 }
 
-static void ignoreIt(int) {}
+static volatile std::sig_atomic_t signalsHandled = 0;
+
+static void countSignal(int) {
+  signalsHandled = signalsHandled + 1;
+}
+
+static std::string countOfSignals(const Words&) {
+  return std::to_string(signalsHandled);
+}
 
 static std::string dispose(int signal, void (*handler)(int), int flags) {
   struct sigaction action {};
@@ -102,7 +110,7 @@ static std::string ignoreSignals(const Words&) {
 
 static std::string handleSignals(const Words&) {
   for (int signal = 1; signal < NSIG; ++signal)
-    dispose(signal, ignoreIt, SA_RESTART);
+    dispose(signal, countSignal, SA_RESTART);
   return "handled";
 }
 
@@ -116,7 +124,7 @@ static std::string disposeOfChildren(const Words& words) {
   if (words.at(1) == "ignore")
     return dispose(SIGCHLD, SIG_IGN, 0);
   if (words.at(1) == "handle")
-    return dispose(SIGCHLD, ignoreIt, SA_RESTART);
+    return dispose(SIGCHLD, countSignal, SA_RESTART);
   return dispose(SIGCHLD, SIG_DFL, SA_NOCLDWAIT);
 }
 
@@ -241,6 +249,7 @@ static std::string obey(const Words& words) {
       {"ignore-signals", ignoreSignals},
       {"handle-signals", handleSignals},
       {"block-signals", blockSignals},
+      {"signals-handled", countOfSignals},
       {"children", disposeOfChildren},
       {"open-descriptors", openDescriptors},
       {"close-standard-streams", closeStandardStreams},
