@@ -70,17 +70,22 @@ std::vector<std::string> SystemLog::awaitMessages(std::size_t count) {
   return messages;
 }
 
-void SystemLog::stall() {
+// Whether nothing went in. The sender may be full before the log is.
+static bool fillFromNewSender() {
   const int sender = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-  const auto fill = [&] {
-    return ::sendto(sender, FILLER.data(), FILLER.size(), 0, LOG_ADDRESS, sizeof ADDRESS);
-  };
-  while (fill() >= 0) {
-  }
-  const bool full = errno == EAGAIN;
+  std::size_t sent = 0;
+  while (::sendto(sender, FILLER.data(), FILLER.size(), 0, LOG_ADDRESS, sizeof ADDRESS) >= 0)
+    ++sent;
+  const int reason = errno;
   ::close(sender);
-  if (!full)
+  if (reason != EAGAIN)
     throw std::runtime_error("cannot fill the system log");
+  return sent == 0;
+}
+
+void SystemLog::stall() {
+  while (!fillFromNewSender()) {
+  }
 }
 
 } // namespace test
