@@ -21,7 +21,8 @@ static fs::path home() {
   return std::getenv(HOME_VARIABLE);
 }
 
-// GNUstep takes the places of the user's folders from a file, which it reads before main.
+// GNUstep takes the places of the user's folders from a file, which it reads before main. A launch
+// without any candidate leaves records in the working folder.
 static int runAgainInScopedHome(char** argv) {
   const ScopedFolder folder;
   const fs::path configuration = folder.path() / "GNUstep.conf";
@@ -31,6 +32,7 @@ static int runAgainInScopedHome(char** argv) {
           "\nGNUSTEP_USER_DEFAULTS_DIR=" + (folder.path() / "Defaults").string() + "\n");
   setenv("GNUSTEP_CONFIG_FILE", configuration.c_str(), 1);
   setenv(HOME_VARIABLE, folder.path().c_str(), 1);
+  fs::current_path(folder.path());
   pid_t child = 0;
   int status = 0;
   if (posix_spawn(&child, "/proc/self/exe", nullptr, nullptr, argv, environ) != 0 ||
