@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-build=build/bridge-coverage
+build=$PWD/build/bridge-coverage
 tests=$build/tests/macos/macos_bridge_tests
 profile=$build/bridge.profdata
 
