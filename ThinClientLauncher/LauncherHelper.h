@@ -76,7 +76,8 @@ std::string bundleVersion(const std::filesystem::path& bundle);
 
 // Requests the start of a new instance of the bundle and returns without waiting for it. Once, on a
 // thread of its own that ends with that, the system log gets "launch app succeed" or "Failed to run
-// the app: " and the reason. Where there is no thread to be had, the start fails unreported.
+// the app: " and the reason. Where there is no thread to be had, the start fails unreported; a path
+// that the system cannot name is reported on the caller's thread.
 void startApplication(const std::filesystem::path& bundle, const std::string& argument);
 
 // The Frameworks folder beside the folder of the running executable, as text for loadLibrary, with
