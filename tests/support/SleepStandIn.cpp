@@ -3,6 +3,7 @@
 #include <atomic>
 #include <ctime>
 #include <dlfcn.h>
+#include <utility>
 
 namespace {
 
@@ -10,11 +11,14 @@ constexpr std::time_t PAUSE_SECONDS = 3;
 
 std::atomic<std::size_t> pauses{0};
 std::atomic<bool> sleepReally{false};
+std::function<void()> action;
 
 bool standsInFor(const timespec* request) {
   if (request->tv_sec != PAUSE_SECONDS || request->tv_nsec != 0)
     return false;
   ++pauses;
+  if (action)
+    action();
   return !sleepReally;
 }
 
@@ -27,6 +31,10 @@ Function* original(Function*, const char* name) {
 
 std::size_t test::pausesAskedFor() {
   return pauses;
+}
+
+void test::atEveryPause(std::function<void()> wanted) {
+  action = std::move(wanted);
 }
 
 void test::sleepPausesReally() {

@@ -1,17 +1,16 @@
 #include "ChildProcess.h"
 #include "LauncherTest.h"
+#include "Polling.h"
 #include "SleepStandIn.h"
 #include "ThinClientLauncher.h"
 #include "ThinClientLauncherEntryPoint.h"
 
-#include <thread>
 #include <type_traits>
 
 namespace fs = std::filesystem;
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::StartsWith;
 
 static_assert(std::is_empty_v<ThinClientLauncherBase>);
@@ -35,16 +34,12 @@ std::size_t threadCount() {
 
 class EntryPoint : public test::LauncherTest {
 protected:
-  EntryPoint() {
-    Logger::close();
-    test::sleepRequests().clear();
-  }
+  EntryPoint() { Logger::close(); }
 
   // The start of an application ends with its thread.
   ~EntryPoint() override {
-    test::duringFixedPause() = nullptr;
-    while (threadCount() > threadsBefore)
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    test::atEveryPause(nullptr);
+    EXPECT_TRUE(test::eventually([&] { return threadCount() <= threadsBefore; }));
   }
 
   fs::path launchLog() const { return home.logFolder() / "vdi-launch-launchmode-log.txt"; }
@@ -69,8 +64,11 @@ protected:
     return copy;
   }
 
+  std::size_t pauses() const { return test::pausesAskedFor() - pausesBefore; }
+
 private:
   const std::size_t threadsBefore = threadCount();
+  const std::size_t pausesBefore = test::pausesAskedFor();
 };
 
 } // namespace
@@ -173,18 +171,18 @@ TEST_F(EntryPoint, RunsTheWholeSequenceInOrder) {
           "VDI Launch count updated to: 1 for directory: " + copy.string()));
   EXPECT_EQ(test::readFile(copy / "launchCount.dat"), "1");
   EXPECT_TRUE(fs::exists(copy / "launch.dat"));
-  EXPECT_THAT(test::sleepRequests(), ElementsAre(test::FIXED_PAUSE));
+  EXPECT_EQ(pauses(), 1U);
 }
 
 TEST_F(EntryPoint, RecordsAndCleansAfterThePauseAlone) {
   const fs::path copy = makeCopy("copy", "45.11.0.1");
   for (const char* name : {"a", "b", "c"})
     fs::create_directory(launcherFolder() / name);
-  test::duringFixedPause() = [&] {
+  test::atEveryPause([&] {
     EXPECT_THAT(messagesIn(launchLog()).back(), StartsWith("Best candidate: "));
     EXPECT_FALSE(fs::exists(copy / "launchCount.dat"));
     EXPECT_EQ(std::distance(fs::directory_iterator(launcherFolder()), {}), 4);
-  };
+  });
   EXPECT_EQ(call({}), 0);
   EXPECT_TRUE(fs::exists(copy / "launchCount.dat"));
   EXPECT_EQ(std::distance(fs::directory_iterator(launcherFolder()), {}), 3);
@@ -269,7 +267,7 @@ TEST_F(EntryPoint, RunsEveryStepWithoutACandidate) {
       messagesIn(launchLog()),
       ElementsAre(
           CALLED, LAUNCHER_MODE, "hvd Client Version provided: 45.12", NOTHING_FOUND, NOT_CLEANED));
-  EXPECT_THAT(test::sleepRequests(), ElementsAre(test::FIXED_PAUSE)) << "the start is still asked";
+  EXPECT_EQ(pauses(), 1U) << "the start is still asked";
 }
 
 TEST_F(EntryPoint, RecordsInTheWorkingFolderWithoutCandidateAndApplicationSupport) {
@@ -301,7 +299,7 @@ TEST_F(EntryPoint, RunsNothingOfTheSequenceInLoadMode) {
   const fs::path copy = makeCopy("copy", "45.11.0.1");
   EXPECT_EQ(call({"loadmode"}), 0);
   EXPECT_FALSE(fs::exists(copy / "launchCount.dat"));
-  EXPECT_THAT(test::sleepRequests(), IsEmpty());
+  EXPECT_EQ(pauses(), 0U);
   EXPECT_THAT(
       messagesIn(loadLog()),
       ElementsAre(CALLED, LOAD_MODE, testing::HasSubstr(" load library failed dleeror: ")));

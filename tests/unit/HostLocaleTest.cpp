@@ -61,6 +61,11 @@ TEST_F(HostLocale, ChangesNoCountInALine) {
   EXPECT_THAT(messages().back(), testing::StartsWith("VDI Wrote 1000 corrupt versions to "));
 }
 
+TEST_F(HostLocale, ChangesNoReadingOfACount) {
+  test::writeFile(home.path() / "launchCount.dat", "1.2.3");
+  EXPECT_EQ(launcher.getLaunchCount(home.path()), 1U);
+}
+
 TEST_F(HostLocale, ChangesNoTimeStamp) {
   // A stamp below a tenth of a second has one digit or two to group at the least.
   for (int i = 0; i < 100; ++i) {

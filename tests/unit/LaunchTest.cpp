@@ -1,11 +1,11 @@
 #include "LauncherHelper.h"
 #include "LauncherTest.h"
+#include "Polling.h"
 #include "SleepStandIn.h"
 #include "SystemLogStandIn.h"
 #include "ThinClientLauncherEntryPoint.h"
 
 #include <syslog.h>
-#include <thread>
 
 namespace fs = std::filesystem;
 
@@ -20,10 +20,7 @@ constexpr const char* SUCCESS = "launch app succeed";
 // Applications that write down their arguments: one line with the count, one per argument.
 class Launch : public test::LauncherTest {
 protected:
-  Launch() {
-    test::sleepRequests().clear();
-    test::takeSystemLog(0);
-  }
+  Launch() { test::takeSystemLog(0); }
 
   void makeApplication(const std::string& executable = "OrlixVDIPlugin") const {
     makeApplicationIn(dir, executable);
@@ -45,17 +42,17 @@ protected:
 
   // What the started applications wrote, once there are so many.
   std::vector<std::string> reports(std::size_t count) const {
-    for (;;) {
-      std::vector<std::string> found;
+    std::vector<std::string> found;
+    EXPECT_TRUE(test::eventually([&] {
+      found.clear();
       for (const auto& entry : fs::directory_iterator(home.path())) {
         const fs::path name = entry.path().filename();
         if (name.stem() == "report" && name.extension() != ".part")
           found.push_back(test::readFile(entry.path()));
       }
-      if (found.size() >= count)
-        return found;
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
+      return found.size() >= count;
+    }));
+    return found;
   }
 
   // The message of the one outcome of a launch.
@@ -188,10 +185,12 @@ TEST_F(Launch, MarksAFailureAsAnErrorInTheSystemLog) {
 }
 
 TEST_F(Launch, PausesOnceForThreeSecondsWhateverBecomesOfTheStart) {
+  const std::size_t before = test::pausesAskedFor();
   LauncherHelper::launchFromDirectory(dir, "loadmode");
+  EXPECT_EQ(test::pausesAskedFor(), before + 1);
   makeApplication();
   LauncherHelper::launchFromDirectory(dir, "loadmode");
-  EXPECT_THAT(test::sleepRequests(), ElementsAre(test::FIXED_PAUSE, test::FIXED_PAUSE));
+  EXPECT_EQ(test::pausesAskedFor(), before + 2);
   test::takeSystemLog(2);
 }
 

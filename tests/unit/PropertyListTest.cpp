@@ -22,7 +22,7 @@ namespace {
 
 constexpr const char* KEY = "CFBundleShortVersionString";
 constexpr const char* VERSION = "45.10.0.32950";
-constexpr std::size_t MAXIMUM_SIZE = 128 * 1024;
+constexpr std::size_t MAXIMUM_SIZE = 256 * 1024;
 
 // --- XML lists ---
 
@@ -155,6 +155,7 @@ struct NamedList {
 std::vector<NamedList> hostileLists() {
   const std::string laughs =
       "<!DOCTYPE plist [<!ENTITY a \"ha\"><!ENTITY b \"&a;&a;\"><!ENTITY c \"&b;&b;\">]>";
+  const std::string entities = "<string>" + repeated("&amp;", 20000) + "</string>";
   const std::string laughing = xmlList("<dict>" + xmlEntry("<string>&c;</string>") + "</dict>");
   return {
       {"arrays that share their entries", nestedArrays(40, 8, text("x"))},
@@ -177,7 +178,8 @@ std::vector<NamedList> hostileLists() {
       {"unknown XML elements, nested deep", xmlList(nestedXml("<a>", "</a>", 18000))},
       {"lists in lists", repeated("<plist>", 18000)},
       {"entities of entities", laughs + laughing},
-      {"keys without end", notPlain(xmlWithVersion(repeated(xmlEntry("<true/>", "k"), 5000)))},
+      {"XML entities without end", xmlWithVersion(xmlEntry(entities, "a"))},
+      {"XML keys without end", notPlain(xmlWithVersion(repeated(xmlEntry("<true/>", "k"), 5000)))},
   };
 }
 
@@ -416,9 +418,9 @@ TEST_F(PropertyListFile, GivesTheTextBesideSharedAndNestedEntriesOfRealLists) {
   EXPECT_EQ(read(nestedArrays(2, 100, text("shared"))), VERSION) << "shared";
   EXPECT_EQ(read(binaryList({dictionary({1, 2}, {2, 2}), text(KEY), text(VERSION)})), VERSION);
   EXPECT_EQ(
-      read(xmlWithVersion(xmlEntry(nestedXml("<array>", "</array>", 500), "nested"))), VERSION);
+      read(xmlWithVersion(xmlEntry(nestedXml("<array>", "</array>", 400), "nested"))), VERSION);
   std::string entries;
-  for (int i = 0; i < 1500; ++i)
+  for (int i = 0; i < 900; ++i)
     entries += xmlEntry("<true/>", "k" + std::to_string(i));
   EXPECT_EQ(read(notPlain(xmlWithVersion(entries))), VERSION) << "many keys";
 }
@@ -479,7 +481,7 @@ TEST_F(PropertyListFile, IsReadOnASmallStackWhateverItHolds) {
         EXPECT_EQ(read(list.content), "");
       }
       EXPECT_EQ(read(nestedArrays(60, 1, text("x"))), VERSION);
-      const std::string deepest = nestedXml("<array>", "</array>", 1990);
+      const std::string deepest = nestedXml("<array>", "</array>", 498);
       EXPECT_EQ(read(xmlWithVersion(xmlEntry(deepest, "nested"))), VERSION);
     });
   });
