@@ -153,6 +153,16 @@ TEST_F(EntryPoint, TakesAClientVersionBehindTheExactWordAlone) {
   }
 }
 
+TEST_F(EntryPoint, TakesAnArgumentThatIsMissingInTheVectorForNone) {
+  std::string word = "launchermode";
+  char* withoutVersion[] = {nullptr, word.data(), nullptr};
+  EXPECT_EQ(ThinClientLauncherEntryPoint(3, withoutVersion), 0);
+  char* withoutWord[] = {nullptr, nullptr};
+  EXPECT_EQ(ThinClientLauncherEntryPoint(2, withoutWord), 0);
+  EXPECT_THAT(
+      messagesIn(launchLog()), ElementsAre(CALLED, LAUNCHER_MODE, NOTHING_FOUND, NOT_CLEANED));
+}
+
 // --- The sequence of a launch ---
 
 TEST_F(EntryPoint, RunsTheWholeSequenceInOrder) {
