@@ -20,7 +20,6 @@ using CandidateList = ThinClientLauncherBase::CandidateList;
 
 constexpr const char* CORRUPT_CHECK_BASE_VERSION = "45.10.0.32950";
 constexpr const char* ANY_CLIENT_VERSION = "1.0.0.1";
-constexpr const char* LOWEST_CANDIDATE_VERSION = "0.0.0.0";
 
 constexpr const char* LAUNCH_DAT_FILE_NAME = "launch.dat";
 constexpr const char* LAUNCHED_COUNT_FILE_NAME = "launchCount.dat";

@@ -8,10 +8,11 @@
 #include <string>
 #include <vector>
 
-// The numbers of the rules, for whoever explains a choice.
+// The constants of the rules that whoever explains a choice has to name.
 constexpr std::uint32_t ALL_VERSION_COMPONENTS = 4;
 constexpr std::uint32_t COMPATIBLE_VERSION_COMPONENTS = 2;
 constexpr std::uint32_t CORRUPT_LAUNCH_COUNT_THRESHOLD = 3;
+constexpr const char* LOWEST_CANDIDATE_VERSION = "0.0.0.0";
 
 // The rules of a launch: which installed copies are candidates, which of them is started, what is
 // recorded about it and which old copies are removed.
