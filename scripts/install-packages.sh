@@ -23,6 +23,9 @@ build ninja-build runs the build
 build pkg-config finds the two libraries of the Linux bridge
 build libglib2.0-dev starts processes from inside a host without zombies or leaked descriptors
 build libplist-dev reads property lists, XML and binary
+build libcli11-dev reads the arguments of launcher-inspect
+build libfmt-dev lays out its text
+build nlohmann-json3-dev writes its JSON
 test googletest test framework, compiled with the flags of each build
 test bubblewrap private /Applications and system log for the tests
 test strace traces what a process asks of the system

@@ -177,7 +177,7 @@ static CleanUp previewCleanUp(const Path& launched) {
 static void previewLaunch(Inspection& inspection) {
   inspection.workingDirectory = fs::current_path();
   inspection.launcherFolder = LauncherHelper::getLauncherDirectory();
-  inspection.launcherFolderExists = fs::exists(inspection.launcherFolder);
+  inspection.launcherFolderMissing = !fs::exists(inspection.launcherFolder);
   const Selection selection = select(inspection.clientVersion);
   for (const auto& dir : selection.scanned)
     inspection.candidates.push_back(examine(dir, selection));

@@ -67,7 +67,7 @@ struct Inspection {
   Path home;
   Path workingDirectory;
   Path launcherFolder; // empty: the home has no Application Support folder
-  bool launcherFolderExists = false;
+  bool launcherFolderMissing = false;
 
   std::vector<Candidate> candidates; // in scan order
   std::optional<std::size_t> chosen; // index of a candidate

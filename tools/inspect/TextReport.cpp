@@ -209,7 +209,7 @@ static std::string shownLauncherFolder(const Inspection& inspection, const Discl
   if (inspection.launcherFolder.empty())
     return "none, since there is no Application Support folder";
   const std::string folder = disclosure.path(inspection.launcherFolder);
-  return inspection.launcherFolderExists ? folder : folder + " (missing)";
+  return inspection.launcherFolderMissing ? folder + " (missing)" : folder;
 }
 
 static void addQuestion(Page& page, const Inspection& inspection, const Disclosure& disclosure) {
@@ -259,7 +259,7 @@ static void addCleanUp(Page& page, const Inspection& inspection, const Disclosur
     page.paragraph(
         LABEL_WIDTH,
         fmt::format(
-            "^ launched at the same time: {} of these {} {} kept, which is not defined",
+            "^ equal launch times: {} of these {} {} kept, and which is not defined",
             cleanUp.undefinedKept,
             cleanUp.undefined.size(),
             cleanUp.undefinedKept == 1 ? "is" : "are"),

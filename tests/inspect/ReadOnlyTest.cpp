@@ -1,0 +1,189 @@
+// The command changes nothing, wherever it looks.
+
+#include "ChildProcess.h"
+#include "FileSystem.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <map>
+#include <regex>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+using nlohmann::json;
+using test::Result;
+using test::ScopedHome;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+namespace {
+
+// A home in which a launch would write, mark and remove.
+void layOut(const fs::path& home) {
+  const fs::path folder = home / "Library/Application Support/VantuOrlixVDILauncher";
+  test::makeBundle(folder / "chosen", "45.12.0.900");
+  test::makeBundle(folder / "corrupt", "45.12.0.950");
+  test::writeFile(folder / "corrupt/launchCount.dat", "3");
+  for (const char* name : {"a", "b", "c"})
+    test::makeBundle(folder / name, "44.0");
+  test::writeFile(folder / "a/launch.dat", "1");
+  fs::create_directories(home / "work");
+}
+
+std::string describe(const fs::path& path) {
+  struct stat status {};
+  ::lstat(path.c_str(), &status);
+  std::string text;
+  for (const long long value :
+       {static_cast<long long>(status.st_ino),
+        static_cast<long long>(status.st_mode),
+        static_cast<long long>(status.st_uid),
+        static_cast<long long>(status.st_nlink),
+        static_cast<long long>(status.st_size),
+        static_cast<long long>(status.st_mtim.tv_sec),
+        static_cast<long long>(status.st_mtim.tv_nsec),
+        static_cast<long long>(status.st_ctim.tv_sec),
+        static_cast<long long>(status.st_ctim.tv_nsec)})
+    text += std::to_string(value) + " ";
+  return S_ISREG(status.st_mode) ? text + test::readFile(path) : text;
+}
+
+std::map<std::string, std::string> snapshot(const fs::path& top) {
+  std::map<std::string, std::string> entries{{top, describe(top)}};
+  for (const auto& entry : fs::recursive_directory_iterator(top))
+    entries[entry.path()] = describe(entry.path());
+  return entries;
+}
+
+// Under a tracer the leak check cannot work.
+const std::map<std::string, std::string> TRACED = {{"ASAN_OPTIONS", "detect_leaks=0"}};
+
+// The traced system calls with which a process changes a file system, starts or ends a process.
+std::vector<std::string> changes(const std::vector<std::string>& command, const fs::path& folder) {
+  const test::ScopedFolder traces;
+  const fs::path trace = traces.path() / "trace";
+  std::vector<std::string> traced{"strace", "-f", "-qq", "-o", trace};
+  traced.insert(traced.end(), command.begin(), command.end());
+  const Result result = test::run({traced, folder, TRACED});
+  EXPECT_THAT(test::readLines(trace), Not(IsEmpty())) << result.err;
+
+  const std::regex changing(
+      R"(^\d+ +((open|openat|openat2)\(.*(O_WRONLY|O_RDWR|O_CREAT|O_TRUNC|O_APPEND|O_TMPFILE))"
+      R"(|(creat|mkdir|mkdirat|mknod|mknodat|unlink|unlinkat|rmdir|rename|renameat|renameat2)\()"
+      R"(|(link|linkat|symlink|symlinkat|truncate|ftruncate|fallocate|chmod|fchmod|fchmodat)\()"
+      R"(|(chown|fchown|lchown|fchownat|utime|utimes|utimensat|futimesat|setxattr|fsetxattr)\()"
+      R"(|(removexattr|mount|umount2|copy_file_range|sendfile)\()"
+      R"(|(fork|vfork|kill|tkill|tgkill)\(|write\((?![12],)|pwrite64\())");
+  std::vector<std::string> found;
+  for (const auto& line : test::readLines(trace)) {
+    if (std::regex_search(line, changing))
+      found.push_back(line);
+  }
+  return found;
+}
+
+} // namespace
+
+TEST(ReadOnly, TheWholeTreeIsTheSameTimesIncluded) {
+  const ScopedHome home;
+  layOut(home.path());
+  const auto before = snapshot(home.path());
+  for (const char* form : {"--json", "--mask"}) {
+    const Result result = test::run({{LAUNCHER_INSPECT, form}, home.path() / "work"});
+    EXPECT_EQ(result.status, 0) << result.err;
+  }
+  EXPECT_EQ(snapshot(home.path()), before);
+}
+
+TEST(ReadOnly, ALaunchIsSeenToChangeTheSameTree) {
+  const ScopedHome home;
+  layOut(home.path());
+  const auto before = snapshot(home.path());
+  test::run({{IMPATIENT_HOST, LAUNCHER_LIBRARY}, home.path() / "work"});
+  EXPECT_NE(snapshot(home.path()), before);
+}
+
+TEST(ReadOnly, NothingIsCreatedInAnEmptyHome) {
+  const test::ScopedFolder home;
+  const Result result = test::run({{LAUNCHER_INSPECT, "--home", home.path()}, home.path()});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(fs::directory_iterator(home.path()), fs::directory_iterator());
+}
+
+TEST(ReadOnly, NoSystemCallChangesAnything) {
+  const ScopedHome home;
+  layOut(home.path());
+  EXPECT_THAT(changes({LAUNCHER_INSPECT}, home.path() / "work"), IsEmpty());
+  EXPECT_THAT(changes({LAUNCHER_INSPECT, "--json", "--mask"}, home.path() / "work"), IsEmpty());
+}
+
+TEST(ReadOnly, TheTraceShowsTheChangesOfALaunch) {
+  const ScopedHome home;
+  layOut(home.path());
+  const auto found = changes({IMPATIENT_HOST, LAUNCHER_LIBRARY}, home.path() / "work");
+  for (const char* part : {"corrupt.dat", "launchCount.dat", "unlinkat(", "mkdir(", "write("})
+    EXPECT_THAT(found, ::testing::Contains(::testing::HasSubstr(part)));
+}
+
+TEST(ReadOnly, AnotherUserSeesTheSameInACopiedHome) {
+  const test::ScopedFolder folder;
+  fs::permissions(folder.path(), fs::perms(0755));
+  const fs::path program = folder.path() / "launcher-inspect";
+  fs::copy_file(LAUNCHER_INSPECT, program);
+  layOut(folder.path() / "home");
+  const auto before = snapshot(folder.path() / "home");
+  const auto ask = [&](bool unprivileged) {
+    return test::run(
+        {{program, "--json", "--home", folder.path() / "home"},
+         folder.path() / "home/work",
+         {},
+         unprivileged});
+  };
+  const Result own = ask(false);
+  const Result others = ask(true);
+  EXPECT_EQ(others.status, 0) << others.err;
+  EXPECT_EQ(json::parse(others.out), json::parse(own.out));
+  EXPECT_EQ(snapshot(folder.path() / "home"), before);
+}
+
+TEST(ReadOnly, AnUnreadableLauncherFolderIsSaidNotGuessed) {
+  const test::ScopedFolder folder;
+  fs::permissions(folder.path(), fs::perms(0755));
+  const fs::path program = folder.path() / "launcher-inspect";
+  fs::copy_file(LAUNCHER_INSPECT, program);
+  layOut(folder.path() / "home");
+  const fs::path closed = folder.path() / "home/Library/Application Support/VantuOrlixVDILauncher";
+  fs::permissions(closed, fs::perms::none);
+  const Result result = test::run(
+      {{program, "--json", "--home", folder.path() / "home"}, folder.path() / "home", {}, true});
+  fs::permissions(closed, fs::perms(0700));
+  EXPECT_EQ(result.status, 1) << result.err;
+  const json report = json::parse(result.out);
+  EXPECT_EQ(report["outcome"]["code"], "failed");
+  EXPECT_EQ(
+      report["outcome"]["text"],
+      "Nothing would start: the launcher would stop at an error. ~/Library/Application "
+      "Support/VantuOrlixVDILauncher: Permission denied. Make it accessible to this user, or "
+      "inspect as the user who owns it.");
+  EXPECT_TRUE(report["chosen"].is_null());
+}
+
+TEST(ReadOnly, AnUnreadableLogIsSaidNotGuessed) {
+  const test::ScopedFolder folder;
+  fs::permissions(folder.path(), fs::perms(0755));
+  const fs::path program = folder.path() / "launcher-inspect";
+  fs::copy_file(LAUNCHER_INSPECT, program);
+  const fs::path log =
+      folder.path() / "home/Library/Logs/VantuOrlixVDI/vdi-launch-launchmode-log.txt";
+  test::writeFile(log, "2026-03-07 14:05:09.007 ThinClientLauncher DLL entry point called\n");
+  fs::permissions(log, fs::perms::none);
+  const Result result = test::run(
+      {{program, "--json", "--home", folder.path() / "home"}, folder.path() / "home", {}, true});
+  const json launch = json::parse(result.out)["lastLaunch"];
+  EXPECT_EQ(launch["end"]["code"], "unreadable");
+  EXPECT_EQ(launch["end"]["text"], "unknown: the log cannot be read (Permission denied)");
+  EXPECT_TRUE(launch["time"].is_null());
+}
