@@ -28,6 +28,8 @@ build libfmt-dev lays out its text
 build nlohmann-json3-dev writes its JSON
 test googletest test framework, compiled with the flags of each build
 test bubblewrap private /Applications and system log for the tests
+test groff-base checks the manual page
+test zsh checks the completion for zsh
 test strace traces what a process asks of the system
 test clang-format-16 checks the format
 clang clang-tidy-16 finds slips that no compiler names

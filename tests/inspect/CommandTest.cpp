@@ -137,6 +137,57 @@ TEST(Command, FailsWhenItsReportCannotBeWritten) {
   EXPECT_THAT(result.err, HasSubstr("cannot be written"));
 }
 
+// --- The log of a real launch ---
+
+namespace {
+
+class AfterALaunch : public ::testing::Test {
+protected:
+  json lastLaunch(const fs::path& workingDirectory) {
+    test::run({{IMPATIENT_HOST, LAUNCHER_LIBRARY, "launchermode", "45.12"}, workingDirectory});
+    return json::parse(inspect({"--json"}).out)["lastLaunch"];
+  }
+
+  const ScopedHome home;
+
+private:
+  const test::ScopedEnvironment user{"USER", "test"}; // which the log masks in the home's name
+};
+
+} // namespace
+
+TEST_F(AfterALaunch, TheLogTellsTheCopyAndThatItIsRecorded) {
+  test::makeBundle(home.launcherFolder() / "a", "45.12.0.900");
+  test::writeFile(home.launcherFolder() / "a/launchCount.dat", "6");
+  test::writeFile(home.launcherFolder() / "a/started.dat", "");
+  const json launch = lastLaunch("/");
+  EXPECT_EQ(launch["end"]["code"], "recorded");
+  EXPECT_EQ(launch["launches"], 7);
+  EXPECT_EQ(launch["clientVersion"], "45.12");
+  EXPECT_EQ(
+      launch["chosen"],
+      (json{
+          {"directory", "~/Library/Application Support/VantuOrlixVDILauncher/a"},
+          {"version", "45.12.0.900"}}));
+}
+
+TEST_F(AfterALaunch, TheLogTellsThatACopyElsewhereIsNotRecorded) {
+  test::makeBundle(home.path(), "45.12.0.900");
+  EXPECT_EQ(lastLaunch(home.path())["end"]["code"], "unrecorded");
+}
+
+TEST_F(AfterALaunch, TheLogTellsThatNothingWasChosen) {
+  const json launch = lastLaunch("/");
+  EXPECT_EQ(launch["end"]["code"], "nothing-chosen");
+  EXPECT_TRUE(launch["chosen"].is_null());
+}
+
+TEST_F(AfterALaunch, TheLogTellsThatARecordCouldNotBeWritten) {
+  test::makeBundle(home.launcherFolder() / "a", "45.12.0.900");
+  fs::create_directory(home.launcherFolder() / "a/launchCount.dat");
+  EXPECT_EQ(lastLaunch("/")["end"]["code"], "at-choice");
+}
+
 // --- Width and colour ---
 
 namespace {
