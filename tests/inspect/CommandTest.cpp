@@ -6,7 +6,11 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#if __has_include(<pty.h>)
 #include <pty.h>
+#else
+#include <util.h>
+#endif
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -194,7 +198,7 @@ namespace {
 
 // What the command writes to a terminal of this width.
 std::string onTerminal(unsigned short columns) {
-  const winsize size{24, columns, 0, 0};
+  winsize size{24, columns, 0, 0};
   int terminal = -1;
   const pid_t child = ::forkpty(&terminal, nullptr, nullptr, &size);
   if (child == 0) {

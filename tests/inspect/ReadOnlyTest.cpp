@@ -58,6 +58,12 @@ std::map<std::string, std::string> snapshot(const fs::path& top) {
   return entries;
 }
 
+#ifdef __linux__
+#define NEEDS_STRACE()
+#else
+#define NEEDS_STRACE() GTEST_SKIP() << "needs strace, which only Linux has"
+#endif
+
 // Under a tracer the leak check cannot work.
 const std::map<std::string, std::string> TRACED = {{"ASAN_OPTIONS", "detect_leaks=0"}};
 
@@ -84,6 +90,30 @@ std::vector<std::string> changes(const std::vector<std::string>& command, const 
   }
   return found;
 }
+
+// A home that belongs to this user and is inspected by another one, where there is a choice: the
+// program is copied to where any user can run it.
+class OthersHome {
+public:
+  OthersHome() {
+    fs::permissions(folder.path(), fs::perms(0755));
+    fs::copy_file(LAUNCHER_INSPECT, program);
+    fs::create_directory(home);
+  }
+
+  json inspect(bool asOther, int status) const {
+    const Result result = test::run({{program, "--json", "--home", home}, home, {}, asOther});
+    EXPECT_EQ(result.status, status) << result.err;
+    return json::parse(result.out);
+  }
+
+private:
+  const test::ScopedFolder folder;
+  const fs::path program = folder.path() / "launcher-inspect";
+
+public:
+  const fs::path home = folder.path() / "home";
+};
 
 } // namespace
 
@@ -114,6 +144,7 @@ TEST(ReadOnly, NothingIsCreatedInAnEmptyHome) {
 }
 
 TEST(ReadOnly, NoSystemCallChangesAnything) {
+  NEEDS_STRACE();
   const ScopedHome home;
   layOut(home.path());
   EXPECT_THAT(changes({LAUNCHER_INSPECT}, home.path() / "work"), IsEmpty());
@@ -121,6 +152,7 @@ TEST(ReadOnly, NoSystemCallChangesAnything) {
 }
 
 TEST(ReadOnly, TheTraceShowsTheChangesOfALaunch) {
+  NEEDS_STRACE();
   const ScopedHome home;
   layOut(home.path());
   const auto found = changes({IMPATIENT_HOST, LAUNCHER_LIBRARY}, home.path() / "work");
@@ -129,39 +161,20 @@ TEST(ReadOnly, TheTraceShowsTheChangesOfALaunch) {
 }
 
 TEST(ReadOnly, AnotherUserSeesTheSameInACopiedHome) {
-  const test::ScopedFolder folder;
-  fs::permissions(folder.path(), fs::perms(0755));
-  const fs::path program = folder.path() / "launcher-inspect";
-  fs::copy_file(LAUNCHER_INSPECT, program);
-  layOut(folder.path() / "home");
-  const auto before = snapshot(folder.path() / "home");
-  const auto ask = [&](bool unprivileged) {
-    return test::run(
-        {{program, "--json", "--home", folder.path() / "home"},
-         folder.path() / "home/work",
-         {},
-         unprivileged});
-  };
-  const Result own = ask(false);
-  const Result others = ask(true);
-  EXPECT_EQ(others.status, 0) << others.err;
-  EXPECT_EQ(json::parse(others.out), json::parse(own.out));
-  EXPECT_EQ(snapshot(folder.path() / "home"), before);
+  const OthersHome others;
+  layOut(others.home);
+  const auto before = snapshot(others.home);
+  EXPECT_EQ(others.inspect(true, 0), others.inspect(false, 0));
+  EXPECT_EQ(snapshot(others.home), before);
 }
 
 TEST(ReadOnly, AnUnreadableLauncherFolderIsSaidNotGuessed) {
-  const test::ScopedFolder folder;
-  fs::permissions(folder.path(), fs::perms(0755));
-  const fs::path program = folder.path() / "launcher-inspect";
-  fs::copy_file(LAUNCHER_INSPECT, program);
-  layOut(folder.path() / "home");
-  const fs::path closed = folder.path() / "home/Library/Application Support/VantuOrlixVDILauncher";
+  const OthersHome others;
+  layOut(others.home);
+  const fs::path closed = others.home / "Library/Application Support/VantuOrlixVDILauncher";
   fs::permissions(closed, fs::perms::none);
-  const Result result = test::run(
-      {{program, "--json", "--home", folder.path() / "home"}, folder.path() / "home", {}, true});
+  const json report = others.inspect(true, 1);
   fs::permissions(closed, fs::perms(0700));
-  EXPECT_EQ(result.status, 1) << result.err;
-  const json report = json::parse(result.out);
   EXPECT_EQ(report["outcome"]["code"], "failed");
   EXPECT_EQ(
       report["outcome"]["text"],
@@ -172,17 +185,11 @@ TEST(ReadOnly, AnUnreadableLauncherFolderIsSaidNotGuessed) {
 }
 
 TEST(ReadOnly, AnUnreadableLogIsSaidNotGuessed) {
-  const test::ScopedFolder folder;
-  fs::permissions(folder.path(), fs::perms(0755));
-  const fs::path program = folder.path() / "launcher-inspect";
-  fs::copy_file(LAUNCHER_INSPECT, program);
-  const fs::path log =
-      folder.path() / "home/Library/Logs/VantuOrlixVDI/vdi-launch-launchmode-log.txt";
+  const OthersHome others;
+  const fs::path log = others.home / "Library/Logs/VantuOrlixVDI/vdi-launch-launchmode-log.txt";
   test::writeFile(log, "2026-03-07 14:05:09.007 ThinClientLauncher DLL entry point called\n");
   fs::permissions(log, fs::perms::none);
-  const Result result = test::run(
-      {{program, "--json", "--home", folder.path() / "home"}, folder.path() / "home", {}, true});
-  const json launch = json::parse(result.out)["lastLaunch"];
+  const json launch = others.inspect(true, 1)["lastLaunch"];
   EXPECT_EQ(launch["end"]["code"], "unreadable");
   EXPECT_EQ(launch["end"]["text"], "unknown: the log cannot be read (Permission denied)");
   EXPECT_TRUE(launch["time"].is_null());

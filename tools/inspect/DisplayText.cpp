@@ -7,6 +7,9 @@
 #include <cwchar>
 #include <locale.h>
 #include <string_view>
+#if __has_include(<xlocale.h>)
+#include <xlocale.h>
+#endif
 
 namespace LauncherInspect {
 
