@@ -49,6 +49,11 @@ macos libc++-16-dev headers of the standard library of macOS
 macos libc++abi-16-dev the names of its runtime part
 macos python3 runs the checker of the linked library
 macos python3-pip fetches the headers of Darwin
+fuzz libclang-rt-16-dev libFuzzer and the sanitizers of clang
+bench libbenchmark-dev micro-benchmarks with repetitions and random interleaving
+bench libplist-utils the tool that the shell script of the comparison calls
+bench gnuplot-nox draws the plot
+bench binutils section sizes and relocations
 LIST
 }
 
