@@ -1,0 +1,99 @@
+#!/usr/bin/env python3
+"""Launches that are killed at random moments, and launches on a full disk.
+
+Usage: disruptions.py kill|full-disk HOST LIBRARY APPLICATION SCRATCH_FOLDER
+
+full-disk expects the scratch folder to be a small file system of its own.
+"""
+
+import collections
+import pathlib
+import random
+import shutil
+import subprocess
+import sys
+import time
+
+from homes import BrokenPromise, Home, TIME_LIMIT, lay_out, promise
+from sweep import Programs
+
+KILLS = 100
+LAYOUTS = ("plain", "corrupt", "cleaning")
+
+
+def fresh_home(programs, scratch, layout):
+    path = scratch / "home"
+    shutil.rmtree(path, ignore_errors=True)
+    path.mkdir()
+    lay_out(layout, path, programs.application)
+    return Home(path)
+
+
+def finish(process):
+    outcome = process.communicate(timeout=TIME_LIMIT)[0].strip()
+    return process.returncode, outcome
+
+
+def kill(programs, scratch):
+    """SIGKILL at random moments between the start of the host and its end."""
+    durations = []
+    for _ in range(9):
+        home = fresh_home(programs, scratch, "cleaning")
+        start = time.monotonic()
+        promise(finish(home.host(programs)) == (0, "started"), "an undisturbed launch")
+        durations.append(time.monotonic() - start)
+    ends = collections.Counter()
+    while ends["killed"] < KILLS:
+        home = fresh_home(programs, scratch, random.choice(LAYOUTS))
+        process = home.host(programs)
+        time.sleep(random.uniform(0, sorted(durations)[len(durations) // 2]))
+        process.kill()
+        status, _ = finish(process)
+        ends["killed" if status < 0 else "over already"] += 1
+        promise(home.await_starts("unknown") <= 1, "more than one start")
+        home.check_surroundings()
+        home.check_removals()
+        home.check_next_launch(programs)
+    print(f"SIGKILL: {ends['killed']} launches killed ({ends['over already']} were over already), "
+          "the next launch worked each time")
+
+
+def fill(scratch):
+    with open(scratch / "filler", "wb", buffering=0) as filler:
+        for size in (65536, 4096, 512, 1):
+            try:
+                while filler.write(b"x" * size) == size:
+                    pass
+            except OSError:
+                pass
+
+
+def full_disk(programs, scratch):
+    ends = collections.Counter()
+    for layout in LAYOUTS:
+        home = fresh_home(programs, scratch, layout)
+        fill(scratch)
+        status, outcome = finish(home.host(programs))
+        promise(status in (0, 3), f"layout {layout}: the host ended with {status}")
+        home.await_starts("unknown")
+        home.check_surroundings()
+        home.check_removals()
+        (scratch / "filler").unlink()
+        home.check_next_launch(programs)
+        ends["file-system error" if status == 3 else outcome] += 1
+    print("full disk: " + ", ".join(f"{count} {end}" for end, count in ends.items())
+          + "; with space again, the next launch worked")
+
+
+def main():
+    if len(sys.argv) != 6:
+        sys.exit(__doc__)
+    action = {"kill": kill, "full-disk": full_disk}[sys.argv[1]]
+    try:
+        action(Programs(*sys.argv[2:5]), pathlib.Path(sys.argv[5]))
+    except BrokenPromise as broken:
+        sys.exit(f"disruptions.py: broken promise: {broken}")
+
+
+if __name__ == "__main__":
+    main()

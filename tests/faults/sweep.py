@@ -1,0 +1,207 @@
+#!/usr/bin/env python3
+"""Fails every file-related system call of a launch once, one at a time, with each error.
+
+Usage: sweep.py HOST LIBRARY APPLICATION SCRATCH_FOLDER
+
+A launch has two actors: the thread that calls the entry point, and the thread (with the processes
+it forks until the application runs) that starts the application. A tracer attaches to one of them
+when the launch begins, so that the loader's calls are not among those that fail, and strace's
+counters start with the launch.
+"""
+
+import collections
+import concurrent.futures
+import os
+import pathlib
+import re
+import shutil
+import signal
+import subprocess
+import sys
+import time
+
+from homes import BrokenPromise, Home, LAYOUTS, TIME_LIMIT, lay_out, promise
+
+ERRORS = ("EIO", "EACCES", "ENOSPC", "EMFILE", "ENOENT")
+ACTORS = ("caller", "starter")
+NOT_ABOUT_FILES = {"mmap", "poll"}
+CALL = re.compile(r"^(?P<thread>\d+)?\s*(?P<name>\w+)\((?P<arguments>.*)")
+
+Programs = collections.namedtuple("Programs", "host library application")
+Fault = collections.namedtuple("Fault", "actor call index error")
+
+
+def wait_until_stopped(process):
+    """Whether the host stopped itself, rather than ended."""
+    deadline = time.monotonic() + TIME_LIMIT
+    while time.monotonic() < deadline:
+        # The host's end is left for its Popen to collect.
+        state = os.waitid(os.P_PID, process.pid, os.WEXITED | os.WSTOPPED | os.WNOWAIT | os.WNOHANG)
+        if state is not None:
+            if state.si_code == os.CLD_STOPPED:
+                os.waitid(os.P_PID, process.pid, os.WSTOPPED | os.WNOHANG)
+                return True
+            return False
+        time.sleep(0.0005)
+    process.kill()
+    raise BrokenPromise("the launch hangs")
+
+
+def is_traced(thread):
+    status = pathlib.Path(f"/proc/{thread}/status").read_text()
+    return "TracerPid:\t0\n" not in status
+
+
+def starter_thread(process):
+    return next(int(thread) for thread in os.listdir(f"/proc/{process.pid}/task")
+                if int(thread) != process.pid)
+
+
+def attach(process, actor, options):
+    """A tracer on the actor of a stopped host."""
+    # Without -f only the named thread is traced; with it, the starter's forks are as well.
+    target = ["-p", str(process.pid)] if actor == "caller" else [
+        "-f", "-p", str(starter_thread(process))]
+    tracer = subprocess.Popen(["strace", "-qq", *options, *target], stderr=subprocess.DEVNULL)
+    while not is_traced(target[-1]):
+        if tracer.poll() is not None:
+            sys.exit("sweep.py: strace cannot attach; it needs the right to trace processes.")
+        time.sleep(0.0005)
+    return tracer
+
+
+def detach(tracer):
+    tracer.send_signal(signal.SIGINT)
+    tracer.wait()
+
+
+def traced_launch(home, programs, actor, options):
+    """One launch with one actor traced. Returns the host's exit status and what it said."""
+    process = home.host(programs, actor)
+    if wait_until_stopped(process):
+        tracer = attach(process, actor, options)
+        os.kill(process.pid, signal.SIGCONT)
+        wait_until_stopped(process)
+        detach(tracer)
+        os.kill(process.pid, signal.SIGCONT)
+    try:
+        outcome = process.communicate(timeout=TIME_LIMIT)[0].strip()
+    except subprocess.TimeoutExpired:
+        process.kill()
+        raise BrokenPromise("the launch hangs") from None
+    return process.returncode, outcome
+
+
+def read_trace(file):
+    """The traced calls that concern files, up to the point where the application itself runs."""
+    started = set()
+    for line in file.read_text(errors="replace").splitlines():
+        call = CALL.match(line)
+        if call is None or call["thread"] in started or call["name"] in NOT_ABOUT_FILES:
+            continue
+        yield call["thread"], call["name"], line
+        if call["name"] == "execve" and line.endswith("= 0"):
+            started.add(call["thread"])
+
+
+def files_without_launcher_folder(failed):
+    """By its rules the launcher has no launcher folder at a moment when Application Support is not
+    found; the list of corrupt versions, if due at that moment, is named relative to nothing then."""
+    lost = any("/Application Support\"" in line and "ENOENT" in line for line in failed)
+    return {"work/corrupt.dat"} if lost else set()
+
+
+class Sweep:
+    def __init__(self, programs, scratch):
+        self.programs = programs
+        self.scratch = scratch
+
+    def template(self, layout):
+        return self.scratch / f"template-{layout}"
+
+    def fresh_home(self, layout, name):
+        home = self.scratch / name
+        subprocess.run(["cp", "-a", self.template(layout), home], check=True)
+        return Home(home)
+
+    def faults_of(self, layout):
+        """Every call of an undisturbed launch, with each error."""
+        for actor in ACTORS:
+            home = self.fresh_home(layout, f"{layout}-calls-{actor}")
+            trace = home.path / "trace"
+            home.outside[str(trace)] = None
+            options = ["-o", str(trace), "-e", "trace=%file,%desc"]
+            status, outcome = traced_launch(home, self.programs, actor, options)
+            promise((status, outcome) == (0, "started"), f"an undisturbed launch: {status} {outcome}")
+            counts = collections.Counter()
+            highest = {}
+            for thread, name, _ in read_trace(trace):
+                counts[thread, name] += 1
+                highest[name] = max(highest.get(name, 0), counts[thread, name])
+            promise(sum(highest.values()) > 10, "the tracer saw no launch")
+            shutil.rmtree(home.path)
+            for name, count in sorted(highest.items()):
+                for index in range(1, count + 1):
+                    yield from (Fault(actor, name, index, error) for error in ERRORS)
+
+    def run(self, layout, fault):
+        """One disturbed launch and the next, undisturbed one. Returns how the first ended."""
+        home = self.fresh_home(layout, "-".join((layout, *map(str, fault))))
+        trace = self.scratch / f"{home.path.name}.trace"
+        injection = f"inject={fault.call}:error={fault.error}:when={fault.index}"
+        options = ["-o", str(trace), "-e", f"trace={fault.call}", "-e", injection]
+        try:
+            return self.check(home, fault, trace, options)
+        except BrokenPromise as broken:
+            failed = [line for line in trace.read_text(errors="replace").splitlines()
+                      if "(INJECTED)" in line] if trace.exists() else []
+            raise BrokenPromise(f"layout {layout}, {fault.call} number {fault.index} of the "
+                                f"{fault.actor} with {fault.error}: {broken}\n"
+                                + "\n".join(failed)) from None
+        finally:
+            shutil.rmtree(home.path, ignore_errors=True)
+            trace.unlink(missing_ok=True)
+
+    def check(self, home, fault, trace, options):
+        status, outcome = traced_launch(home, self.programs, fault.actor, options)
+        failed = [line for line in trace.read_text(errors="replace").splitlines()
+                  if "(INJECTED)" in line]
+        promise(failed, "the call to fail never came")
+        promise(status in (0, 3), f"the host ended with {status}")
+        promise(home.await_starts(outcome) <= 1, "more than one start")
+        home.check_surroundings(added=files_without_launcher_folder(failed))
+        home.check_removals(times_lost={
+            match[1] for line in failed if (match := re.search(r"/([^/]*)/launch\.dat\"", line))})
+        home.check_next_launch(self.programs)
+        return "file-system error" if status == 3 else outcome
+
+    def sweep(self, layout):
+        lay_out(layout, self.template(layout), self.programs.application)
+        faults = list(self.faults_of(layout))
+        outcomes = collections.Counter()
+        # A tracer and its host take turns: two at once keep two cores busy.
+        with concurrent.futures.ThreadPoolExecutor(max_workers=2) as pool:
+            try:
+                for outcome in pool.map(lambda fault: self.run(layout, fault), faults):
+                    outcomes[outcome] += 1
+            except BrokenPromise:
+                pool.shutdown(wait=True, cancel_futures=True)
+                raise
+        ends = ", ".join(f"{count} {outcome}" for outcome, count in sorted(outcomes.items()))
+        print(f"{layout}: {len(faults) // len(ERRORS)} calls, {len(faults)} faults: {ends}",
+              flush=True)
+
+
+def main():
+    if len(sys.argv) != 5:
+        sys.exit(__doc__)
+    sweep = Sweep(Programs(*sys.argv[1:4]), pathlib.Path(sys.argv[4]))
+    try:
+        for layout in LAYOUTS:
+            sweep.sweep(layout)
+    except BrokenPromise as broken:
+        sys.exit(f"sweep.py: broken promise: {broken}")
+
+
+if __name__ == "__main__":
+    main()
