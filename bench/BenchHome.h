@@ -1,0 +1,17 @@
+#pragma once
+
+#include "FileSystem.h"
+
+// A home folder with a given number of copies, each complete and with records: the newest in the
+// working folder, so that a launch changes nothing and can be repeated, all others in the launcher
+// folder.
+class BenchHome {
+public:
+  explicit BenchHome(int copies);
+
+  std::filesystem::path path() const { return folder.path(); }
+  std::filesystem::path workFolder() const { return path() / "work"; }
+
+private:
+  test::ScopedFolder folder;
+};

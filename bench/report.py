@@ -1,0 +1,188 @@
+#!/usr/bin/env python3
+"""Turns the results of the benchmarks into the figures of docs/performance.md and its plot.
+
+Usage: bench/report.py RESULTS_FOLDER DOCS_FOLDER
+Exit status 1 when a target is missed, 2 on wrong usage.
+"""
+
+import json
+import os
+import pathlib
+import platform
+import re
+import statistics
+import subprocess
+import sys
+
+SIZES = [1, 10, 100, 1000, 10000]
+CONTESTANTS = ["launcher", "floor", "floor-once", "script", "frugal-script"]
+START, END = "<!-- figures -->", "<!-- end of figures -->"
+
+
+def samples(file):
+    """Per benchmark its single runs, without the aggregates."""
+    runs = {}
+    for run in json.loads(file.read_text())["benchmarks"]:
+        if run["run_type"] == "iteration":
+            name = re.sub(r"/(iterations|repeats|manual_time).*", "", run["name"])
+            runs.setdefault(name, []).append(run)
+    return runs
+
+
+def median(runs, key):
+    return statistics.median(run[key] for run in runs)
+
+
+def cost(processes, contestant, size):
+    """Microseconds of processor time: the launch alone where the program reports it, else all."""
+    runs = processes[f"{contestant}/{size}"]
+    return median(runs, "own_processor_us") or median(runs, "processor_us")
+
+
+def duration(processes, contestant, size):
+    """Microseconds on the clock, of the same."""
+    runs = processes[f"{contestant}/{size}"]
+    return median(runs, "own_us") or median(runs, "real_time")
+
+
+def machine():
+    info = pathlib.Path("/proc/cpuinfo").read_text()
+    model = re.search(r"model name\s*: (.*)", info)
+    memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 2**30
+    return (f"{model.group(1) if model else platform.machine()}, {os.cpu_count()} cores, "
+            f"{memory:.0f} GiB of memory, Linux {platform.release()}")
+
+
+def shown(microseconds):
+    return f"{microseconds / 1000:.2f} ms" if microseconds >= 1000 else f"{microseconds:.0f} µs"
+
+
+def table(header, rows):
+    lines = [header, ["---"] + ["---:"] * (len(header) - 1), *rows]
+    return ["| " + " | ".join(line) + " |" for line in lines] + [""]
+
+
+def launch_table(processes):
+    rows = []
+    for size in SIZES:
+        own = cost(processes, "launcher", size)
+        rows.append([f"{size:,}", shown(own)]
+                    + [f"{shown(cost(processes, other, size))} "
+                       f"({own / cost(processes, other, size):.2f})" for other in CONTESTANTS[1:3]]
+                    + [f"{shown(cost(processes, other, size))} "
+                       f"({cost(processes, other, size) / own:.0f} ×)" for other in CONTESTANTS[3:]])
+    return table(["copies", "launch", "floor (ratio)", "each file once (ratio)",
+                  "script (slower)", "frugal script (slower)"], rows)
+
+
+def duration_table(processes):
+    rows = [[f"{size:,}"] + [shown(duration(processes, contestant, size))
+                            for contestant in CONTESTANTS] for size in SIZES]
+    return table(["copies", "launch", "floor", "each file once", "script", "frugal script"], rows)
+
+
+def cost_per_copy(processes, size):
+    return (cost(processes, "launcher", size) - cost(processes, "launcher", 1)) / (size - 1)
+
+
+def library_facts(file):
+    return dict(line.split() for line in file.read_text().splitlines())
+
+
+def checks(processes, operations, library):
+    """What is promised: text, measured value, whether it holds."""
+    own = cost(processes, "launcher", 100)
+    floor = own / cost(processes, "floor", 100)
+    script = cost(processes, "script", 100) / own
+    per_copy = [cost_per_copy(processes, size) for size in (100, 1000, 10000)]
+    spread = max(per_copy) / min(per_copy) - 1
+    held = {size: statistics.median(run["real_time"] for run in operations[f"startRequest/{size}"])
+            / 1000 for size in (10, 1024)}
+    size = int(library["size"])
+    return [
+        ("100 copies: at most 1.5 times the floor", f"{floor:.2f}", floor <= 1.5),
+        ("100 copies: at least 25 times faster than the script", f"{script:.0f}", script >= 25),
+        ("cost per copy within 20 % from 100 to 10,000 copies",
+         f"{', '.join(f'{one:.0f}' for one in per_copy)} µs ({spread:.0%})", spread <= 0.2),
+        ("a start request holds its caller under 1 ms, host of 10 MB", shown(held[10]),
+         held[10] < 1000),
+        ("the same, host of 1 GB", shown(held[1024]), held[1024] < 1000),
+        ("stripped size under 250 KB", f"{size / 1000:.0f} KB", size < 250_000),
+    ]
+
+
+def load_table(processes):
+    launcher, empty = (median(processes[f"load/{name}"], "own_processor_us") for name in ("launcher", "empty"))
+    return [f"dlopen, in a process that has none of the dependencies yet: {shown(launcher)}, an empty "
+            f"C++ library with the same dependencies {shown(empty)} (ratio {launcher / empty:.2f}).", ""]
+
+
+def figures(processes, operations, library):
+    promised = checks(processes, operations, library)
+    parts = [f"Machine: {machine()}.", ""]
+    parts += table(["promise", "measured", "holds"],
+                   [[text, value, "yes" if holds else "no"] for text, value, holds in promised])
+    parts += ["Cost of a launch, processor time, medians:", ""] + launch_table(processes)
+    parts += ["The same on the clock:", ""] + duration_table(processes)
+    parts += load_table(processes)
+    relocations = ", ".join(f"{count} {name}" for name, count in sorted(library.items())
+                            if name != "size")
+    parts += [f"Relocations: {relocations}.", ""]
+    peak = max(run["peak_kb"] for run in processes["launcher/10000"])
+    small = median(processes["launcher/1"], "peak_kb")
+    parts += [f"Peak memory of the host: {small / 1024:.1f} MB with one copy, "
+              f"{peak / 1024:.1f} MB with 10,000.", "", "Single operations, medians:", ""]
+    parts += table(["operation", "time"],
+                   [[name, f"{median(runs, 'real_time') / 1000:.2f} µs"]
+                    for name, runs in sorted(operations.items())])
+    return "\n".join(parts), all(holds for _, _, holds in promised)
+
+
+def write_document(document, text):
+    content = document.read_text()
+    before, rest = content.split(START)
+    document.write_text(f"{before}{START}\n{text}{END}{rest.split(END)[1]}")
+
+
+def draw(processes, picture):
+    names = {"launcher": "launch", "floor": "floor in C", "floor-once": "each file once",
+             "script": "shell script", "frugal-script": "frugal script"}
+    blocks = "".join(
+        f"${name.replace('-', '_')} << EOD\n"
+        + "".join(f"{size} {cost(processes, name, size) / 1000}\n" for size in SIZES) + "EOD\n"
+        for name in CONTESTANTS)
+    plots = ", ".join(
+        f"${name.replace('-', '_')} using 1:2 with linespoints lw 2 pt 7 title '{names[name]}'"
+        for name in reversed(CONTESTANTS))
+    subprocess.run(["gnuplot"], check=True, text=True, input=f"""
+{blocks}
+set terminal pngcairo size 900,560 font 'sans,12'
+set output '{picture}'
+set logscale xy
+set format x '%.0f'
+set format y '%g'
+set xlabel 'installed copies'
+set ylabel 'processor time of a launch (ms)'
+set key top left reverse Left
+set grid
+set xrange [0.8:13000]
+plot {plots}
+""")
+
+
+def main():
+    if len(sys.argv) != 3:
+        sys.exit(__doc__)
+    results, docs = map(pathlib.Path, sys.argv[1:])
+    processes = samples(results / "processes.json")
+    text, holds = figures(processes, samples(results / "operations.json"),
+                          library_facts(results / "library.txt"))
+    write_document(docs / "performance.md", text)
+    draw(processes, docs / "performance.png")
+    print(text)
+    if not holds:
+        sys.exit("bench/report.py: a target is missed; see the table above.")
+
+
+if __name__ == "__main__":
+    main()

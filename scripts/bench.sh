@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Measures what a launch costs, beside a floor in C and a shell script, and writes the figures into
+# docs/performance.md and docs/performance.png. Exit status 1 when a target is missed.
+# Takes about five minutes; other work on the machine makes the figures worse, the ratios less so.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install-packages.sh build bench
+cmake --preset bench >/dev/null
+cmake --build --preset bench
+
+build=build/bench
+results=$build/results
+mkdir -p "$results"
+
+format=(--benchmark_out_format=json --benchmark_enable_random_interleaving=true)
+"$build"/bench/process_benchmarks "${format[@]}" --benchmark_out="$results/processes.json"
+"$build"/bench/operation_benchmarks "${format[@]}" --benchmark_out="$results/operations.json" \
+  --benchmark_repetitions=5
+
+library=$build/ThinClientLauncher/libThinClientLauncher.dylib
+strip -o "$results/stripped" "$library"
+{
+  echo "size $(stat -c %s "$results/stripped")"
+  readelf --wide --relocs "$library" |
+    awk '$3 ~ /^R_/ { count[$3]++ } END { for (type in count) print type, count[type] }'
+} >"$results/library.txt"
+
+exec bench/report.py "$results" docs
