@@ -1,0 +1,153 @@
+// Folders that somebody else arranges, or rearranges while they are removed: nothing outside the
+// launcher folder is ever lost.
+
+#include "FileSystem.h"
+#include "ThinClientLauncherBase.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int SWAPS = 10'000;
+
+class HostileFolder : public testing::Test {
+protected:
+  HostileFolder() {
+    for (const auto& file : precious)
+      test::writeFile(file, "precious");
+  }
+  ~HostileFolder() override {
+    for (const auto& file : precious)
+      EXPECT_EQ(test::readFile(file), "precious") << file;
+  }
+
+  fs::path makeCopy(const std::string& name, int hoursAgo) const {
+    const fs::path dir = home.launcherFolder() / name;
+    test::makeBundle(dir, "45.12.0.900");
+    test::writeFile(dir / "launch.dat", "0");
+    fs::last_write_time(
+        dir / "launch.dat", fs::file_time_type::clock::now() - std::chrono::hours(hoursAgo));
+    return dir;
+  }
+
+  const test::ScopedHome home;
+  const fs::path outside = home.path() / "outside";
+  const std::vector<fs::path> precious{
+      outside / "file", outside / "folder" / "file", outside / "sub" / "inner" / "file"};
+  const ThinClientLauncherBase launcher{};
+};
+
+TEST_F(HostileFolder, ALinkedCopyIsRemovedAsALink) {
+  const fs::path launched = makeCopy("launched", 0);
+  makeCopy("recent", 1);
+  makeCopy("less recent", 2);
+  fs::create_directory_symlink(outside, home.launcherFolder() / "link");
+  fs::create_directory_symlink(home.launcherFolder(), makeCopy("old", 3) / "loop");
+  fs::create_directory_symlink(outside, home.launcherFolder() / "old" / "link");
+  launcher.cleanUpLauncherDirectory(launched);
+  EXPECT_FALSE(fs::exists(fs::symlink_status(home.launcherFolder() / "link")));
+  EXPECT_FALSE(fs::exists(home.launcherFolder() / "old"));
+  EXPECT_TRUE(fs::exists(home.launcherFolder() / "less recent"));
+}
+
+TEST_F(HostileFolder, OddNamesAreChosenRecordedAndRemoved) {
+  const std::vector<std::string> names{
+      "line\nfeed", "\"quoted\" 'twice'", "\xFF\xFE not UTF-8", std::string(255, 'n'), "-rf", "*"};
+  for (const auto& name : names) {
+    SCOPED_TRACE(name);
+    const fs::path dir = makeCopy(name, 5);
+    EXPECT_EQ(launcher.findBestCandidate({"/nowhere", dir}), dir);
+    launcher.updateLaunchInfo(dir);
+    EXPECT_EQ(launcher.getLaunchCount(dir), 1U);
+  }
+  const fs::path launched = makeCopy("launched", 0);
+  makeCopy("kept 1", 0);
+  makeCopy("kept 2", 0);
+  for (const auto& name : names)
+    makeCopy(name, 5);
+  launcher.cleanUpLauncherDirectory(launched);
+  for (const auto& name : names)
+    EXPECT_FALSE(fs::exists(home.launcherFolder() / name)) << name;
+}
+
+// Another process that swaps two entries of a folder, again and again.
+class Swapper {
+public:
+  Swapper(const fs::path& one, const fs::path& other)
+      : count(static_cast<volatile int*>(::mmap(
+            nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))),
+        child(::fork()) {
+    // Nothing but system calls in the child of what may be a threaded process.
+    while (child == 0) {
+      if (::renameat2(AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE) == 0)
+        *count = *count + 1;
+    }
+  }
+  ~Swapper() {
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+    ::munmap(const_cast<int*>(count), sizeof(int));
+  }
+  Swapper(const Swapper&) = delete;
+  Swapper& operator=(const Swapper&) = delete;
+
+  int swaps() const { return *count; }
+
+private:
+  volatile int* count;
+  pid_t child;
+};
+
+void fillFolder(const fs::path& dir) {
+  for (const char* name : {"file", "folder/file", "sub/inner/file"})
+    test::writeFile(dir / name, "to be removed");
+}
+
+TEST_F(HostileFolder, SwappingASubFolderForALinkDuringRemovalLosesNothingOutside) {
+  const fs::path copy = home.launcherFolder() / "copy";
+  const Swapper swapper(copy / "Contents", copy / "link");
+  int removals = 0;
+  while (swapper.swaps() < SWAPS) {
+    std::error_code ignored;
+    fs::create_directories(copy, ignored);
+    fs::create_directory_symlink(outside, copy / "link", ignored);
+    // Filled elsewhere: in there the swapper may put the link under any name.
+    fillFolder(home.path() / "content");
+    fs::rename(home.path() / "content", copy / "Contents", ignored);
+    fs::remove_all(home.path() / "content", ignored);
+    ThinClientLauncherBase::removeDirectory(copy);
+    ++removals;
+  }
+  EXPECT_GT(removals, 10);
+}
+
+TEST_F(HostileFolder, SwappingACopyForALinkDuringTheCleanUpLosesNothingOutside) {
+  const fs::path launched = makeCopy("launched", 0);
+  const Swapper swapper(home.launcherFolder() / "copy", home.launcherFolder() / "link");
+  while (swapper.swaps() < SWAPS) {
+    std::error_code ignored;
+    fillFolder(home.path() / "content");
+    fs::rename(home.path() / "content", home.launcherFolder() / "copy", ignored);
+    fs::remove_all(home.path() / "content", ignored);
+    fs::create_directory_symlink(outside, home.launcherFolder() / "link", ignored);
+    for (const char* name : {"kept 1", "kept 2"})
+      makeCopy(name, 1);
+    // A folder that vanishes between listing and examining is an error that the host gets to see.
+    try {
+      launcher.cleanUpLauncherDirectory(launched);
+    } catch (const fs::filesystem_error&) {
+    }
+  }
+  EXPECT_TRUE(fs::exists(launched));
+}
+
+} // namespace
