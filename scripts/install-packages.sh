@@ -31,6 +31,7 @@ test bubblewrap private /Applications and system log for the tests
 test groff-base checks the manual page
 test zsh checks the completion for zsh
 test strace traces what a process asks of the system
+test python3 drives the launches that are disturbed from outside
 test clang-format-16 checks the format
 clang clang-tidy-16 finds slips that no compiler names
 clang clang-16 second compiler
@@ -49,6 +50,7 @@ macos libc++-16-dev headers of the standard library of macOS
 macos libc++abi-16-dev the names of its runtime part
 macos python3 runs the checker of the linked library
 macos python3-pip fetches the headers of Darwin
+leaks valgrind finds memory lost or misused in programs as they ship
 fuzz libclang-rt-16-dev libFuzzer and the sanitizers of clang
 bench libbenchmark-dev micro-benchmarks with repetitions and random interleaving
 bench libplist-utils the tool that the shell script of the comparison calls

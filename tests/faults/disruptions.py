@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Launches that are killed at random moments, and launches on a full disk.
+"""Launches that are killed at random moments, on a full disk, and two at once.
 
-Usage: disruptions.py kill|full-disk HOST LIBRARY APPLICATION SCRATCH_FOLDER
+Usage: disruptions.py kill|full-disk|pairs HOST LIBRARY APPLICATION SCRATCH_FOLDER
 
 full-disk expects the scratch folder to be a small file system of its own.
 """
@@ -14,10 +14,11 @@ import subprocess
 import sys
 import time
 
-from homes import BrokenPromise, Home, TIME_LIMIT, lay_out, promise
+from homes import BrokenPromise, Home, LAUNCHER_FOLDER, NEWEST, TIME_LIMIT, lay_out, promise
 from sweep import Programs
 
 KILLS = 100
+PAIRS = 200
 LAYOUTS = ("plain", "corrupt", "cleaning")
 
 
@@ -27,6 +28,12 @@ def fresh_home(programs, scratch, layout):
     path.mkdir()
     lay_out(layout, path, programs.application)
     return Home(path)
+
+
+def read_count(home):
+    text = (home.path / LAUNCHER_FOLDER / NEWEST / "launchCount.dat").read_text()
+    promise(text.isdigit(), f"launchCount.dat is garbled: {text!r}")
+    return int(text)
 
 
 def finish(process):
@@ -85,10 +92,49 @@ def full_disk(programs, scratch):
           + "; with space again, the next launch worked")
 
 
+def launch_pair(programs, scratch, layout):
+    """How the two hosts ended, and what became of the launch count."""
+    home = fresh_home(programs, scratch, layout)
+    before = read_count(home)
+    processes = [home.host(programs) for _ in range(2)]
+    ends = [finish(process) for process in processes]
+    deadline = time.monotonic() + TIME_LIMIT
+    while home.count_starts() < 2:
+        promise(time.monotonic() < deadline, f"one of two starts never ran: {ends}")
+        time.sleep(0.001)
+    home.check_surroundings()
+    home.check_removals()
+    after = read_count(home)
+    time_record = home.path / LAUNCHER_FOLDER / NEWEST / "launch.dat"
+    promise(time_record.read_text().isdigit(), "launch.dat is garbled")
+    home.check_next_launch(programs, starts=2)
+    # A record is emptied before it is written: who reads it in between counts from 0.
+    promise(after in (before + 2, before + 1, 1), f"the count went from {before} to {after}")
+    return ends, {before + 2: "both counted", before + 1: "one counted", 1: "counted anew"}[after]
+
+
+def pairs(programs, scratch):
+    """Two hosts at once. Where nothing is to be removed both return 0; where both remove the same
+    folders, one may meet a record that is no more."""
+    counts = collections.Counter()
+    errors = 0
+    for number in range(PAIRS):
+        layout = "cleaning" if number % 2 else "plain"
+        ends, count = launch_pair(programs, scratch, layout)
+        allowed = (0, 3) if layout == "cleaning" else (0,)
+        promise(all(status in allowed and outcome == "started" for status, outcome in ends),
+                f"two launches at once, layout {layout}: {ends}")
+        errors += sum(1 for status, _ in ends if status == 3)
+        counts[count] += 1
+    print(f"two hosts at once, {PAIRS} times: "
+          + ", ".join(f"{count} {kind}" for kind, count in counts.items())
+          + f"; {errors} file-system errors while both removed the same folders")
+
+
 def main():
     if len(sys.argv) != 6:
         sys.exit(__doc__)
-    action = {"kill": kill, "full-disk": full_disk}[sys.argv[1]]
+    action = {"kill": kill, "full-disk": full_disk, "pairs": pairs}[sys.argv[1]]
     try:
         action(Programs(*sys.argv[2:5]), pathlib.Path(sys.argv[5]))
     except BrokenPromise as broken:

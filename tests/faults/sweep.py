@@ -25,7 +25,8 @@ from homes import BrokenPromise, Home, LAYOUTS, TIME_LIMIT, lay_out, promise
 ERRORS = ("EIO", "EACCES", "ENOSPC", "EMFILE", "ENOENT")
 ACTORS = ("caller", "starter")
 NOT_ABOUT_FILES = {"mmap", "poll"}
-CALL = re.compile(r"^(?P<thread>\d+)?\s*(?P<name>\w+)\((?P<arguments>.*)")
+CALL = re.compile(r"^(?P<thread>\d+)?\s*(?P<name>\w+)\(")
+EXECUTED = re.compile(r"^(?P<thread>\d+)?\s*(execve\(|<\.\.\. execve resumed).*= 0$")
 
 Programs = collections.namedtuple("Programs", "host library application")
 Fault = collections.namedtuple("Fault", "actor call index error")
@@ -93,22 +94,30 @@ def traced_launch(home, programs, actor, options):
 
 
 def read_trace(file):
-    """The traced calls that concern files, up to the point where the application itself runs."""
+    """The threads and names of the traced calls that concern files, up to the point where the
+    application itself runs."""
     started = set()
     for line in file.read_text(errors="replace").splitlines():
         call = CALL.match(line)
-        if call is None or call["thread"] in started or call["name"] in NOT_ABOUT_FILES:
-            continue
-        yield call["thread"], call["name"], line
-        if call["name"] == "execve" and line.endswith("= 0"):
-            started.add(call["thread"])
+        if call and call["thread"] not in started and call["name"] not in NOT_ABOUT_FILES:
+            yield call["thread"], call["name"]
+        if executed := EXECUTED.match(line):
+            started.add(executed["thread"])
 
 
-def files_without_launcher_folder(failed):
-    """By its rules the launcher has no launcher folder at a moment when Application Support is not
-    found; the list of corrupt versions, if due at that moment, is named relative to nothing then."""
-    lost = any("/Application Support\"" in line and "ENOENT" in line for line in failed)
-    return {"work/corrupt.dat"} if lost else set()
+def without_application_support(failed):
+    """By its rules the launcher has no launcher folder at a moment when the file system denies that
+    Application Support is there. A list of corrupt versions due at that moment goes to the working
+    folder, and the folder whose launch time is read counts as never launched."""
+    return any("/Application Support\"" in line and "ENOENT" in line for line in failed)
+
+
+def folders_without_record(failed, home):
+    """The folders whose launch record the file system denied to have."""
+    if without_application_support(failed):
+        return [folder.name for folder in home.folders]
+    matches = (re.search(r"/([^/]*)/launch\.dat\".*ENOENT", line) for line in failed)
+    return [match[1] for match in matches if match]
 
 
 class Sweep:
@@ -135,7 +144,7 @@ class Sweep:
             promise((status, outcome) == (0, "started"), f"an undisturbed launch: {status} {outcome}")
             counts = collections.Counter()
             highest = {}
-            for thread, name, _ in read_trace(trace):
+            for thread, name in read_trace(trace):
                 counts[thread, name] += 1
                 highest[name] = max(highest.get(name, 0), counts[thread, name])
             promise(sum(highest.values()) > 10, "the tracer saw no launch")
@@ -169,9 +178,9 @@ class Sweep:
         promise(failed, "the call to fail never came")
         promise(status in (0, 3), f"the host ended with {status}")
         promise(home.await_starts(outcome) <= 1, "more than one start")
-        home.check_surroundings(added=files_without_launcher_folder(failed))
-        home.check_removals(times_lost={
-            match[1] for line in failed if (match := re.search(r"/([^/]*)/launch\.dat\"", line))})
+        home.check_surroundings(
+            added={"work/corrupt.dat"} if without_application_support(failed) else set())
+        home.check_removals(folders_without_record(failed, home))
         home.check_next_launch(self.programs)
         return "file-system error" if status == 3 else outcome
 

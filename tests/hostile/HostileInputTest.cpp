@@ -194,6 +194,11 @@ TEST(HostileInput, PropertyListsGiveAnEmptyVersionWithinBounds) {
           {"a quarter of a megabyte of entities",
            file("<plist><string>" + repeated("&lt;", 60'000)),
            ""},
+          {"thousands of keys, not plain",
+           file(
+               "<!-- --><plist><dict>" + repeated("<key>k</key><true/>", 13'000) +
+               "</dict></plist>"),
+           ""},
           {"a named pipe", placePipe, ""},
           {"a socket", placeSocket, ""},
           {"an endless device", linkTo("/dev/zero"), ""},
