@@ -11,6 +11,9 @@ mac_packages() {
   cat <<'LIST'
 build cmake configures the build
 build ninja runs the build
+build cli11 reads the arguments of launcher-inspect
+build fmt lays out its text
+build nlohmann-json writes its JSON
 test googletest test framework
 LIST
 }
