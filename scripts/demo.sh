@@ -44,7 +44,7 @@ make_folders() {
   load_mode_logs=$logs
   # There the system starts the application, which then has the real user's home.
   [ "$(uname)" = Darwin ] && load_mode_logs=$HOME/Library/Logs/VantuOrlixVDI
-  mkdir -p "$launcher" "$folder/host"
+  mkdir -p "$launcher" "$home/work"
 }
 
 clean_up() {
@@ -107,7 +107,7 @@ add_copies() {
 
 launch() {
   (
-    cd "$folder/host"
+    cd "$home/work"
     HOME=$home CFFIXED_USER_HOME=$home USER=alice "$OLDPWD/$build/examples/example_host" \
       "$OLDPWD/$build/ThinClientLauncher/libThinClientLauncher.dylib" "$client_version"
   )
@@ -130,15 +130,10 @@ wait_for_load_mode() {
 
 # --- What a person sees ---
 
-show_copies() {
-  local copy
-  printf '  %-14s%-10s%-18s%s\n' copy launches 'last launch' 'started safely'
-  for copy in "$launcher"/*/; do
-    printf '  %-14s%-10s%-18s%s\n' "$(basename "$copy")" \
-      "$(cat "$copy/launchCount.dat" 2>/dev/null || echo 0)" \
-      "$(date -r "$copy/launch.dat" '+%Y-%m-%d %H:%M' 2>/dev/null || echo never)" \
-      "$([ -e "$copy/started.dat" ] && echo yes || echo no)"
-  done
+# What launcher-inspect tells, by the launcher's own rules, without starting or changing anything.
+inspect() {
+  "$build/tools/inspect/launcher-inspect" --home "$home" --working-directory "$home/work" \
+    --client-version "$client_version"
 }
 
 # The launcher folder's path, long and with the user's name masked, is left out of each line.
@@ -162,7 +157,7 @@ show_records() {
 show_removed() {
   local version
   for version in "${versions[@]}"; do
-    [ -d "$launcher/$version" ] || printf '  %s%-14s%s%s\n' "$dim" "$version" removed "$plain"
+    [ -d "$launcher/$version" ] || printf '  %s\n' "$version"
   done
 }
 
@@ -179,8 +174,8 @@ build_everything
 make_folders
 add_copies
 
-heading "Copies in the launcher folder, before"
-show_copies
+heading "Before the launch: what launcher-inspect foresees"
+inspect
 
 heading "A host of version $client_version asks for a launch"
 status=0
@@ -194,8 +189,10 @@ heading "The started application enters load mode"
 heading "Records"
 show_records
 
-heading "Copies in the launcher folder, after"
-show_copies
+heading "Removed by the clean-up"
 show_removed
+
+heading "After the launch: what launcher-inspect finds"
+inspect
 show_verdict "$status"
 exit "$status"
