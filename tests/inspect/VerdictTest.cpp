@@ -208,8 +208,7 @@ TEST(Choice, NothingViableIsSaid) {
   EXPECT_EQ(outcomeOf(inspection, disclosure).code, "nothing-viable");
   EXPECT_EQ(
       notesOn(inspection, disclosure).at(0).text,
-      "Of 4 candidates, 3 hold no application bundle and 1 are corrupt. The launcher has nothing "
-      "to fall back to.");
+      "4 candidates: 3 without application bundle, 1 corrupt. There is nothing to fall back to.");
 }
 
 TEST(Choice, AClientVersionThatIsNoNumberIsSaid) {

@@ -112,8 +112,8 @@ std::vector<Statement> notesOn(const Inspection& inspection, const Disclosure& d
     return {
         {"nothing-viable",
          fmt::format(
-             "Of {} candidates, {} hold no application bundle and {} are corrupt. The launcher "
-             "has nothing to fall back to.",
+             "{} candidates: {} without application bundle, {} corrupt. There is nothing to fall "
+             "back to.",
              inspection.candidates.size(),
              count(inspection, Verdict::NoBundle),
              count(inspection, Verdict::Corrupt))}};
