@@ -6,11 +6,7 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
-#if __has_include(<pty.h>)
 #include <pty.h>
-#else
-#include <util.h>
-#endif
 #include <sys/wait.h>
 #include <unistd.h>
 

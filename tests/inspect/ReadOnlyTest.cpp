@@ -58,12 +58,6 @@ std::map<std::string, std::string> snapshot(const fs::path& top) {
   return entries;
 }
 
-#ifdef __linux__
-#define NEEDS_STRACE()
-#else
-#define NEEDS_STRACE() GTEST_SKIP() << "needs strace, which only Linux has"
-#endif
-
 // Under a tracer the leak check cannot work.
 const std::map<std::string, std::string> TRACED = {{"ASAN_OPTIONS", "detect_leaks=0"}};
 
@@ -144,7 +138,6 @@ TEST(ReadOnly, NothingIsCreatedInAnEmptyHome) {
 }
 
 TEST(ReadOnly, NoSystemCallChangesAnything) {
-  NEEDS_STRACE();
   const ScopedHome home;
   layOut(home.path());
   EXPECT_THAT(changes({LAUNCHER_INSPECT}, home.path() / "work"), IsEmpty());
@@ -152,7 +145,6 @@ TEST(ReadOnly, NoSystemCallChangesAnything) {
 }
 
 TEST(ReadOnly, TheTraceShowsTheChangesOfALaunch) {
-  NEEDS_STRACE();
   const ScopedHome home;
   layOut(home.path());
   const auto found = changes({IMPATIENT_HOST, LAUNCHER_LIBRARY}, home.path() / "work");
