@@ -28,7 +28,9 @@ constexpr const char* LOAD_MODE = "load mode, load main dll";
 constexpr const char* NOTHING_FOUND = "Best candidate:  (version: 0.0.0.0)";
 constexpr const char* NOT_CLEANED = "not started from launcher folder, do not clean";
 
+// Counted once a thread has run: with the first one, a sanitizer may start its own for good.
 std::size_t threadCount() {
+  std::thread([] {}).join();
   return static_cast<std::size_t>(std::distance(fs::directory_iterator("/proc/self/task"), {}));
 }
 
