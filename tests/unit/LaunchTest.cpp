@@ -182,16 +182,19 @@ TEST_F(Launch, MarksAFailureAsAnErrorInTheSystemLog) {
   makeApplication();
   LauncherHelper::launchFromDirectory(dir, "loadmode");
   EXPECT_EQ(test::takeSystemLog(1).front().priority, LOG_USER | LOG_INFO);
+  EXPECT_EQ(reports(1).size(), 1U);
 }
 
 TEST_F(Launch, PausesOnceForThreeSecondsWhateverBecomesOfTheStart) {
   const std::size_t before = test::pausesAskedFor();
   LauncherHelper::launchFromDirectory(dir, "loadmode");
   EXPECT_EQ(test::pausesAskedFor(), before + 1);
+  EXPECT_THAT(outcome(), StartsWith("Failed to run the app: "));
   makeApplication();
   LauncherHelper::launchFromDirectory(dir, "loadmode");
   EXPECT_EQ(test::pausesAskedFor(), before + 2);
-  test::takeSystemLog(2);
+  EXPECT_EQ(outcome(), SUCCESS);
+  EXPECT_EQ(reports(1).size(), 1U);
 }
 
 TEST_F(Launch, WritesNothingToTheLog) {
@@ -200,6 +203,7 @@ TEST_F(Launch, WritesNothingToTheLog) {
   LauncherHelper::launchFromDirectory(home.path() / "missing", "loadmode");
   test::takeSystemLog(2);
   EXPECT_THAT(messages(), IsEmpty());
+  EXPECT_EQ(reports(1).size(), 1U);
 }
 
 TEST_F(Launch, PassesTheHostsEnvironmentOn) {
