@@ -4,13 +4,14 @@
 
 namespace fs = std::filesystem;
 
-static void addCopy(const fs::path& dir, const std::string& version) {
+// The executable is the same file in all copies.
+static void addCopy(const fs::path& dir, const std::string& version, const fs::path& executable) {
   static const std::string list = test::readFile(BENCH_INFO_PLIST);
   static const std::regex placeholder("@VERSION@");
   const fs::path contents = dir / "OrlixVDIPlugin.app" / "Contents";
   test::writeFile(contents / "Info.plist", std::regex_replace(list, placeholder, version));
   fs::create_directory(contents / "MacOS");
-  fs::copy_file(BENCH_APPLICATION, contents / "MacOS" / "OrlixVDIPlugin");
+  fs::create_hard_link(executable, contents / "MacOS" / "OrlixVDIPlugin");
 }
 
 BenchHome::BenchHome(int copies) {
@@ -18,10 +19,12 @@ BenchHome::BenchHome(int copies) {
   const fs::path launcher = library / "Application Support" / "VantuOrlixVDILauncher";
   fs::create_directories(library / "Logs" / "VantuOrlixVDI");
   fs::create_directories(launcher);
-  addCopy(workFolder(), "45.12.0.900");
+  const fs::path executable = path() / "application";
+  fs::copy_file(BENCH_APPLICATION, executable);
+  addCopy(workFolder(), "45.12.0.900", executable);
   for (int number = 1; number < copies; ++number) {
     const std::string version = "45.11.0." + std::to_string(number);
-    addCopy(launcher / version, version);
+    addCopy(launcher / version, version, executable);
     test::writeFile(launcher / version / "launchCount.dat", "1");
     test::writeFile(launcher / version / "launch.dat", "1700000000");
     test::writeFile(launcher / version / "started.dat", "");

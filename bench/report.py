@@ -16,6 +16,10 @@ import sys
 
 SIZES = [1, 10, 100, 1000, 10000]
 CONTESTANTS = ["launcher", "floor", "floor-once", "script", "frugal-script"]
+# From the highest line of the plot to the lowest: contestant, title, colour.
+LINES = [("script", "shell script", "#888888"), ("frugal-script", "frugal script", "#bbbbbb"),
+         ("launcher", "launch", "#c0392b"), ("floor", "floor in C", "#2c3e50"),
+         ("floor-once", "each file once", "#5dade2")]
 START, END = "<!-- figures -->", "<!-- end of figures -->"
 
 
@@ -50,7 +54,7 @@ def machine():
     model = re.search(r"model name\s*: (.*)", info)
     memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 2**30
     return (f"{model.group(1) if model else platform.machine()}, {os.cpu_count()} cores, "
-            f"{memory:.0f} GiB of memory, Linux {platform.release()}")
+            f"{memory:.0f} GiB of memory, Linux {'.'.join(platform.release().split('.')[:2])}")
 
 
 def shown(microseconds):
@@ -145,15 +149,13 @@ def write_document(document, text):
 
 
 def draw(processes, picture):
-    names = {"launcher": "launch", "floor": "floor in C", "floor-once": "each file once",
-             "script": "shell script", "frugal-script": "frugal script"}
     blocks = "".join(
         f"${name.replace('-', '_')} << EOD\n"
         + "".join(f"{size} {cost(processes, name, size) / 1000}\n" for size in SIZES) + "EOD\n"
-        for name in CONTESTANTS)
+        for name, _, _ in LINES)
     plots = ", ".join(
-        f"${name.replace('-', '_')} using 1:2 with linespoints lw 2 pt 7 title '{names[name]}'"
-        for name in reversed(CONTESTANTS))
+        f"${name.replace('-', '_')} with linespoints lw 2 pt 7 lc rgb '{colour}' title '{title}'"
+        for name, title, colour in LINES)
     subprocess.run(["gnuplot"], check=True, text=True, input=f"""
 {blocks}
 set terminal pngcairo size 900,560 font 'sans,12'

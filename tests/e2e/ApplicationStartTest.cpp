@@ -404,13 +404,13 @@ class HostsChildren : public ApplicationStart, public testing::WithParamInterfac
 TEST_P(HostsChildren, AreTreatedAsBeforeAndNoneIsLeft) {
   makeCopy("copy", "45.12.0.1");
   EXPECT_EQ(host().ask({"children", GetParam()}), "set");
-  const auto before = host().describe();
+  auto before = host().describe();
   EXPECT_EQ(launch({"launchermode"}), "returned 0");
   EXPECT_EQ(outcome(), SUCCESS);
   auto after = host().describe();
   EXPECT_EQ(part(after, "disposition"), part(before, "disposition"));
   EXPECT_EQ(after["children"], "none");
-  EXPECT_EQ(after["threads"], "1");
+  EXPECT_EQ(after["threads"], before["threads"]);
   EXPECT_EQ(reports().size(), 1U);
 }
 
