@@ -12,6 +12,7 @@ import random
 import shutil
 import subprocess
 import sys
+import tempfile
 import time
 
 from homes import BrokenPromise, Home, LAUNCHER_FOLDER, NEWEST, TIME_LIMIT, lay_out, promise
@@ -23,9 +24,10 @@ LAYOUTS = ("plain", "corrupt", "cleaning")
 
 
 def fresh_home(programs, scratch, layout):
-    path = scratch / "home"
-    shutil.rmtree(path, ignore_errors=True)
-    path.mkdir()
+    # What an earlier launch started may still write into its home.
+    for earlier in scratch.glob("home-*"):
+        shutil.rmtree(earlier, ignore_errors=True)
+    path = pathlib.Path(tempfile.mkdtemp(prefix="home-", dir=scratch))
     lay_out(layout, path, programs.application)
     return Home(path)
 
