@@ -99,6 +99,7 @@ static void becomeUnprivileged(const fs::path& folder) {
 
 void asUnprivilegedUser(const fs::path& folder, const Body& body) {
   inChildProcess([&] {
+    fs::current_path(folder); // the one where the tests are run may be closed to that user
     if (::geteuid() == 0)
       becomeUnprivileged(folder);
     ASSERT_NE(::geteuid(), uid_t{0});

@@ -24,7 +24,7 @@ void inChildProcessAt(const std::filesystem::path& workingDirectory, const Body&
 void inChildProcessWithRoot(const std::filesystem::path& root, const Body& body);
 
 // Gives the folder and all below it to a user whom permissions bind, if the tests run as root, and
-// runs the body as that user.
+// runs the body as that user, with the folder as working folder.
 void asUnprivilegedUser(const std::filesystem::path& folder, const Body& body);
 
 // Takes permissions from a file or folder for the length of the scope.
