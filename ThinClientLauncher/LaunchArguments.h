@@ -1,7 +1,6 @@
 #pragma once
 
-// What the argument vector of the entry point says. argv[0] is never read, and nothing at or
-// beyond argc is.
+// Reads the argument vector of the entry point: never argv[0], and nothing at or beyond argc.
 
 #include <cstring>
 #include <string>

@@ -3,6 +3,7 @@
 #include "LaunchArguments.h"
 #include "LauncherConstants.h"
 #include "Logger.h"
+#include "Platform.h"
 
 #include <chrono>
 #include <iomanip>
@@ -13,7 +14,7 @@ namespace fs = std::filesystem;
 
 namespace LauncherHelper {
 
-// Time for the application to come up before its records are written.
+// Gives the application time to come up before its records are written.
 constexpr std::chrono::milliseconds PAUSE_AFTER_START{3000};
 
 // --- Layout ---
@@ -73,7 +74,7 @@ void loadMainDllFromCurrentDirectory() {
     logFailedLoad(path);
     return;
   }
-  // Without an entry there is nothing to call, and nothing is said about it.
+  // A missing entry function is not reported.
   if (void* const entry = Platform::findSymbol(library, VDI_MAIN_LIBRARY_EntryPoint))
     reinterpret_cast<MainEntryPoint>(entry)(1, nullptr);
 }
@@ -84,7 +85,7 @@ static std::string quoted(const std::string& path) {
   return text.str();
 }
 
-// The library to load, after saying which it is. An application in load mode uses its own copy.
+// Logs which library is loaded and returns its path. In load mode an application uses its own copy.
 static std::string chooseLauncherLibrary(int argc, char** argv) {
   const fs::path shared = getLauncherDirectory() / VDI_LAUNCHER_LIBRARY_NAME;
   if (!isLoadMode(argc, argv) && fs::exists(shared)) {

@@ -1,11 +1,9 @@
 #pragma once
 
-// The platform bridge: the one contract between the launcher's rules and the system it runs on.
+// What the launcher's rules ask of the system: the installation layout, library loading and
+// application start. The same on every system; Platform.h is what each system supplies below it.
 //
-// The first half is what the rules call; LauncherHelper.cpp builds it, the same on every system.
-// The second half is what a system supplies, in linux/ or macos/; the build picks one.
-//
-// No operation keeps state, logs (but the loading of libraries) or changes anything on disk.
+// No operation keeps state or changes anything on disk, and only library loading writes to the log.
 // Existence tests raise std::filesystem::filesystem_error when a path cannot be examined; a path
 // that is not found is no failure.
 
@@ -45,54 +43,22 @@ std::filesystem::path getLogPath();
 // The path's bytes.
 std::string toStdString(const std::filesystem::path& path);
 
-// --- Libraries; they stay loaded. Failures go to the log, exceptions of an entry pass through ---
+// --- Libraries: never closed; failures go to the log; exceptions of an entry function pass ---
 
-// Loads the main library from the executable's Frameworks folder and returns when its entry does.
+// Loads the main library from the executable's Frameworks folder and returns when its entry
+// function returns.
 void loadMainDllFromCurrentDirectory();
 
 // For an executable that starts the launcher itself: loads the launcher library and returns when
-// its entry point does. Prefers the copy in the launcher folder, except in load mode; when that
+// its entry point returns. Prefers the copy in the launcher folder, except in load mode; if that
 // copy fails to load, no other is tried.
 void loadLauncherDll(int argc, char** argv);
 
 // --- Applications ---
 
 // Asks the system to start the bundle in dir as a new instance with exactly this argument, then
-// sleeps for 3000 milliseconds, whatever becomes of the start. An argument that is not UTF-8 is
+// sleeps for 3000 milliseconds, whatever the outcome of the start. An argument that is not UTF-8 is
 // left out. The outcome goes to the system log alone, possibly after the return.
 void launchFromDirectory(const std::filesystem::path& dir, const std::string& argument);
-
-// --- What a system supplies ---
-
-namespace Platform {
-
-// The user's Application Support and Library folders; the empty path when the system names none.
-std::filesystem::path applicationSupportDirectory();
-std::filesystem::path libraryDirectory();
-
-// The text under CFBundleShortVersionString in the information property list of the bundle; empty
-// when the bundle, the list or the key is missing or unreadable, or the value is no text.
-std::string bundleVersion(const std::filesystem::path& bundle);
-
-// Requests the start of a new instance of the bundle and returns without waiting for it. Once, on a
-// thread of its own that ends with that, the system log gets "launch app succeed" or "Failed to run
-// the app: " and the reason. Where there is no thread to be had, the start fails unreported; a path
-// that the system cannot name is reported on the caller's thread.
-void startApplication(const std::filesystem::path& bundle, const std::string& argument);
-
-// The Frameworks folder beside the folder of the running executable, as text for loadLibrary, with
-// a separator at its end.
-std::string frameworksPrefix();
-
-// Loads a library with all its symbols bound and visible to later ones; null on failure.
-void* loadLibrary(const std::string& path);
-
-// The address of a symbol; null when the library has none of that name.
-void* findSymbol(void* library, const std::string& name);
-
-// What went wrong in the last loadLibrary or findSymbol of this thread.
-std::string loaderError();
-
-} // namespace Platform
 
 } // namespace LauncherHelper

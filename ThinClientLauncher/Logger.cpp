@@ -30,7 +30,7 @@ void Logger::log(const std::string& message) {
   logBuffer += '\n';
   if (const char* user = std::getenv("USER"))
     replaceAll(logBuffer, user);
-  logFile << logBuffer.c_str() << std::flush; // as C text: a message ends at its first NUL
+  logFile << logBuffer.c_str() << std::flush; // as a C string: a NUL ends the message
   logBuffer.clear();
 }
 
@@ -54,8 +54,7 @@ void Logger::replaceAll(std::string& text, const std::string& what) {
   std::size_t position = 0;
   while (position <= text.size()) {
     if (what.empty()) {
-      // Nothing to find, so no way forward: the loop does not end, as it never has. The yield keeps
-      // the compiler from assuming that it does.
+      // Required: an empty USER loops forever. The yield keeps the compiler from removing the loop.
       std::this_thread::yield();
       continue;
     }

@@ -5,14 +5,14 @@
 #include <string>
 
 // The one log of the process: a text file with one time-stamped line per message, the login name
-// masked, flushed line by line. Failures are silent: no log ever stops a launch. Not safe for use
-// by two threads at once.
+// masked, flushed after each line. A file that cannot be written never stops a launch and is not
+// reported. Not thread-safe.
 class Logger {
 public:
   // Creates the file's folder if it is missing, then opens the file, emptied (truncate) or for
-  // appending. A file that cannot be opened leaves the log closed. While a log is open already,
-  // that file stays and drops every further line until close(). Raises filesystem_error when the
-  // folder cannot be examined or created.
+  // appending. A file that cannot be opened leaves the log closed. If a log is open already, it
+  // stays open, and every line is dropped until close(). Raises filesystem_error when the folder
+  // cannot be examined or created.
   static void open(const std::filesystem::path& file, bool truncate);
 
   // Creates the folder of the given file, with its parents, unless something of that name exists or
@@ -35,5 +35,5 @@ public:
 
 private:
   static std::ofstream logFile;
-  static std::string logBuffer; // one line in the making; empty between calls
+  static std::string logBuffer; // the line being assembled; empty between calls
 };

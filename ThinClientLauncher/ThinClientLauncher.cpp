@@ -2,13 +2,15 @@
 
 #include "LaunchArguments.h"
 #include "LauncherHelper.h"
+#include "LogMessages.h"
 #include "Logger.h"
+#include "Selection.h"
 
 static std::string readClientVersion(int argc, char** argv) {
   if (!hasClientVersion(argc, argv))
     return {};
   const std::string clientVersion = argv[2];
-  Logger::log("hvd Client Version provided: " + clientVersion);
+  Logger::log(LogMessages::CLIENT_VERSION_PROVIDED + clientVersion);
   return clientVersion;
 }
 
@@ -27,7 +29,9 @@ int ThinClientLauncher::launch(int argc, char** argv) {
   const std::string clientVersion = readClientVersion(argc, argv);
   const auto candidates = scanForPossibleDirectories();
   const auto viable = filterInviableDirectories(candidates);
-  const auto best = findBestCandidate(selectCompatible(viable, clientVersion));
+  const auto compatible = filterIncompatibleDirectories(viable, clientVersion);
+  const auto eligible = Selection::selectEligible(viable, compatible).directories;
+  const auto best = findBestCandidate(eligible);
 
   LauncherHelper::launchFromDirectory(best, LOAD_MODE_ARGUMENT);
   updateLaunchInfo(best);

@@ -3,13 +3,14 @@
 #include "LaunchArguments.h"
 #include "LauncherConstants.h"
 #include "LauncherHelper.h"
+#include "LogMessages.h"
 #include "Logger.h"
 #include "ThinClientLauncher.h"
 
 namespace LauncherLogger {
 
-// Opens the mode's log file, emptied. Without a log folder there is no log, rather than a file in
-// the host's working folder.
+// Opens the mode's log file, emptied. Without a Library folder there is no log: a file name alone
+// would put it into the host's working folder.
 static void initialize(int argc, char** argv) {
   const std::filesystem::path folder = LauncherHelper::getLogPath();
   if (folder.empty())
@@ -23,7 +24,7 @@ static void initialize(int argc, char** argv) {
 
 extern "C" int ThinClientLauncherEntryPoint(int argc, char** argv) {
   LauncherLogger::initialize(argc, argv);
-  Logger::log("ThinClientLauncher DLL entry point called");
+  Logger::log(LogMessages::ENTRY_POINT_CALLED);
   ThinClientLauncher launcher;
   const int result = launcher.launch(argc, argv);
   Logger::close();

@@ -4,6 +4,7 @@
 #include "BenchHome.h"
 #include "LauncherHelper.h"
 #include "Logger.h"
+#include "Platform.h"
 #include "ThinClientLauncherBase.h"
 #include "linux/PlainXmlList.h"
 #include "linux/PropertyList.h"
@@ -41,7 +42,7 @@ void startRequest(benchmark::State& state) {
   double longest = 0;
   for (auto _ : state) {
     const auto start = std::chrono::steady_clock::now();
-    LauncherHelper::Platform::startApplication(bundle(), "loadmode");
+    Platform::startApplication(bundle(), "loadmode");
     const std::chrono::duration<double> held = std::chrono::steady_clock::now() - start;
     state.SetIterationTime(held.count());
     longest = std::max(longest, held.count());
@@ -54,7 +55,7 @@ BENCHMARK(startRequest)->Arg(10)->Arg(1024)->UseManualTime()->Iterations(50);
 
 void readVersion(benchmark::State& state) {
   for (auto _ : state)
-    benchmark::DoNotOptimize(LauncherHelper::Platform::bundleVersion(bundle()));
+    benchmark::DoNotOptimize(Platform::bundleVersion(bundle()));
 }
 BENCHMARK(readVersion);
 

@@ -1,72 +1,46 @@
-#include "ApplicationStart.h"
+// Platform::startApplication for Linux, in the order in which a start runs: the caller hands it to
+// a worker thread; the worker lets GLib fork; the child prepares itself and executes the program;
+// the worker waits for the outcome and reports it to the system log.
+
+#include "../Platform.h"
 
 #include "Descriptor.h"
 #include "PropertyList.h"
 
 #include <glib.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <dlfcn.h>
+#include <exception>
 #include <fcntl.h>
+#include <memory>
+#include <pthread.h>
+#include <syslog.h>
 #include <system_error>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
 
-namespace ApplicationStart {
+namespace Platform {
 
 namespace {
 
-std::string systemError(const fs::path& file, int code) {
-  return file.string() + ": " + std::generic_category().message(code);
-}
-
-// CFBundleExecutable, or the bundle's own name.
-fs::path executableOf(const fs::path& bundle) {
-  const std::string name =
-      PropertyList::readText(bundle / "Contents/Info.plist", "CFBundleExecutable");
-  return name.empty() ? bundle.stem() : fs::path(name);
-}
-
-// Brings the reason why a program does not run out of its process; closed when it does run.
-struct FailurePipe {
-  Descriptor readEnd;
-  Descriptor writeEnd;
+struct Start {
+  fs::path bundle;
+  std::string argument;
 };
 
-Descriptor aboveStandardStreams(int descriptor) {
-  return Descriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-}
+// --- The child process, from fork to exec ---
 
-// In a host without standard streams a pipe could become one, for other threads to write to and for
-// the new process to lose.
-FailurePipe openFailurePipe() {
-  std::array<int, 2> ends{-1, -1};
-  if (::pipe2(ends.data(), O_CLOEXEC) != 0)
-    return {Descriptor(-1), Descriptor(-1)};
-  const Descriptor readEnd(ends[0]);
-  const Descriptor writeEnd(ends[1]);
-  return {aboveStandardStreams(readEnd), aboveStandardStreams(writeEnd)};
-}
-
-// Waits for what the new process tells, and for as long as any process has the write end: one that
-// another thread forked meanwhile and that runs no program of its own may hold this thread up.
-// Returns 0 when nothing is told.
-int awaitFailure(FailurePipe& pipe) {
-  pipe.writeEnd.close();
-  int code = 0;
-  while (::read(pipe.readEnd, &code, sizeof code) < 0 && errno == EINTR) {
-  }
-  return code;
-}
-
-struct NewProcess {
+struct ChildProcess {
   std::array<char*, 3> argv;
-  int failure;
+  int failurePipe; // takes the error code of a failed exec
 };
 
-// GLib takes a stream for its own that the host had closed.
+// GLib has closed the streams that it was not told to redirect if the host had closed them.
 void openMissingStreams() {
   int descriptor = ::open("/dev/null", O_RDWR);
   while (descriptor >= 0 && descriptor <= STDERR_FILENO)
@@ -84,17 +58,56 @@ void resetSignals() {
   ::sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-// The new process up to its program; nothing here may allocate or lock. GLib would run the program
-// next, but hands what the system does not take for one to a shell, a half installed one included.
-void becomeApplication(gpointer data) {
-  const auto& process = *static_cast<const NewProcess*>(data);
+// Runs between fork and exec: nothing here may allocate or lock. It executes the program itself,
+// because GLib would pass a file that the system cannot execute, such as a half installed one, to a
+// shell.
+void executeProgram(gpointer data) {
+  const auto& child = *static_cast<const ChildProcess*>(data);
   ::setsid();
   openMissingStreams();
   resetSignals();
-  ::execv(process.argv[0], process.argv.data());
+  ::execv(child.argv[0], child.argv.data());
   const int code = errno;
-  [[maybe_unused]] const ssize_t told = ::write(process.failure, &code, sizeof code);
+  [[maybe_unused]] const ssize_t written = ::write(child.failurePipe, &code, sizeof code);
   ::_exit(127);
+}
+
+// --- The worker thread ---
+
+std::string systemError(const fs::path& file, int code) {
+  return file.string() + ": " + std::generic_category().message(code);
+}
+
+// The child writes the reason why exec failed; a successful exec closes the pipe.
+struct FailurePipe {
+  Descriptor readEnd;
+  Descriptor writeEnd;
+};
+
+Descriptor duplicateAboveStreams(int descriptor) {
+  return Descriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
+
+// If descriptors 0 to 2 are closed, pipe2 may return one of them: other threads could write to it,
+// and the child would overwrite it.
+FailurePipe openFailurePipe() {
+  std::array<int, 2> ends{-1, -1};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+    return {Descriptor(-1), Descriptor(-1)};
+  const Descriptor readEnd(ends[0]);
+  const Descriptor writeEnd(ends[1]);
+  return {duplicateAboveStreams(readEnd), duplicateAboveStreams(writeEnd)};
+}
+
+// The error code of the failed exec, 0 after a successful one. Returns when no process has the
+// write end open any more: a child that another thread forked meanwhile, and that executes no
+// program, delays it.
+int awaitExec(FailurePipe& pipe) {
+  pipe.writeEnd.close();
+  int code = 0;
+  while (::read(pipe.readEnd, &code, sizeof code) < 0 && errno == EINTR) {
+  }
+  return code;
 }
 
 std::string spawn(const fs::path& executable, const std::string& argument) {
@@ -104,29 +117,124 @@ std::string spawn(const fs::path& executable, const std::string& argument) {
   std::string program = executable.string();
   std::string text = argument.c_str();
   const bool isUtf8 = g_utf8_validate(text.c_str(), -1, nullptr);
-  NewProcess process{{program.data(), isUtf8 ? text.data() : nullptr, nullptr}, failure.writeEnd};
-  // Without descriptors of its own kept closed on exec, a child that another thread of the host
-  // starts at this moment would hold this call up.
+  ChildProcess child{{program.data(), isUtf8 ? text.data() : nullptr, nullptr}, failure.writeEnd};
+  // CLOEXEC_PIPES: otherwise a child that another thread of the host starts at this moment inherits
+  // GLib's pipes, and this call waits for that child.
   const auto flags = static_cast<GSpawnFlags>(
       G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL | G_SPAWN_CLOEXEC_PIPES);
   GError* error = nullptr;
   if (!g_spawn_async(
-          "/", process.argv.data(), nullptr, flags, becomeApplication, &process, nullptr, &error)) {
+          "/", child.argv.data(), nullptr, flags, executeProgram, &child, nullptr, &error)) {
     const std::string reason = error->message;
     g_error_free(error);
     return reason;
   }
-  const int code = awaitFailure(failure);
+  const int code = awaitExec(failure);
   return code == 0 ? std::string() : systemError(executable, code);
+}
+
+// CFBundleExecutable, or the bundle's own name.
+fs::path executableName(const fs::path& bundle) {
+  const std::string name =
+      PropertyList::readText(bundle / "Contents/Info.plist", "CFBundleExecutable");
+  return name.empty() ? bundle.stem() : fs::path(name);
+}
+
+// Starts the bundle's executable and waits until it runs or has failed to. The process has a
+// session of its own, the root folder as its working folder, /dev/null as its standard streams,
+// default signals and the caller's environment; it inherits no descriptor.
+//
+// Returns the reason for a failure; empty on success.
+std::string run(const Start& start) {
+  const fs::path name = executableName(start.bundle);
+  if (name != name.filename() || name == ".." || name == ".")
+    return "CFBundleExecutable is no file name: " + name.string();
+  return spawn(start.bundle / "Contents" / "MacOS" / name, start.argument);
+}
+
+void report(const char* failure) {
+  if (*failure == '\0')
+    ::syslog(LOG_USER | LOG_INFO, "launch app succeed");
+  else
+    ::syslog(LOG_USER | LOG_ERR, "Failed to run the app: %s", failure);
+}
+
+// May run while the process destroys its static objects, and uses none of this library's. An
+// exception that left the thread would end the host.
+void runAndReport(const Start& start) noexcept {
+  try {
+    report(run(start).c_str());
+  } catch (const std::exception& failure) {
+    report(failure.what());
+  }
+}
+
+void* workerMain(void* start) {
+  runAndReport(*std::unique_ptr<Start>(static_cast<Start*>(start)));
+  return nullptr;
+}
+
+// --- The caller's thread ---
+
+// The worker may still run when the host closes the library, so the code must stay mapped.
+void keepLibraryMapped() {
+  Dl_info self{};
+  if (::dladdr(reinterpret_cast<void*>(&keepLibraryMapped), &self) != 0)
+    ::dlopen(self.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+}
+
+// A thread created in this scope handles no signal that is meant for the host.
+class SignalsBlocked {
+public:
+  SignalsBlocked() {
+    sigset_t all;
+    ::sigfillset(&all);
+    for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT})
+      ::sigdelset(&all, fault); // the host's crash handler must also see a crash of this thread
+    ::pthread_sigmask(SIG_SETMASK, &all, &before);
+  }
+  ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+private:
+  sigset_t before;
+};
+
+// The default stack size may be smaller than a start needs: a host can set it for its threads.
+constexpr std::size_t MINIMUM_STACK_SIZE = 1024 * 1024;
+
+bool createWorker(Start* start) {
+  pthread_attr_t attributes;
+  if (::pthread_attr_init(&attributes) != 0)
+    return false;
+  std::size_t stackSize = 0;
+  ::pthread_attr_getstacksize(&attributes, &stackSize);
+  ::pthread_attr_setstacksize(&attributes, std::max(stackSize, MINIMUM_STACK_SIZE));
+  ::pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+  pthread_t worker{};
+  const bool created = ::pthread_create(&worker, &attributes, workerMain, start) == 0;
+  ::pthread_attr_destroy(&attributes);
+  return created;
+}
+
+// The application has another working folder, so a relative path must be resolved here.
+fs::path absolutePath(const fs::path& path) {
+  std::error_code error;
+  const fs::path absolute = fs::absolute(path, error);
+  return error ? path : absolute;
 }
 
 } // namespace
 
-std::string run(const fs::path& bundle, const std::string& argument) {
-  const fs::path name = executableOf(bundle);
-  if (name != name.filename() || name == ".." || name == ".")
-    return "CFBundleExecutable is no file name: " + name.string();
-  return spawn(bundle / "Contents" / "MacOS" / name, argument);
+void startApplication(const fs::path& bundle, const std::string& argument) {
+  keepLibraryMapped();
+  auto start = std::make_unique<Start>(Start{absolutePath(bundle), argument});
+  const SignalsBlocked signalsBlocked;
+  // Without a thread there is no process either. Writing to the system log may block, so it is not
+  // done on the caller's thread: such a start fails unreported.
+  if (createWorker(start.get()))
+    static_cast<void>(start.release()); // the worker owns it
 }
 
-} // namespace ApplicationStart
+} // namespace Platform

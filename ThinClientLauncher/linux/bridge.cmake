@@ -7,8 +7,8 @@ pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0>=2.2)
 target_sources(launcher_objects PRIVATE
   linux/ApplicationStart.cpp
   linux/BinaryListGuard.cpp
-  linux/LauncherHelper.cpp
   linux/PlainXmlList.cpp
+  linux/Platform.cpp
   linux/PropertyList.cpp)
 target_link_libraries(launcher_objects PUBLIC
   PkgConfig::GLIB PkgConfig::PLIST Threads::Threads ${CMAKE_DL_LIBS})

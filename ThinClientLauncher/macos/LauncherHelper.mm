@@ -1,7 +1,7 @@
 // The one source that talks to Foundation, AppKit and dyld. It reads the same with and without
 // ARC: every object comes from a convenience constructor and ends with the pool of its operation.
 
-#include "../LauncherHelper.h"
+#include "../Platform.h"
 
 #import <AppKit/AppKit.h>
 #import <Foundation/Foundation.h>
@@ -10,7 +10,7 @@
 
 namespace fs = std::filesystem;
 
-namespace LauncherHelper::Platform {
+namespace Platform {
 
 // --- Texts ---
 
@@ -110,4 +110,4 @@ std::string loaderError() {
   return text != nullptr ? text : "";
 }
 
-} // namespace LauncherHelper::Platform
+} // namespace Platform

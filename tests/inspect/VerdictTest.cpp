@@ -239,7 +239,7 @@ TEST(EarlyWarning, TwoLaunchesWithoutASafeStartAreWarnedOf) {
 
 namespace {
 
-std::vector<std::string> names(const CleanUp::Folders& folders) {
+std::vector<std::string> names(const CleanUpPreview::Folders& folders) {
   std::vector<std::string> list;
   for (const auto& folder : folders)
     list.push_back(folder.dir.filename());
@@ -260,7 +260,7 @@ TEST(CleanUpPreview, NamesTheLeastRecentlyLaunchedFolders) {
   int hours = 1;
   for (const char* name : {"a", "b", "c", "d"})
     recordLaunch(home.launcherFolder() / name, std::chrono::hours(hours++));
-  const CleanUp cleanUp = inspect("").cleanUp;
+  const CleanUpPreview cleanUp = inspect("").cleanUp;
   EXPECT_THAT(names(cleanUp.removed), ElementsAre("d", "c"));
   EXPECT_THAT(names(cleanUp.kept), ElementsAre("b", "a"));
   EXPECT_THAT(cleanUp.undefined, IsEmpty());
@@ -270,7 +270,7 @@ TEST(CleanUpPreview, ReportsTiesThatLeaveTheOutcomeUndefined) {
   const ScopedHome home;
   layOut(home, {{"chosen", "45.12.0.900"}, {"a", "44.0"}, {"b", "44.1"}, {"c", "44.2"}});
   recordLaunch(home.launcherFolder() / "a", std::chrono::hours(1));
-  const CleanUp cleanUp = inspect("").cleanUp;
+  const CleanUpPreview cleanUp = inspect("").cleanUp;
   EXPECT_THAT(names(cleanUp.undefined), ::testing::UnorderedElementsAre("b", "c"));
   EXPECT_EQ(cleanUp.undefinedKept, 1u);
   EXPECT_THAT(names(cleanUp.removed), IsEmpty());
@@ -284,7 +284,7 @@ TEST(CleanUpPreview, ATieOnOneSideOfTheCutIsNoMatter) {
       {{"chosen", "45.12.0.900"}, {"a", "44.0"}, {"b", "44.1"}, {"c", "44.2"}, {"d", "44.3"}});
   recordLaunch(home.launcherFolder() / "a", std::chrono::hours(1));
   recordLaunch(home.launcherFolder() / "b", std::chrono::hours(2));
-  const CleanUp cleanUp = inspect("").cleanUp;
+  const CleanUpPreview cleanUp = inspect("").cleanUp;
   EXPECT_THAT(names(cleanUp.removed), ::testing::UnorderedElementsAre("c", "d"));
   EXPECT_THAT(names(cleanUp.kept), ElementsAre("b", "a"));
   EXPECT_THAT(cleanUp.undefined, IsEmpty());

@@ -1,5 +1,6 @@
 #include "BridgeTest.h"
 #include "LauncherHelper.h"
+#include "Platform.h"
 #include "PlatformCalls.h"
 
 #include <cstdlib>
@@ -194,7 +195,7 @@ TEST_F(Libraries, LauncherIsLookedForInTheWorkingFolderWithoutApplicationSupport
 
 TEST_F(Libraries, NoErrorOfTheLoaderIsAnEmptyText) {
   dlerror();
-  EXPECT_EQ(LauncherHelper::Platform::loaderError(), "");
+  EXPECT_EQ(Platform::loaderError(), "");
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 
 #include "LauncherConstants.h"
 #include "LauncherHelper.h"
+#include "Platform.h"
+#include "Selection.h"
 
 #include <algorithm>
 #include <system_error>
@@ -9,8 +11,6 @@
 namespace fs = std::filesystem;
 
 namespace LauncherInspect {
-
-using CandidateList = ThinClientLauncherBase::CandidateList;
 
 static const ThinClientLauncherBase launcher;
 
@@ -25,14 +25,14 @@ std::string firstComponents(const std::string& version, std::size_t count) {
 }
 
 static bool isGreater(const std::string& a, const std::string& b) {
-  return ThinClientLauncherBase::isGreaterVersion(a, b, ALL_VERSION_COMPONENTS);
+  return ThinClientLauncherBase::isGreaterVersion(a, b, Selection::ALL_VERSION_COMPONENTS);
 }
 
 // Whether every compared component is a number: only then is one component more seen to exceed it.
 static bool isNumeric(const std::string& version) {
-  const std::string compared = firstComponents(version, ALL_VERSION_COMPONENTS);
+  const std::string compared = firstComponents(version, Selection::ALL_VERSION_COMPONENTS);
   return ThinClientLauncherBase::isGreaterVersion(
-      compared + ".0", compared, ALL_VERSION_COMPONENTS + 1);
+      compared + ".0", compared, Selection::ALL_VERSION_COMPONENTS + 1);
 }
 
 static bool isSameVersion(const std::string& a, const std::string& b) {
@@ -43,53 +43,24 @@ static bool isSameVersion(const std::string& a, const std::string& b) {
 
 // --- Candidates ---
 
-namespace {
-
-// The lists of one selection, each made from the one before.
-struct Selection {
-  CandidateList scanned;
-  CandidateList viable;
-  CandidateList contenders;
-  bool fellBackToViable = false;
-  Path best;
-  std::string bestVersion;
-};
-
-} // namespace
-
-static bool contains(const CandidateList& list, const Path& dir) {
-  return std::find(list.begin(), list.end(), dir) != list.end();
-}
-
-static Selection select(const std::string& clientVersion) {
-  Selection selection;
-  selection.scanned = launcher.scanForPossibleDirectories();
-  selection.viable = launcher.judgeViability(selection.scanned).viable;
-  selection.contenders = launcher.selectCompatible(selection.viable, clientVersion);
-  selection.fellBackToViable =
-      !selection.viable.empty() &&
-      launcher.filterIncompatibleDirectories(selection.viable, clientVersion).empty();
-  selection.best = launcher.findBestCandidate(selection.contenders);
-  if (!selection.contenders.empty())
-    selection.bestVersion = LauncherHelper::getDirectoryVersion(selection.best);
-  return selection;
-}
-
-static Verdict verdictOnLoser(const Candidate& candidate, const Selection& selection) {
-  if (!LauncherHelper::isVDIPluginDirectory(candidate.directory))
+static Verdict verdictOnLoser(const Selection::Candidate& candidate, const std::string& best) {
+  switch (candidate.standing) {
+  case Selection::Standing::NoBundle:
     return Verdict::NoBundle;
-  if (!contains(selection.viable, candidate.directory))
+  case Selection::Standing::Corrupt:
     return Verdict::Corrupt;
+  case Selection::Standing::Incompatible:
+    return candidate.version.empty() ? Verdict::NoReadableVersion : Verdict::NewerThanClient;
+  case Selection::Standing::Viable:
+    break;
+  }
   if (candidate.version.empty())
     return Verdict::NoReadableVersion;
-  if (!contains(selection.contenders, candidate.directory))
-    return Verdict::NewerThanClient;
-  if (isSameVersion(selection.bestVersion, candidate.version))
+  if (isSameVersion(best, candidate.version))
     return Verdict::SameVersion;
-  if (!isGreater(selection.bestVersion, LOWEST_CANDIDATE_VERSION))
+  if (!isGreater(best, Selection::LOWEST_CANDIDATE_VERSION))
     return Verdict::NotAboveLowest;
-  return isGreater(selection.bestVersion, candidate.version) ? Verdict::Older
-                                                             : Verdict::NotComparable;
+  return isGreater(best, candidate.version) ? Verdict::Older : Verdict::NotComparable;
 }
 
 template <typename Question>
@@ -108,20 +79,19 @@ static Records readRecords(const Path& dir) {
       ifExaminable([&] { return launcher.hasStartedSafely(dir); })};
 }
 
-static bool isNearlyCorrupt(const Candidate& candidate) {
-  return candidate.records && candidate.records->launches == CORRUPT_LAUNCH_COUNT_THRESHOLD - 1 &&
-         candidate.records->startedSafely == false &&
-         launcher.isSupportCheckCorrupt(candidate.directory);
+static bool isNearlyCorrupt(const Selection::CorruptCheck& check) {
+  return check.applies && !check.startedSafely &&
+         check.launchCount == Selection::CORRUPT_LAUNCH_COUNT_THRESHOLD - 1;
 }
 
-static Candidate examine(const Path& dir, const Selection& selection) {
+static Candidate examine(const Selection::Candidate& judged, const std::string& best) {
   Candidate candidate;
-  candidate.directory = dir;
-  candidate.version = LauncherHelper::getDirectoryVersion(dir);
-  if (launcher.isBelongLaunchDirectory(dir))
-    candidate.records = readRecords(dir);
-  candidate.verdict = verdictOnLoser(candidate, selection);
-  candidate.nearlyCorrupt = isNearlyCorrupt(candidate);
+  candidate.directory = judged.dir;
+  candidate.version = judged.version;
+  if (launcher.isBelongLaunchDirectory(judged.dir))
+    candidate.records = readRecords(judged.dir);
+  candidate.verdict = verdictOnLoser(judged, best);
+  candidate.nearlyCorrupt = isNearlyCorrupt(judged.corruptCheck);
   return candidate;
 }
 
@@ -134,7 +104,7 @@ static bool sharesRecords(const Path& dir, const Path& launched) {
 }
 
 // Takes the folders whose launch time lies on both sides of the cut out of the two lists.
-static void separateTies(CleanUp& cleanUp) {
+static void separateTies(CleanUpPreview& cleanUp) {
   if (cleanUp.removed.empty() || cleanUp.kept.empty() ||
       cleanUp.removed.back().launchTime != cleanUp.kept.front().launchTime)
     return;
@@ -153,16 +123,16 @@ static Failure failureOf(const fs::filesystem_error& error) {
   return {error.path1(), error.code().message()};
 }
 
-static CleanUp previewCleanUp(const Path& launched) {
-  CleanUp cleanUp;
+static CleanUpPreview previewCleanUp(const Path& launched) {
+  CleanUpPreview cleanUp;
   try {
-    cleanUp.happens = launcher.isBelongLaunchDirectory(launched);
-    auto folders = launcher.foldersToCleanUp(launched);
-    for (auto& folder : folders) {
+    auto scope = CleanUp::findScope(launcher, launched);
+    cleanUp.happens = scope.cleans;
+    for (auto& folder : scope.others) {
       if (sharesRecords(folder.dir, launched))
         folder.launchTime = FileTime::clock::now();
     }
-    auto plan = ThinClientLauncherBase::planCleanUp(std::move(folders));
+    auto plan = CleanUp::plan(std::move(scope.others));
     cleanUp.removed = std::move(plan.removed);
     cleanUp.kept = std::move(plan.kept);
     separateTies(cleanUp);
@@ -178,18 +148,23 @@ static void previewLaunch(Inspection& inspection) {
   inspection.workingDirectory = fs::current_path();
   inspection.launcherFolder = LauncherHelper::getLauncherDirectory();
   inspection.launcherFolderMissing = !fs::exists(inspection.launcherFolder);
-  const Selection selection = select(inspection.clientVersion);
-  for (const auto& dir : selection.scanned)
-    inspection.candidates.push_back(examine(dir, selection));
-  inspection.fellBackToViable = selection.fellBackToViable;
-  inspection.contenders = selection.contenders.size();
-  if (selection.contenders.empty())
+  const auto viable = Selection::judgeViability(launcher, launcher.scanForPossibleDirectories());
+  const auto compatible = Selection::judgeCompatibility(viable, inspection.clientVersion);
+  const auto eligible = Selection::selectEligible(
+      Selection::viableDirectories(viable), Selection::viableDirectories(compatible));
+  auto candidates = eligible.fellBack ? viable : compatible;
+  const auto choice = Selection::chooseBest(candidates);
+  const std::string best = choice.index ? candidates[*choice.index].version : "";
+  for (const auto& candidate : candidates)
+    inspection.candidates.push_back(examine(candidate, best));
+  inspection.fellBackToViable = eligible.fellBack;
+  inspection.contenders = eligible.directories.size();
+  inspection.chosen = choice.index;
+  if (!choice.index)
     return;
-  const auto chosen = std::find(selection.scanned.begin(), selection.scanned.end(), selection.best);
-  inspection.chosen = static_cast<std::size_t>(chosen - selection.scanned.begin());
-  inspection.candidates[*inspection.chosen].verdict = Verdict::WouldStart;
-  inspection.choseWithoutVersion = !isGreater(selection.bestVersion, LOWEST_CANDIDATE_VERSION);
-  inspection.cleanUp = previewCleanUp(selection.best);
+  inspection.candidates[*choice.index].verdict = Verdict::WouldStart;
+  inspection.choseWithoutVersion = !isGreater(best, Selection::LOWEST_CANDIDATE_VERSION);
+  inspection.cleanUp = previewCleanUp(candidates[*choice.index].dir);
 }
 
 Inspection inspect(const std::string& clientVersion) {
@@ -197,8 +172,8 @@ Inspection inspect(const std::string& clientVersion) {
   inspection.clientVersion = clientVersion;
   inspection.clientVersionIsOdd =
       !clientVersion.empty() &&
-      !isNumeric(firstComponents(clientVersion, COMPATIBLE_VERSION_COMPONENTS));
-  inspection.home = LauncherHelper::Platform::libraryDirectory().parent_path();
+      !isNumeric(firstComponents(clientVersion, Selection::COMPATIBLE_VERSION_COMPONENTS));
+  inspection.home = Platform::libraryDirectory().parent_path();
   try {
     previewLaunch(inspection);
   } catch (const fs::filesystem_error& error) {

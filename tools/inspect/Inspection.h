@@ -2,8 +2,8 @@
 
 // What the next launch would do, asked of the launcher's own rules, and what the last one did.
 
+#include "CleanUp.h"
 #include "LaunchLog.h"
-#include "ThinClientLauncherBase.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -51,8 +51,8 @@ struct Failure {
 };
 
 // The folders of the launcher folder after the launch, each list by launch time.
-struct CleanUp {
-  using Folders = std::vector<ThinClientLauncherBase::LaunchedFolder>;
+struct CleanUpPreview {
+  using Folders = CleanUp::LaunchedDirectories;
 
   bool happens = false; // only after a start from the launcher folder
   Folders removed;
@@ -76,7 +76,7 @@ struct Inspection {
   bool clientVersionIsOdd = false;   // its compared components are not all numbers
   bool choseWithoutVersion = false;  // no contender has a version that counts
   std::optional<Failure> failure;    // the launcher would stop here, before any start
-  CleanUp cleanUp;
+  CleanUpPreview cleanUp;
   LastLaunch lastLaunch;
 };
 

@@ -99,7 +99,7 @@ static Json cleanUpEntry(
   return object;
 }
 
-static Json toJson(const CleanUp::Folders& folders, const Disclosure& disclosure) {
+static Json toJson(const CleanUpPreview::Folders& folders, const Disclosure& disclosure) {
   Json list = Json::array();
   for (const auto& folder : folders)
     list.push_back(cleanUpEntry(folder.dir, folder.launchTime, disclosure));
@@ -107,7 +107,7 @@ static Json toJson(const CleanUp::Folders& folders, const Disclosure& disclosure
 }
 
 static Json cleanUpReport(const Inspection& inspection, const Disclosure& disclosure) {
-  const CleanUp& cleanUp = inspection.cleanUp;
+  const CleanUpPreview& cleanUp = inspection.cleanUp;
   Json object = toJson(cleanUpOf(inspection, disclosure));
   object["removed"] = toJson(cleanUp.removed, disclosure);
   object["undefined"] = toJson(cleanUp.undefined, disclosure);

@@ -1,5 +1,7 @@
 #include "LaunchLog.h"
 
+#include "LogMessages.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
@@ -15,15 +17,6 @@ namespace LauncherInspect {
 
 // No launch writes as much; whatever does is not read into memory.
 constexpr std::uintmax_t MAXIMUM_LOG_SIZE = 64 * 1024 * 1024;
-
-// The launcher's messages that tell how far a launch came.
-constexpr std::string_view ENTERED = "ThinClientLauncher DLL entry point called";
-constexpr std::string_view CLIENT_VERSION = "hvd Client Version provided: ";
-constexpr std::string_view CHOICE = "Best candidate: ";
-constexpr std::string_view CHOICE_VERSION = " (version: ";
-constexpr std::string_view RECORDED = "VDI Launch count updated to: ";
-constexpr std::string_view NOT_CLEANED = "not started from launcher folder, do not clean";
-constexpr std::string_view REMOVAL_FAILED = "remove directory failed: ";
 
 constexpr std::string_view STAMP = "0000-00-00 00:00:00.000 "; // a zero stands for any digit
 
@@ -84,9 +77,9 @@ static std::optional<std::string> textAfter(std::string_view prefix, const std::
 // The folder may itself hold what separates it from the version: the last separator counts.
 static std::optional<LoggedCopy> parseChoice(const std::string& text) {
   for (auto at = text.size() + 1; at-- > 0;) {
-    if (!startsWith(std::string_view(text).substr(at), CHOICE_VERSION))
+    if (!startsWith(std::string_view(text).substr(at), LogMessages::BEST_CANDIDATE_VERSION))
       continue;
-    const auto version = at + CHOICE_VERSION.size();
+    const auto version = at + std::string_view(LogMessages::BEST_CANDIDATE_VERSION).size();
     return LoggedCopy{text.substr(0, at), text.substr(version, text.size() - version - 1)};
   }
   return std::nullopt;
@@ -99,27 +92,27 @@ static std::optional<std::uint32_t> parseCount(const std::string& text) {
 }
 
 static void apply(const std::string& message, LastLaunch& launch) {
-  if (const auto version = textAfter(CLIENT_VERSION, message))
+  if (const auto version = textAfter(LogMessages::CLIENT_VERSION_PROVIDED, message))
     launch.clientVersion = *version;
-  if (const auto choice = textAfter(CHOICE, message)) {
+  if (const auto choice = textAfter(LogMessages::BEST_CANDIDATE, message)) {
     launch.chosen = parseChoice(*choice);
     const bool chose = launch.chosen && !launch.chosen->directory.empty();
     launch.end = chose ? LaunchEnd::AtChoice : LaunchEnd::NothingChosen;
   }
-  if (const auto count = textAfter(RECORDED, message)) {
+  if (const auto count = textAfter(LogMessages::LAUNCH_COUNT_UPDATED, message)) {
     launch.launchCount = parseCount(*count);
     launch.end = LaunchEnd::Recorded;
   }
-  if (startsWith(message, NOT_CLEANED) && launch.end == LaunchEnd::AtChoice)
+  if (startsWith(message, LogMessages::NOT_CLEANED) && launch.end == LaunchEnd::AtChoice)
     launch.end = LaunchEnd::Unrecorded;
-  if (const auto reason = textAfter(REMOVAL_FAILED, message))
+  if (const auto reason = textAfter(LogMessages::REMOVAL_FAILED, message))
     launch.removalFailures.push_back(*reason);
 }
 
 static LastLaunch parse(std::istream& log) {
   LastLaunch launch;
   const auto entries = splitEntries(log);
-  if (entries.empty() || !startsWith(entries.front().message, ENTERED)) {
+  if (entries.empty() || !startsWith(entries.front().message, LogMessages::ENTRY_POINT_CALLED)) {
     launch.state = LogState::NoLaunch;
     return launch;
   }

@@ -13,7 +13,7 @@
 namespace LauncherInspect {
 
 using Style = fmt::text_style;
-using Folders = CleanUp::Folders;
+using Folders = CleanUpPreview::Folders;
 
 static const Style PLAIN;
 static const Style BOLD = fmt::emphasis::bold;
@@ -250,7 +250,7 @@ static void addFolders(
 }
 
 static void addCleanUp(Page& page, const Inspection& inspection, const Disclosure& disclosure) {
-  const CleanUp& cleanUp = inspection.cleanUp;
+  const CleanUpPreview& cleanUp = inspection.cleanUp;
   page.heading("Clean-up after this launch");
   page.paragraph(2, cleanUpOf(inspection, disclosure).text, cleanUp.failure ? BAD : PLAIN);
   addFolders(page, "removes", cleanUp.removed, disclosure, BAD);

@@ -2,6 +2,7 @@
 
 #include "DisplayText.h"
 #include "LauncherConstants.h"
+#include "Selection.h"
 
 #include <fmt/format.h>
 
@@ -25,7 +26,8 @@ static const Candidate& chosenOf(const Inspection& inspection) {
 static std::string reasonOfChoice(const Inspection& inspection) {
   if (inspection.choseWithoutVersion)
     return fmt::format(
-        "no copy has a version above {}, so the first one is taken", LOWEST_CANDIDATE_VERSION);
+        "no copy has a version above {}, so the first one is taken",
+        Selection::LOWEST_CANDIDATE_VERSION);
   const bool isFiltered = !inspection.clientVersion.empty() && !inspection.fellBackToViable;
   const char* const kind = isFiltered ? "compatible" : "viable";
   if (inspection.contenders == 1)
@@ -34,7 +36,7 @@ static std::string reasonOfChoice(const Inspection& inspection) {
 }
 
 static std::string twoComponents(const std::string& version, const Disclosure& disclosure) {
-  return shown(firstComponents(version, COMPATIBLE_VERSION_COMPONENTS), disclosure);
+  return shown(firstComponents(version, Selection::COMPATIBLE_VERSION_COMPONENTS), disclosure);
 }
 
 Statement
@@ -56,7 +58,8 @@ verdictOf(const Candidate& candidate, const Inspection& inspection, const Disclo
   case Verdict::NotAboveLowest:
     return {
         "not-above-lowest",
-        fmt::format("viable, version not above {} ({})", LOWEST_CANDIDATE_VERSION, version())};
+        fmt::format(
+            "viable, version not above {} ({})", Selection::LOWEST_CANDIDATE_VERSION, version())};
   case Verdict::NewerThanClient:
     return {
         "newer-than-client",
@@ -150,7 +153,7 @@ std::vector<Statement> warningsOn(const Inspection& inspection, const Disclosure
              "corrupt. It lies in {}",
              shown(candidate.version, disclosure),
              *candidate.records->launches,
-             CORRUPT_LAUNCH_COUNT_THRESHOLD,
+             Selection::CORRUPT_LAUNCH_COUNT_THRESHOLD,
              disclosure.path(candidate.directory))});
   }
   return warnings;

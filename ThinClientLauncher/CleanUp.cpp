@@ -1,0 +1,61 @@
+#include "CleanUp.h"
+
+#include "LauncherHelper.h"
+#include "LogMessages.h"
+#include "Logger.h"
+#include "SubDirectories.h"
+
+#include <algorithm>
+#include <iterator>
+#include <system_error>
+#include <utility>
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t OTHER_FOLDERS_KEPT = 2;
+
+// --- Operations ---
+
+void ThinClientLauncherBase::cleanUpLauncherDirectory(const Path& launchedDir) const {
+  for (const auto& old : CleanUp::plan(CleanUp::findScope(*this, launchedDir).others).removed)
+    removeDirectory(old.dir);
+}
+
+void ThinClientLauncherBase::removeDirectory(const Path& dir) {
+  std::error_code error;
+  fs::remove_all(dir, error);
+  if (error)
+    Logger::log(LogMessages::REMOVAL_FAILED + error.message());
+}
+
+// --- Decisions ---
+
+namespace CleanUp {
+
+Scope findScope(const ThinClientLauncherBase& launcher, const fs::path& launchedDir) {
+  if (!launcher.isBelongLaunchDirectory(launchedDir)) {
+    Logger::log(LogMessages::NOT_CLEANED);
+    return {};
+  }
+  Scope scope{true, {}};
+  for (const auto& dir : subDirectories(LauncherHelper::getLauncherDirectory())) {
+    if (dir != launchedDir)
+      scope.others.push_back({launcher.getLastLaunchTime(dir), dir});
+  }
+  return scope;
+}
+
+Plan plan(LaunchedDirectories others) {
+  std::sort(others.begin(), others.end(), [](const auto& left, const auto& right) {
+    return left.launchTime < right.launchTime;
+  });
+  const auto removedCount = others.size() - std::min(others.size(), OTHER_FOLDERS_KEPT);
+  const auto firstKept = std::next(others.begin(), static_cast<std::ptrdiff_t>(removedCount));
+  Plan plan;
+  plan.kept.assign(firstKept, others.end());
+  others.erase(firstKept, others.end());
+  plan.removed = std::move(others);
+  return plan;
+}
+
+} // namespace CleanUp

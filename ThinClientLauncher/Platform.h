@@ -1,0 +1,41 @@
+#pragma once
+
+// What a system supplies to the launcher. linux/ and macos/ implement it; the build picks one.
+//
+// No operation keeps state or changes anything on disk.
+
+#include <filesystem>
+#include <string>
+
+namespace Platform {
+
+// The user's Application Support and Library folders; the empty path when the system names none.
+std::filesystem::path applicationSupportDirectory();
+std::filesystem::path libraryDirectory();
+
+// The text under CFBundleShortVersionString in the information property list of the bundle; empty
+// when the bundle, the list or the key is missing or unreadable, or the value is no text.
+std::string bundleVersion(const std::filesystem::path& bundle);
+
+// Requests the start of a new instance of the bundle with exactly this argument, and returns without
+// waiting for it. An argument that is not UTF-8 is left out. The outcome goes to the system log once,
+// from another thread: "launch app succeed", or "Failed to run the app: " and the reason. Two
+// exceptions: when no thread can be created, the start fails unreported; a path that the system
+// cannot represent is reported on the caller's thread.
+void startApplication(const std::filesystem::path& bundle, const std::string& argument);
+
+// The Frameworks folder beside the folder of the running executable, as text for loadLibrary, with
+// a separator at its end.
+std::string frameworksPrefix();
+
+// Loads a library, binds all its symbols and makes them visible to libraries loaded later; null on
+// failure.
+void* loadLibrary(const std::string& path);
+
+// The address of a symbol; null when the library has none of that name.
+void* findSymbol(void* library, const std::string& name);
+
+// The reason for the last failure of loadLibrary or findSymbol on this thread.
+std::string loaderError();
+
+} // namespace Platform

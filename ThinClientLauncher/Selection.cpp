@@ -1,0 +1,205 @@
+#include "Selection.h"
+
+#include "LauncherHelper.h"
+#include "LogMessages.h"
+#include "Logger.h"
+#include "SubDirectories.h"
+
+#include <algorithm>
+
+namespace fs = std::filesystem;
+
+using Path = ThinClientLauncherBase::Path;
+using CandidateList = ThinClientLauncherBase::CandidateList;
+
+// --- Scan ---
+
+static void append(CandidateList& list, const CandidateList& more) {
+  list.insert(list.end(), more.begin(), more.end());
+}
+
+CandidateList ThinClientLauncherBase::scanForPossibleDirectories() const {
+  CandidateList candidates;
+  candidates.push_back(LauncherHelper::getOriginalInstallationDirectory());
+  candidates.push_back(fs::current_path());
+  append(candidates, subDirectories(LauncherHelper::getLauncherDirectory()));
+  append(candidates, subDirectories(LauncherHelper::getCurrentPackageDirectory()));
+  return candidates;
+}
+
+bool ThinClientLauncherBase::isBelongLaunchDirectory(const Path& dir) const {
+  return dir.parent_path() == LauncherHelper::getLauncherDirectory();
+}
+
+// --- Operations ---
+
+static Selection::Candidates asViable(const CandidateList& directories) {
+  Selection::Candidates candidates;
+  for (const auto& dir : directories)
+    candidates.push_back({dir, Selection::Standing::Viable, {}, {}});
+  return candidates;
+}
+
+CandidateList
+ThinClientLauncherBase::filterInviableDirectories(const CandidateList& directories) const {
+  const auto candidates = Selection::judgeViability(*this, directories);
+  writeCorruptVersions(Selection::corruptVersions(candidates));
+  return Selection::viableDirectories(candidates);
+}
+
+bool ThinClientLauncherBase::isDirectoryCorrupt(const Path& dir) const {
+  return Selection::checkCorrupt(*this, dir).isCorrupt;
+}
+
+bool ThinClientLauncherBase::isSupportCheckCorrupt(const Path& dir) const {
+  const std::string version = LauncherHelper::getDirectoryVersion(dir);
+  if (version.empty())
+    return false;
+  const bool supported = isGreaterVersion(
+      version, Selection::CORRUPT_CHECK_BASE_VERSION, Selection::ALL_VERSION_COMPONENTS);
+  Logger::log(
+      std::string("VDI ") + (supported ? "supports" : "does not support") +
+      " CheckCorrupt: " + LauncherHelper::toStdString(dir));
+  return supported;
+}
+
+CandidateList ThinClientLauncherBase::filterIncompatibleDirectories(
+    const CandidateList& directories, const std::string& clientVersion) const {
+  return Selection::viableDirectories(
+      Selection::judgeCompatibility(asViable(directories), clientVersion));
+}
+
+Path ThinClientLauncherBase::findBestCandidate(const CandidateList& directories) const {
+  auto candidates = asViable(directories);
+  const auto best = Selection::chooseBest(candidates).index;
+  return best ? directories[*best] : Path();
+}
+
+// --- Decisions ---
+
+namespace Selection {
+
+CorruptCheck checkCorrupt(const ThinClientLauncherBase& launcher, const Path& dir) {
+  CorruptCheck check;
+  check.applies = launcher.isBelongLaunchDirectory(dir) && launcher.isSupportCheckCorrupt(dir);
+  if (!check.applies)
+    return check;
+  check.launchCount = launcher.getLaunchCount(dir);
+  check.startedSafely = launcher.hasStartedSafely(dir);
+  check.isCorrupt = check.launchCount >= CORRUPT_LAUNCH_COUNT_THRESHOLD && !check.startedSafely;
+  if (check.isCorrupt)
+    Logger::log(
+        "VDI Directory marked as corrupt - Launch count: " + std::to_string(check.launchCount) +
+        ", Directory: " + LauncherHelper::toStdString(dir));
+  return check;
+}
+
+static Candidate judge(const ThinClientLauncherBase& launcher, const Path& dir) {
+  if (!LauncherHelper::isVDIPluginDirectory(dir))
+    return {dir, Standing::NoBundle, {}, {}};
+  const std::string name = LauncherHelper::toStdString(dir);
+  const CorruptCheck check = checkCorrupt(launcher, dir);
+  if (check.isCorrupt) {
+    Logger::log("VDI Skipping corrupt directory: " + name);
+    return {dir, Standing::Corrupt, LauncherHelper::getDirectoryVersion(dir), check};
+  }
+  const std::string launchCount = std::to_string(launcher.getLaunchCount(dir));
+  Logger::log("safe start Directory: " + name + ", Launch Count: " + launchCount);
+  return {dir, Standing::Viable, {}, check};
+}
+
+static bool isViable(const Candidate& candidate) {
+  return candidate.standing == Standing::Viable;
+}
+
+// Without a viable copy, the folders of setup engines take their place.
+static void admitSetupEngines(Candidates& candidates) {
+  if (std::any_of(candidates.begin(), candidates.end(), isViable))
+    return;
+  for (auto& candidate : candidates) {
+    if (LauncherHelper::isSetupEngineDirectory(candidate.dir))
+      candidate.standing = Standing::Viable;
+  }
+}
+
+Candidates
+judgeViability(const ThinClientLauncherBase& launcher, const CandidateList& directories) {
+  Candidates candidates;
+  for (const auto& dir : directories)
+    candidates.push_back(judge(launcher, dir));
+  admitSetupEngines(candidates);
+  return candidates;
+}
+
+std::vector<std::string> corruptVersions(const Candidates& candidates) {
+  std::vector<std::string> versions;
+  for (const auto& candidate : candidates) {
+    if (candidate.standing == Standing::Corrupt && !candidate.version.empty())
+      versions.push_back(candidate.version);
+  }
+  return versions;
+}
+
+Candidates judgeCompatibility(Candidates candidates, const std::string& clientVersion) {
+  if (clientVersion.empty() || clientVersion == ANY_CLIENT_VERSION)
+    return candidates;
+  for (auto& candidate : candidates) {
+    if (!isViable(candidate))
+      continue;
+    candidate.version = LauncherHelper::getDirectoryVersion(candidate.dir);
+    if (candidate.version.empty() ||
+        ThinClientLauncherBase::isGreaterVersion(
+            candidate.version, clientVersion, COMPATIBLE_VERSION_COMPONENTS))
+      candidate.standing = Standing::Incompatible;
+  }
+  return candidates;
+}
+
+CandidateList viableDirectories(const Candidates& candidates) {
+  CandidateList directories;
+  for (const auto& candidate : candidates) {
+    if (isViable(candidate))
+      directories.push_back(candidate.dir);
+  }
+  return directories;
+}
+
+Eligible selectEligible(const CandidateList& viable, const CandidateList& compatible) {
+  if (compatible.empty() && !viable.empty())
+    return {viable, true};
+  return {compatible, false};
+}
+
+// A folder without the bundle is never compared: it can only be the first one, which is the
+// default.
+static bool isBetter(Candidate& candidate, const std::string& bestVersion) {
+  if (!LauncherHelper::isVDIPluginDirectory(candidate.dir))
+    return false;
+  candidate.version = LauncherHelper::getDirectoryVersion(candidate.dir);
+  Logger::log("find a candidate with Version: " + candidate.version);
+  return !candidate.version.empty() && ThinClientLauncherBase::isGreaterVersion(
+                                           candidate.version, bestVersion, ALL_VERSION_COMPONENTS);
+}
+
+static void logChoice(const Candidates& candidates, const Choice& choice) {
+  const Path best = choice.index ? candidates[*choice.index].dir : Path();
+  Logger::log(
+      LogMessages::BEST_CANDIDATE + LauncherHelper::toStdString(best) +
+      LogMessages::BEST_CANDIDATE_VERSION + choice.version + ")");
+}
+
+Choice chooseBest(Candidates& candidates) {
+  Choice choice;
+  for (std::size_t i = 0; i < candidates.size(); ++i) {
+    if (!isViable(candidates[i]))
+      continue;
+    if (isBetter(candidates[i], choice.version))
+      choice = {i, candidates[i].version};
+    else if (!choice.index)
+      choice.index = i;
+  }
+  logChoice(candidates, choice);
+  return choice;
+}
+
+} // namespace Selection
