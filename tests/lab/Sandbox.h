@@ -1,0 +1,23 @@
+#pragma once
+
+// A private view of the machine for a whole test program: its own /Applications, /dev and temporary
+// folder. They are empty at first, but for the usual devices, and gone at the end. No daemon
+// listens at its /dev/log. Everything else is as on the machine.
+
+namespace test::Sandbox {
+
+// Moves this process, which must have one thread, into a sandbox of its own. Throws what to do
+// about it where that is impossible.
+void enter();
+
+// The sandbox's /Applications for the length of a scope, emptied at its end. Throws outside a
+// sandbox.
+class ScopedApplications {
+public:
+  ScopedApplications();
+  ~ScopedApplications();
+  ScopedApplications(const ScopedApplications&) = delete;
+  ScopedApplications& operator=(const ScopedApplications&) = delete;
+};
+
+} // namespace test::Sandbox
