@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <regex>
 
-namespace VersionOracle {
+namespace test::VersionOracle {
 
 std::vector<std::string> split(const std::string& version) {
   static const std::regex dot("\\.");
@@ -38,4 +38,4 @@ bool exceeds(const std::string& a, const std::string& b, std::size_t count) {
   return exceedsFrom(0, split(a), split(b), count);
 }
 
-} // namespace VersionOracle
+} // namespace test::VersionOracle
