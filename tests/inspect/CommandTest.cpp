@@ -29,7 +29,7 @@ Result inspect(std::vector<std::string> arguments, const fs::path& workingDirect
 
 } // namespace
 
-TEST(Command, EndsWithZeroWhenACopyWouldStart) {
+TEST(Command, EndsWithZero) {
   const ScopedHome home;
   test::Copy(home.launcherFolder() / "a", "45.12.0.900");
   const Result result = inspect({"--client-version", "45.12.0.1000"});
@@ -38,14 +38,14 @@ TEST(Command, EndsWithZeroWhenACopyWouldStart) {
   EXPECT_EQ(result.err, "");
 }
 
-TEST(Command, EndsWithOneWhenNoCopyWouldStart) {
+TEST(Command, EndsWithOne) {
   const ScopedHome home;
   const Result result = inspect({});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.out, StartsWith("Nothing would start: no candidate is viable\n"));
 }
 
-TEST(Command, LooksIntoAnotherHome) {
+TEST(Command, InspectsOtherHome) {
   const ScopedHome own;
   const test::ScopedFolder other;
   test::Copy(other.path() / "Library/Application Support/VantuOrlixVDILauncher/a", "45.12.0.900");
@@ -57,7 +57,7 @@ TEST(Command, LooksIntoAnotherHome) {
   EXPECT_EQ(relative.status, 0);
 }
 
-TEST(Command, SeesWhatAHostInTheWorkingDirectorySees) {
+TEST(Command, SeesWorkingDirectory) {
   const ScopedHome home;
   const test::ScopedFolder work;
   test::Copy(work.path(), "45.12.0.900");
@@ -66,7 +66,7 @@ TEST(Command, SeesWhatAHostInTheWorkingDirectorySees) {
   EXPECT_EQ(json::parse(result.out)["chosen"]["directory"], work.path().string());
 }
 
-TEST(Command, PrintsOneJsonObject) {
+TEST(Command, PrintsJson) {
   const ScopedHome home;
   test::Copy(home.launcherFolder() / "a\xff\n\"b", "45.12.0.900");
   const Result result = inspect({"--json"});
@@ -75,7 +75,7 @@ TEST(Command, PrintsOneJsonObject) {
   EXPECT_TRUE(report["chosen"].contains("directoryBytes"));
 }
 
-TEST(Command, MasksTheLoginNameAsTheLauncherDoes) {
+TEST(Command, MasksLoginName) {
   const ScopedHome home;
   const test::ScopedEnvironment user("USER", "launcher-test");
   EXPECT_THAT(inspect({}).out, HasSubstr("/launcher-test-"));
@@ -84,25 +84,25 @@ TEST(Command, MasksTheLoginNameAsTheLauncherDoes) {
       AllOf(Not(HasSubstr("/launcher-test-")), HasSubstr("/*************-")));
 }
 
-TEST(Command, MasksTheAccountsNameWhereUserIsEmpty) {
+TEST(Command, MasksAccountName) {
   const ScopedHome home;
   const test::ScopedEnvironment user("USER", "");
   EXPECT_EQ(inspect({"--mask"}).status, 1);
 }
 
-TEST(Command, PrintsItsVersion) {
+TEST(Command, PrintsVersion) {
   const Result result = inspect({"--version"});
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.out, "launcher-inspect " LAUNCHER_VERSION "\n");
 }
 
-TEST(Command, PrintsItsHelp) {
+TEST(Command, PrintsHelp) {
   const Result result = inspect({"--help"});
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.out, HasSubstr("--working-directory DIR"));
 }
 
-TEST(Command, EndsWithTwoOnWrongUsageAndSaysWhatToDo) {
+TEST(Command, EndsWithTwoOnWrongUsage) {
   const ScopedHome home;
   const std::vector<std::pair<std::vector<std::string>, std::string>> rows = {
       {{"--home", "/no/such/folder"}, "No such file or directory); name an existing one"},
@@ -123,12 +123,12 @@ TEST(Command, EndsWithTwoOnWrongUsageAndSaysWhatToDo) {
   }
 }
 
-TEST(Command, AnEmptyClientVersionIsNone) {
+TEST(Command, AcceptsEmptyClient) {
   const ScopedHome home;
   EXPECT_EQ(json::parse(inspect({"--json", "--client-version", ""}).out)["clientVersion"], "");
 }
 
-TEST(Command, FailsWhenItsReportCannotBeWritten) {
+TEST(Command, FailsOnFullDisk) {
   const ScopedHome home;
   test::Copy(home.launcherFolder() / "a", "45.12.0.900");
   const Result result = test::run({{"sh", "-c", "exec \"$0\" >/dev/full", LAUNCHER_INSPECT}});
@@ -155,7 +155,7 @@ private:
 
 } // namespace
 
-TEST_F(AfterALaunch, TheLogTellsTheCopyAndThatItIsRecorded) {
+TEST_F(AfterALaunch, TellsRecordedCopy) {
   test::Copy(home.launcherFolder() / "a", "45.12.0.900");
   test::writeFile(home.launcherFolder() / "a/launchCount.dat", "6");
   test::writeFile(home.launcherFolder() / "a/started.dat", "");
@@ -170,18 +170,18 @@ TEST_F(AfterALaunch, TheLogTellsTheCopyAndThatItIsRecorded) {
           {"version", "45.12.0.900"}}));
 }
 
-TEST_F(AfterALaunch, TheLogTellsThatACopyElsewhereIsNotRecorded) {
+TEST_F(AfterALaunch, TellsUnrecordedCopy) {
   test::Copy(home.path(), "45.12.0.900");
   EXPECT_EQ(lastLaunch(home.path())["end"]["code"], "unrecorded");
 }
 
-TEST_F(AfterALaunch, TheLogTellsThatNothingWasChosen) {
+TEST_F(AfterALaunch, TellsNoChoice) {
   const json launch = lastLaunch("/");
   EXPECT_EQ(launch["end"]["code"], "nothing-chosen");
   EXPECT_TRUE(launch["chosen"].is_null());
 }
 
-TEST_F(AfterALaunch, TheLogTellsThatARecordCouldNotBeWritten) {
+TEST_F(AfterALaunch, TellsFailedRecord) {
   test::Copy(home.launcherFolder() / "a", "45.12.0.900");
   fs::create_directory(home.launcherFolder() / "a/launchCount.dat");
   EXPECT_EQ(lastLaunch("/")["end"]["code"], "at-choice");
@@ -222,23 +222,23 @@ private:
 
 } // namespace
 
-TEST_F(OnTerminal, HasColourAndTheTerminalsWidth) {
+TEST_F(OnTerminal, HasColourAndWidth) {
   EXPECT_THAT(
       onTerminal(200), AllOf(HasSubstr("\x1b["), HasSubstr("no          would start: the")));
   EXPECT_THAT(onTerminal(80), AllOf(HasSubstr("\x1b["), Not(HasSubstr("no          would start"))));
 }
 
-TEST_F(OnTerminal, HasNoColourWithNoColorSet) {
+TEST_F(OnTerminal, ObeysNoColor) {
   const test::ScopedEnvironment noColor("NO_COLOR", "1");
   EXPECT_THAT(onTerminal(80), Not(HasSubstr("\x1b[")));
 }
 
-TEST_F(OnTerminal, HasNoColourOnADumbTerminal) {
+TEST_F(OnTerminal, KnowsDumbTerminal) {
   const test::ScopedEnvironment term("TERM", "dumb");
   EXPECT_THAT(onTerminal(80), Not(HasSubstr("\x1b[")));
 }
 
-TEST_F(OnTerminal, APipeHasNoColourAndEightyColumnsUnlessColumnsSaysOtherwise) {
+TEST_F(OnTerminal, DiffersFromPipe) {
   EXPECT_THAT(inspect({}).out, AllOf(Not(HasSubstr("\x1b[")), Not(HasSubstr("VERDICT"))));
   const test::ScopedEnvironment columns("COLUMNS", "200");
   EXPECT_THAT(inspect({}).out, AllOf(Not(HasSubstr("\x1b[")), HasSubstr("VERDICT")));

@@ -152,7 +152,7 @@ class RandomHomes : public ::testing::TestWithParam<unsigned> {};
 
 } // namespace
 
-TEST_P(RandomHomes, AreLaunchedAsForetold) {
+TEST_P(RandomHomes, LaunchAsForetold) {
   Coverage coverage;
   const unsigned first = GetParam() * HOMES_PER_GROUP;
   std::cout << "seeds " << first << " to " << first + HOMES_PER_GROUP - 1 << "\n";
