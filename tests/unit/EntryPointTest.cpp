@@ -2,14 +2,13 @@
 #include "FakeSleep.h"
 #include "Fork.h"
 #include "LauncherTest.h"
+#include "Process.h"
 #include "Sandbox.h"
 #include "SystemLog.h"
 #include "ThinClientLauncher.h"
 #include "ThinClientLauncherEntryPoint.h"
 
-#include <sched.h>
 #include <type_traits>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -39,13 +38,6 @@ constexpr const char* NOT_CLEANED = "not started from launcher folder, do not cl
 std::size_t threadCount() {
   std::thread([] {}).join();
   return static_cast<std::size_t>(std::distance(fs::directory_iterator("/proc/self/task"), {}));
-}
-
-// A user of whom the password file knows nothing, in a user namespace of its own.
-void becomeUserWithoutAccount() {
-  const std::string user = std::to_string(::geteuid());
-  ASSERT_EQ(::unshare(CLONE_NEWUSER), 0);
-  test::writeFile("/proc/self/uid_map", "4000000 " + user + " 1");
 }
 
 class EntryPoint : public test::LauncherTest {
@@ -315,17 +307,15 @@ TEST_F(EntryPoint, RecordsInWorkingFolderWithoutApplicationSupport) {
   });
 }
 
+// A user without a home folder: the password file knows nothing of the number.
 TEST_F(EntryPoint, LogsNothingWithoutLibrary) {
-  test::inChildProcessAt(home.path(), [&] {
-    const test::ScopedEnvironment noHome("HOME", std::nullopt);
-    becomeUserWithoutAccount();
-    EXPECT_EQ(call({}), 0);
-    EXPECT_EQ(call({"loadmode"}), 0);
-    EXPECT_TRUE(fs::exists("launchCount.dat"));
-    EXPECT_FALSE(fs::exists(home.launchLog().filename()));
-    EXPECT_FALSE(fs::exists(home.loadLog().filename()));
-    EXPECT_FALSE(fs::exists("Logs"));
-  });
+  const test::Result result = test::run(
+      {{"unshare", "--user", "--map-user=4000000", APPLICATION_PROGRAM, "loadmode"},
+       home.path(),
+       {{"HOME", ""}, {"LOADER_OPERATIONS", "entry"}}});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_FALSE(fs::exists(home.path() / home.loadLog().filename()));
+  EXPECT_FALSE(fs::exists(home.path() / "Logs"));
 }
 
 TEST_F(EntryPoint, LaunchesWithoutLog) {

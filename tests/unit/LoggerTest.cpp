@@ -56,15 +56,25 @@ private:
   test::ScopedEnvironment variable;
 };
 
-// A log that is closed at first.
 class Logging : public test::LauncherTest {
 protected:
-  Logging() {
+  std::string content() const { return test::readFile(logFile()); }
+
+  // What one message adds to an empty log, behind the time stamp.
+  std::string logged(const std::string& message) const {
+    emptyLog();
+    Logger::log(message);
+    return content().substr(test::TIME_STAMP_LENGTH);
+  }
+};
+
+// A log that is closed at first.
+class LogFile : public Logging {
+protected:
+  LogFile() {
     Logger::close();
     fs::remove(logFile());
   }
-
-  std::string content() const { return test::readFile(logFile()); }
 };
 
 } // namespace
@@ -72,7 +82,6 @@ protected:
 // --- One line ---
 
 TEST_F(Logging, WritesOneLine) {
-  Logger::open(logFile(), true);
   Logger::log("a message");
   EXPECT_THAT(
       content(),
@@ -80,39 +89,21 @@ TEST_F(Logging, WritesOneLine) {
 }
 
 TEST_F(Logging, FlushesEveryLine) {
-  Logger::open(logFile(), true);
   Logger::log("first");
   EXPECT_THAT(messages(), ElementsAre("first"));
   Logger::log("second");
   EXPECT_THAT(messages(), ElementsAre("first", "second"));
 }
 
-TEST_F(Logging, WritesEmptyMessage) {
-  Logger::open(logFile(), true);
-  Logger::log("");
-  EXPECT_EQ(content().size(), test::TIME_STAMP_LENGTH + 1);
-  EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH - 1), " \n");
-}
-
-TEST_F(Logging, StampsFirstLineOnly) {
-  Logger::open(logFile(), true);
-  Logger::log("one\ntwo");
-  EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH), "one\ntwo\n");
+TEST_F(Logging, KeepsBytes) {
+  for (const char* message : {"", "one\ntwo", "\t\r \xC3\xA9 \xFF %s {} \\"})
+    EXPECT_EQ(logged(message), std::string(message) + "\n");
 }
 
 TEST_F(Logging, CutsMessageAtNul) {
-  Logger::open(logFile(), true);
-  Logger::log(std::string("seen\0unseen", 11));
-  EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH), "seen");
+  EXPECT_EQ(logged(std::string("seen\0unseen", 11)), "seen");
   Logger::log("next");
   EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH + 4 + test::TIME_STAMP_LENGTH), "next\n");
-}
-
-TEST_F(Logging, KeepsBytes) {
-  Logger::open(logFile(), true);
-  const std::string bytes = "\t\r \xC3\xA9 \xFF %s {} \\";
-  Logger::log(bytes);
-  EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH), bytes + "\n");
 }
 
 // --- Time stamp ---
@@ -153,43 +144,31 @@ TEST_F(Logging, AppendsTimeStamp) {
 // --- Masking ---
 
 TEST_F(Logging, MasksUserName) {
-  const test::ScopedEnvironment alice("USER", "alice");
-  Logger::open(logFile(), true);
-  Logger::log("/Users/alice/Library");
-  Logger::log("Alice");
-  EXPECT_THAT(messages(), ElementsAre("/Users/*****/Library", "Alice"));
-}
-
-TEST_F(Logging, MasksInsideWords) {
-  const test::ScopedEnvironment log("USER", "log");
-  Logger::open(logFile(), true);
-  Logger::log("log login catalog");
-  EXPECT_THAT(messages(), ElementsAre("*** ***in cata***"));
+  const struct {
+    std::optional<std::string> user;
+    const char* message;
+    const char* expected;
+  } rows[] = {
+      {"alice", "/Users/alice/Library", "/Users/*****/Library\n"},
+      {"alice", "Alice", "Alice\n"},
+      {"log", "log login catalog", "*** ***in cata***\n"},
+      {"d\n", "end", "en**"},
+      {std::nullopt, "alice", "alice\n"},
+  };
+  for (const auto& row : rows) {
+    const test::ScopedEnvironment variable("USER", row.user);
+    EXPECT_EQ(logged(row.message), row.expected);
+  }
 }
 
 TEST_F(Logging, MasksTimeStamp) {
   const std::string century = stamp().substr(0, 2);
   const test::ScopedEnvironment digits("USER", century);
-  Logger::open(logFile(), true);
   Logger::log("");
   EXPECT_EQ(content().substr(0, 2), "**");
 }
 
-TEST_F(Logging, MasksLineFeed) {
-  const test::ScopedEnvironment lineFeed("USER", "d\n");
-  Logger::open(logFile(), true);
-  Logger::log("end");
-  EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH), "en**");
-}
-
-TEST_F(Logging, MasksNothingWithoutUser) {
-  Logger::open(logFile(), true);
-  Logger::log("alice");
-  EXPECT_THAT(messages(), ElementsAre("alice"));
-}
-
 TEST_F(Logging, ReadsUserForEveryLine) {
-  Logger::open(logFile(), true);
   Logger::log("alice bob");
   for (const char* name : {"alice", "bob"}) {
     const test::ScopedEnvironment variable("USER", name);
@@ -233,12 +212,11 @@ TEST(Masking, OfEmptyNameLoops) {
 
 TEST_F(Logging, LoopsForEmptyUser) {
   const test::ScopedEnvironment empty("USER", "");
-  Logger::open(logFile(), true);
   EXPECT_TRUE(test::neverReturns([] { Logger::log("message"); }));
   EXPECT_EQ(content(), "");
 }
 
-TEST_F(Logging, IgnoresEmptyUserWhenClosed) {
+TEST_F(LogFile, IgnoresEmptyUserWhenClosed) {
   const test::ScopedEnvironment empty("USER", "");
   Logger::log("message");
   EXPECT_FALSE(fs::exists(logFile()));
@@ -246,7 +224,7 @@ TEST_F(Logging, IgnoresEmptyUserWhenClosed) {
 
 // --- Opening and closing ---
 
-TEST_F(Logging, DropsMessagesWhenClosed) {
+TEST_F(LogFile, DropsMessagesWhenClosed) {
   Logger::log("before open");
   Logger::open(logFile(), true);
   Logger::log("while open");
@@ -257,7 +235,7 @@ TEST_F(Logging, DropsMessagesWhenClosed) {
   EXPECT_THAT(messages(), ElementsAre("while open", "open again"));
 }
 
-TEST_F(Logging, EmptiesFile) {
+TEST_F(LogFile, EmptiesFile) {
   test::writeFile(logFile(), "old content\n");
   Logger::open(logFile(), true);
   EXPECT_EQ(content(), "");
@@ -265,7 +243,7 @@ TEST_F(Logging, EmptiesFile) {
   EXPECT_THAT(messages(), ElementsAre("new"));
 }
 
-TEST_F(Logging, AppendsToFile) {
+TEST_F(LogFile, AppendsToFile) {
   test::writeFile(logFile(), "old content\n");
   Logger::open(logFile(), false);
   Logger::log("new");
@@ -273,25 +251,25 @@ TEST_F(Logging, AppendsToFile) {
   EXPECT_EQ(content().substr(12 + test::TIME_STAMP_LENGTH), "new\n");
 }
 
-TEST_F(Logging, CreatesFileToAppend) {
+TEST_F(LogFile, CreatesFileToAppend) {
   Logger::open(logFile(), false);
   EXPECT_TRUE(fs::exists(logFile()));
 }
 
-TEST_F(Logging, CreatesFolders) {
+TEST_F(LogFile, CreatesFolders) {
   const auto file = home.path() / "one" / "two" / "log.txt";
   Logger::open(file, true);
   Logger::log("message");
   EXPECT_THAT(test::readMessages(file), ElementsAre("message"));
 }
 
-TEST_F(Logging, ValidatesWithoutFile) {
+TEST_F(LogFile, ValidatesWithoutFile) {
   Logger::validateAndCreatePath(home.path() / "one" / "two" / "log.txt");
   EXPECT_TRUE(fs::is_directory(home.path() / "one" / "two"));
   EXPECT_TRUE(fs::is_empty(home.path() / "one" / "two"));
 }
 
-TEST_F(Logging, OpensBareName) {
+TEST_F(LogFile, OpensBareName) {
   test::inChildProcessAt(home.path(), [&] {
     fs::remove_all(home.path() / "Library");
     Logger::open("bare.txt", true);
@@ -301,7 +279,7 @@ TEST_F(Logging, OpensBareName) {
   });
 }
 
-TEST_F(Logging, StaysClosedBelowFile) {
+TEST_F(LogFile, StaysClosedBelowFile) {
   test::writeFile(home.path() / "file", "content");
   Logger::open(home.path() / "file" / "log.txt", true);
   Logger::log("dropped");
@@ -311,21 +289,21 @@ TEST_F(Logging, StaysClosedBelowFile) {
   EXPECT_THAT(messages(), ElementsAre("works again"));
 }
 
-TEST_F(Logging, StaysClosedForFolder) {
+TEST_F(LogFile, StaysClosedForFolder) {
   fs::create_directories(logFile());
   Logger::open(logFile(), true);
   Logger::log("dropped");
   EXPECT_TRUE(fs::is_empty(logFile()));
 }
 
-TEST_F(Logging, RaisesForImpossibleFolder) {
+TEST_F(LogFile, RaisesForImpossibleFolder) {
   test::writeFile(home.path() / "file", "content");
   EXPECT_THROW(
       Logger::open(home.path() / "file" / "folder" / "log.txt", true), fs::filesystem_error);
   Logger::log("dropped");
 }
 
-TEST_F(Logging, DropsLinesOpenedTwice) {
+TEST_F(LogFile, DropsLinesOpenedTwice) {
   const auto second = home.path() / "second.txt";
   Logger::open(logFile(), true);
   Logger::log("kept");
@@ -340,7 +318,7 @@ TEST_F(Logging, DropsLinesOpenedTwice) {
   EXPECT_THAT(test::readMessages(second), ElementsAre("works again"));
 }
 
-TEST_F(Logging, ForgetsDroppedLine) {
+TEST_F(LogFile, ForgetsDroppedLine) {
   Logger::open(logFile(), true);
   Logger::open(logFile(), true);
   Logger::log("dropped");
@@ -351,7 +329,7 @@ TEST_F(Logging, ForgetsDroppedLine) {
 }
 
 // A limit on the size of files makes one write fail; it is lifted before the next.
-TEST_F(Logging, RefusesLinesAfterFailure) {
+TEST_F(LogFile, RefusesLinesAfterFailure) {
   Logger::open(logFile(), true);
   Logger::log("first");
   test::inChildProcess([&] {
@@ -372,7 +350,7 @@ TEST_F(Logging, RefusesLinesAfterFailure) {
   });
 }
 
-TEST_F(Logging, IgnoresSecondClose) {
+TEST_F(LogFile, IgnoresSecondClose) {
   Logger::close();
   Logger::close();
   Logger::open(logFile(), true);
@@ -380,7 +358,7 @@ TEST_F(Logging, IgnoresSecondClose) {
   EXPECT_THAT(messages(), ElementsAre("message"));
 }
 
-TEST_F(Logging, ReopensForAppending) {
+TEST_F(LogFile, ReopensForAppending) {
   const auto second = home.path() / "second.txt";
   test::writeFile(second, "old\n");
   Logger::open(logFile(), true);
@@ -392,13 +370,13 @@ TEST_F(Logging, ReopensForAppending) {
   EXPECT_EQ(test::readFile(second).substr(4 + test::TIME_STAMP_LENGTH), "second file\n");
 }
 
-TEST_F(Logging, ReopensFromClosed) {
+TEST_F(LogFile, ReopensFromClosed) {
   Logger::reopen(logFile());
   Logger::log("message");
   EXPECT_THAT(messages(), ElementsAre("message"));
 }
 
-TEST_F(Logging, ReopensWithoutFolder) {
+TEST_F(LogFile, ReopensWithoutFolder) {
   Logger::reopen(home.path() / "missing" / "log.txt");
   Logger::log("dropped");
   EXPECT_FALSE(fs::exists(home.path() / "missing"));
@@ -406,7 +384,7 @@ TEST_F(Logging, ReopensWithoutFolder) {
 
 // --- Denied permission ---
 
-TEST_F(Logging, RaisesForLockedFolder) {
+TEST_F(LogFile, RaisesForLockedFolder) {
   test::asUnprivilegedUser(home.path(), [&] {
     const fs::path locked = home.path() / "locked";
     fs::create_directories(locked);
@@ -420,7 +398,7 @@ TEST_F(Logging, RaisesForLockedFolder) {
   });
 }
 
-TEST_F(Logging, StaysClosedForLockedFile) {
+TEST_F(LogFile, StaysClosedForLockedFile) {
   test::asUnprivilegedUser(home.path(), [&] {
     test::writeFile(logFile(), "old content\n");
     {
