@@ -80,7 +80,7 @@ TEST(Exports, AreTheEntryPointTheClassAndTheOperationsOfItsBase) {
   EXPECT_EQ(exported, expected);
 }
 
-TEST(Dependencies, AreTheStandardLibrariesGLibAndLibplist) {
+TEST(Dependencies, AreTheStandardLibrariesAndGLib) {
   std::vector<std::string> needed;
   for (const auto& line : dynamicSection()) {
     const auto name = line.find("Shared library: [");
@@ -92,7 +92,6 @@ TEST(Dependencies, AreTheStandardLibrariesGLibAndLibplist) {
       needed,
       Each(AnyOf(
           StartsWith("libglib-2.0.so"),
-          StartsWith("libplist-2.0.so"),
           MatchesRegex("lib(stdc\\+\\+|c\\+\\+|c\\+\\+abi|gcc_s|c|m|unwind)\\.so\\.[0-9]+"),
           MatchesRegex("ld-linux.*\\.so\\.[0-9]+"),
           MatchesRegex("lib(a|ub|t)san\\.so\\.[0-9]+"))));
