@@ -15,19 +15,11 @@
 
 namespace fs = std::filesystem;
 
-// A fake of GLib's: a random home has no program to run, and forking what a fuzzer has become takes
-// longer than everything else.
+// A fake of GLib's, which starts nothing: a random home has no program to run, and forking what a
+// fuzzer has become takes longer than everything else.
 extern "C" gboolean g_spawn_async(
-    const gchar*,
-    gchar**,
-    gchar**,
-    GSpawnFlags,
-    GSpawnChildSetupFunc,
-    gpointer,
-    GPid*,
-    GError** error) {
-  g_set_error_literal(error, G_SPAWN_ERROR, G_SPAWN_ERROR_FAILED, "nothing is started here");
-  return FALSE;
+    const gchar*, gchar**, gchar**, GSpawnFlags, GSpawnChildSetupFunc, gpointer, GPid*, GError**) {
+  return TRUE;
 }
 
 namespace {
