@@ -1,15 +1,8 @@
 #include "BridgeTest.h"
 
-#include "Logger.h"
-#include "PlatformCalls.h"
-#include "RecordingWorkspace.h"
+#include "Enclosure.h"
 
 #include <cstdlib>
-#include <fcntl.h>
-#include <spawn.h>
-#include <stdexcept>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -17,12 +10,7 @@ namespace test {
 
 constexpr const char* HOME_VARIABLE = "MACOS_BRIDGE_TEST_HOME";
 
-static fs::path home() {
-  return std::getenv(HOME_VARIABLE);
-}
-
-// GNUstep takes the places of the user's folders from a file, which it reads before main. A launch
-// without any candidate leaves records in the working folder.
+// GNUstep reads the places of the user's folders from a file, before main runs.
 static int runAgainInScopedHome(char** argv) {
   const ScopedFolder folder;
   const fs::path configuration = folder.path() / "GNUstep.conf";
@@ -32,22 +20,23 @@ static int runAgainInScopedHome(char** argv) {
           "\nGNUSTEP_USER_DEFAULTS_DIR=" + (folder.path() / "Defaults").string() + "\n");
   setenv("GNUSTEP_CONFIG_FILE", configuration.c_str(), 1);
   setenv(HOME_VARIABLE, folder.path().c_str(), 1);
-  fs::current_path(folder.path());
-  pid_t child = 0;
-  int status = 0;
-  if (posix_spawn(&child, "/proc/self/exe", nullptr, nullptr, argv, environ) != 0 ||
-      waitpid(child, &status, 0) != child)
-    return EXIT_FAILURE;
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return Enclosure::runInside(argv);
+}
+
+static fs::path home() {
+  return std::getenv(HOME_VARIABLE);
 }
 
 BridgeTest::BridgeTest() {
+  fs::current_path(home()); // a launch without any candidate leaves its records there
   fs::remove_all(library());
   fs::create_directories(applicationSupport());
-  resetPlatformCalls();
-  resetWorkspace();
-  unsetenv("PROBE_MAIN");
-  unsetenv("PROBE_LAUNCHER");
+  const fs::path executable = frameworks().parent_path() / "MacOS";
+  fs::create_directories(frameworks());
+  fs::create_directory(executable);
+  FakePlatform::reset();
+  FakePlatform::setExecutableFolder(executable);
+  unsetenv("PROBE");
 }
 
 fs::path BridgeTest::library() {
@@ -62,50 +51,18 @@ fs::path BridgeTest::launcherFolder() {
   return applicationSupport() / "VantuOrlixVDILauncher";
 }
 
-void makeGnustepBundle(const fs::path& dir, const std::string& propertyList) {
-  writeFile(dir / "OrlixVDIPlugin.app" / "Resources" / "Info.plist", propertyList);
+void writePropertyList(const fs::path& dir, const std::string& list) {
+  writeFile(dir / "OrlixVDIPlugin.app" / "Resources" / "Info.plist", list);
 }
 
 void makeCopy(const fs::path& dir, const std::string& version) {
-  makeGnustepBundle(dir, propertyList({{"CFBundleShortVersionString", version}}));
-}
-
-OpenLog::OpenLog(fs::path logFile) : file(std::move(logFile)) {
-  Logger::open(file, true);
-}
-
-OpenLog::~OpenLog() {
-  Logger::close();
-}
-
-std::vector<std::string> OpenLog::messages() const {
-  return messagesIn(file);
+  writePropertyList(dir, propertyList({{"CFBundleShortVersionString", version}}));
 }
 
 std::vector<std::string> messagesIn(const fs::path& logFile) {
   std::vector<std::string> messages = readLines(logFile);
   for (std::string& line : messages)
     line.erase(0, std::string("2026-03-07 14:05:09.007 ").size());
-  return messages;
-}
-
-CapturedSystemLog::CapturedSystemLog() : standardError(dup(STDERR_FILENO)) {
-  const int file = open((folder.path() / "log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-  if (standardError < 0 || file < 0 || dup2(file, STDERR_FILENO) < 0)
-    throw std::runtime_error("cannot capture the standard error stream");
-  close(file);
-}
-
-CapturedSystemLog::~CapturedSystemLog() {
-  dup2(standardError, STDERR_FILENO);
-  close(standardError);
-}
-
-// A line reads like 2026-03-07 14:05:09.007 name[12:34] text.
-std::vector<std::string> CapturedSystemLog::messages() const {
-  std::vector<std::string> messages = readLines(folder.path() / "log");
-  for (std::string& line : messages)
-    line.erase(0, line.find("] ") + 2);
   return messages;
 }
 
@@ -117,7 +74,7 @@ extern "C" const char* __lsan_default_suppressions() {
 }
 
 int main(int argc, char** argv) {
-  if (std::getenv(test::HOME_VARIABLE) == nullptr)
+  if (!test::Enclosure::isInside())
     return test::runAgainInScopedHome(argv);
   testing::InitGoogleMock(&argc, argv);
   return RUN_ALL_TESTS();

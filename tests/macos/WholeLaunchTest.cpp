@@ -1,14 +1,11 @@
 #include "BridgeTest.h"
-#include "PlatformCalls.h"
-#include "RecordingWorkspace.h"
 #include "ThinClientLauncherEntryPoint.h"
 
 #include <cstdlib>
 
 namespace fs = std::filesystem;
-using testing::Contains;
+namespace fake = test::FakePlatform;
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::IsSupersetOf;
 using testing::StrEq;
 
@@ -18,11 +15,8 @@ class WholeLaunch : public test::BridgeTest {
 protected:
   WholeLaunch() : user("USER", std::nullopt) {}
 
-  static int enter(std::vector<std::string> arguments) {
-    std::vector<char*> argv;
-    for (std::string& argument : arguments)
-      argv.push_back(argument.data());
-    return ThinClientLauncherEntryPoint(static_cast<int>(argv.size()), argv.data());
+  static int launch(const std::vector<std::string>& arguments) {
+    return enter(ThinClientLauncherEntryPoint, arguments);
   }
 
   static std::vector<std::string> log(const std::string& mode) {
@@ -31,10 +25,9 @@ protected:
   }
 
   test::ScopedEnvironment user;
-  test::CapturedSystemLog systemLog;
 };
 
-TEST_F(WholeLaunch, StartsTheNewestFittingCopyKeepsItsRecordsAndCleansUp) {
+TEST_F(WholeLaunch, StartsAndCleansUp) {
   const fs::path chosen = launcherFolder() / "45.12.0.900";
   test::makeCopy(chosen, "45.12.0.900");
   test::makeCopy(launcherFolder() / "45.13.0.10", "45.13.0.10");
@@ -45,11 +38,11 @@ TEST_F(WholeLaunch, StartsTheNewestFittingCopyKeepsItsRecordsAndCleansUp) {
   const auto longAgo = fs::last_write_time(launcherFolder()) - std::chrono::hours(24);
   fs::last_write_time(launcherFolder() / "45.11.0.1" / "launch.dat", longAgo);
 
-  EXPECT_EQ(enter({"host", "launchermode", "45.12.0.1000"}), 0);
+  EXPECT_EQ(launch({"host", "launchermode", "45.12.0.1000"}), 0);
 
-  const test::StartRequest request = test::startRequests().at(0);
-  EXPECT_EQ(request.path, (chosen / "OrlixVDIPlugin.app").string());
-  EXPECT_THAT(request.arguments, ElementsAre("loadmode"));
+  EXPECT_THAT(
+      fake::calls("openApplicationAtURL: "),
+      ElementsAre("file " + (chosen / "OrlixVDIPlugin.app").string() + " \"loadmode\""));
   EXPECT_EQ(test::readFile(chosen / "launchCount.dat"), "1");
   EXPECT_TRUE(fs::exists(chosen / "launch.dat"));
   EXPECT_TRUE(fs::exists(launcherFolder() / "45.11.0.2"));
@@ -64,29 +57,23 @@ TEST_F(WholeLaunch, StartsTheNewestFittingCopyKeepsItsRecordsAndCleansUp) {
            "hvd Client Version provided: 45.12.0.1000"}));
 
   // The application comes up only after the host has its result and the log is closed.
-  test::answerStart(std::nullopt);
-  EXPECT_THAT(systemLog.messages(), ElementsAre("launch app succeed"));
+  fake::answerStart(std::nullopt);
+  EXPECT_THAT(fake::calls("NSLog "), ElementsAre("launch app succeed"));
 }
 
-TEST_F(WholeLaunch, GoesOnAfterAFailedStart) {
+TEST_F(WholeLaunch, GoesOnAfterFailure) {
   const fs::path only = launcherFolder() / "45.12.0.900";
   test::makeCopy(only, "45.12.0.900");
-  test::onPause([] { test::answerStart("no such application"); });
-  EXPECT_EQ(enter({"host"}), 0);
-  EXPECT_THAT(systemLog.messages(), ElementsAre("Failed to run the app: no such application"));
+  fake::onPause([] { fake::answerStart("no such application"); });
+  EXPECT_EQ(launch({"host"}), 0);
+  EXPECT_THAT(fake::calls("NSLog "), ElementsAre("Failed to run the app: no such application"));
   EXPECT_EQ(test::readFile(only / "launchCount.dat"), "1");
 }
 
-TEST_F(WholeLaunch, EntersTheMainLibraryInLoadMode) {
-  const fs::path contents = folder() / "App.app" / "Contents";
-  fs::create_directories(contents / "MacOS");
-  fs::create_directories(contents / "Frameworks");
-  fs::copy_file(PROBE_LIBRARY, contents / "Frameworks" / "libnexal_vdi_main.dylib");
-  test::setExecutableFolder(contents / "MacOS");
-
-  EXPECT_EQ(enter({"app", "loadmode"}), 0);
-
-  EXPECT_THAT(std::getenv("PROBE_MAIN"), StrEq("1 null"));
+TEST_F(WholeLaunch, LoadMode) {
+  fs::copy_file(PROBE_LIBRARY, frameworks() / "libnexal_vdi_main.dylib");
+  EXPECT_EQ(launch({"app", "loadmode"}), 0);
+  EXPECT_THAT(std::getenv("PROBE"), StrEq("main 1 null"));
   EXPECT_THAT(
       log("loadmode"),
       ElementsAre("ThinClientLauncher DLL entry point called", "load mode, load main dll"));

@@ -1,5 +1,4 @@
-// Stands for the main library and for a copy of the launcher: says in the environment how it was
-// entered.
+// A main library and a launcher library in one: says in the environment how it was entered.
 
 #include <cstdlib>
 #include <string>
@@ -7,14 +6,13 @@
 #define EXPORTED extern "C" __attribute__((visibility("default")))
 
 EXPORTED int VDIEntryPoint(int number, void* pointer) {
-  setenv("PROBE_MAIN", (std::to_string(number) + (pointer ? " pointer" : " null")).c_str(), 1);
-  return 1;
+  const std::string arguments = std::to_string(number) + (pointer ? " pointer" : " null");
+  return setenv("PROBE", ("main " + arguments).c_str(), 1) + 1;
 }
 
 EXPORTED int ThinClientLauncherEntryPoint(int argc, char** argv) {
   std::string arguments = std::to_string(argc);
   for (int index = 0; index < argc; ++index)
     arguments += std::string(" ") + argv[index];
-  setenv("PROBE_LAUNCHER", arguments.c_str(), 1);
-  return 1;
+  return setenv("PROBE", ("launcher " + arguments).c_str(), 1) + 1;
 }
