@@ -1,7 +1,7 @@
 #pragma once
 
 #include "FakePlatform.h"
-#include "FileSystem.h"
+#include "Home.h"
 
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -39,14 +39,5 @@ protected:
 private:
   ScopedFolder scratch;
 };
-
-// Lays out OrlixVDIPlugin.app in dir with this property list, where GNUstep looks for it.
-void writePropertyList(const std::filesystem::path& dir, const std::string& list);
-
-// The same with just a version.
-void makeCopy(const std::filesystem::path& dir, const std::string& version);
-
-// The messages of a log file, without their time stamps.
-std::vector<std::string> messagesIn(const std::filesystem::path& logFile);
 
 } // namespace test

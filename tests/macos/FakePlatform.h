@@ -25,6 +25,10 @@ void reset();
 //   pause
 std::vector<std::string> calls(const std::string& start = "");
 
+// Where GNUstep finds the user's folders, instead of in the home folder that the system names. Only
+// the first call counts, before any other use of GNUstep.
+void setUserFolders(const std::filesystem::path& library, const std::filesystem::path& defaults);
+
 // Lets the lookup name these folders instead of the user's own. For one that is not UTF-8 it gives
 // a platform string without UTF-8 form.
 void nameFolders(const std::vector<std::string>& folders);

@@ -1,6 +1,6 @@
 #include "FakePlatform.h"
 
-#include "SleepStandIn.h"
+#include "FakeSleep.h"
 
 #import <AppKit/AppKit.h>
 #import <Foundation/Foundation.h>
@@ -198,6 +198,17 @@ std::vector<std::string> calls(const std::string& start) {
   return values;
 }
 
+void setUserFolders(const std::filesystem::path& library, const std::filesystem::path& defaults) {
+  @autoreleasepool {
+    GNUstepConfig(
+        [NSDictionary dictionaryWithObjectsAndKeys:[NSString stringWithUTF8String:library.c_str()],
+                                                   @"GNUSTEP_USER_DIR_LIBRARY",
+                                                   [NSString stringWithUTF8String:defaults.c_str()],
+                                                   @"GNUSTEP_USER_DEFAULTS_DIR",
+                                                   nil]);
+  }
+}
+
 void nameFolders(const std::vector<std::string>& folders) {
   namedFolders = folders;
 }
@@ -207,7 +218,7 @@ void setExecutableFolder(const std::filesystem::path& folder) {
 }
 
 void onPause(const std::function<void()>& action) {
-  atEveryPause([action] {
+  FakeSleep::setAction([action] {
     note("pause");
     action();
   });

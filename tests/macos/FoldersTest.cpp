@@ -71,8 +71,7 @@ class BundleVersion : public test::BridgeTest {
 protected:
   // The version read from a bundle with this property list.
   std::string versionIn(const std::string& list) const {
-    test::writePropertyList(folder(), list);
-    return LauncherHelper::getDirectoryVersion(folder());
+    return LauncherHelper::getDirectoryVersion(test::Copy(folder()).list(list));
   }
 };
 
@@ -108,14 +107,12 @@ TEST_F(BundleVersion, NoKey) {
 
 TEST_F(BundleVersion, UnusualPath) {
   const fs::path named = folder() / "Gr\xc3\xbc\xc3\x9f" / "";
-  test::makeCopy(named, "45.1");
-  EXPECT_EQ(LauncherHelper::getDirectoryVersion(named), "45.1");
+  EXPECT_EQ(LauncherHelper::getDirectoryVersion(test::Copy(named, "45.1")), "45.1");
 }
 
 TEST_F(BundleVersion, PathNotUtf8) {
   const fs::path named = folder() / "\xff\xfe";
-  test::makeCopy(named, "45.1");
-  EXPECT_EQ(LauncherHelper::getDirectoryVersion(named), "");
+  EXPECT_EQ(LauncherHelper::getDirectoryVersion(test::Copy(named)), "");
 }
 
 // --- Values under the key ---

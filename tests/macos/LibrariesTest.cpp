@@ -41,7 +41,7 @@ protected:
     enter(LauncherHelper::loadLauncherDll, arguments);
   }
 
-  std::vector<std::string> log() const { return test::messagesIn(folder() / "log.txt"); }
+  std::vector<std::string> log() const { return test::readMessages(folder() / "log.txt"); }
 };
 
 // --- The main library ---

@@ -22,8 +22,7 @@ protected:
 };
 
 TEST_F(Start, AsksInOrderAndPauses) {
-  test::makeCopy(folder(), "45.1");
-  LauncherHelper::launchFromDirectory(folder(), "loadmode");
+  LauncherHelper::launchFromDirectory(test::Copy(folder()), "loadmode");
   EXPECT_THAT(
       fake::calls(),
       ElementsAre(

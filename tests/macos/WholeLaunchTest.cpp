@@ -21,34 +21,33 @@ protected:
 
   static std::vector<std::string> log(const std::string& mode) {
     const std::string name = "vdi-launch-" + mode + "-log.txt";
-    return test::messagesIn(library() / "Logs" / "VantuOrlixVDI" / name);
+    return test::readMessages(library() / "Logs" / "VantuOrlixVDI" / name);
   }
 
   test::ScopedEnvironment user;
 };
 
 TEST_F(WholeLaunch, StartsAndCleansUp) {
-  const fs::path chosen = launcherFolder() / "45.12.0.900";
-  test::makeCopy(chosen, "45.12.0.900");
-  test::makeCopy(launcherFolder() / "45.13.0.10", "45.13.0.10");
-  for (const char* old : {"45.11.0.1", "45.11.0.2", "45.11.0.3"}) {
-    test::makeCopy(launcherFolder() / old, old);
-    test::writeFile(launcherFolder() / old / "launch.dat", "1");
-  }
-  const auto longAgo = fs::last_write_time(launcherFolder()) - std::chrono::hours(24);
-  fs::last_write_time(launcherFolder() / "45.11.0.1" / "launch.dat", longAgo);
+  const test::Copy chosen(launcherFolder() / "45.12.0.900", "45.12.0.900");
+  const test::Copy newer(launcherFolder() / "45.13.0.10", "45.13.0.10");
+  const auto old = [](const std::string& version, std::chrono::hours ago) {
+    return test::Copy(launcherFolder() / version, version).launched(ago);
+  };
+  const test::Copy oldest = old("45.11.0.1", std::chrono::hours(72));
+  const test::Copy older = old("45.11.0.2", std::chrono::hours(48));
+  const test::Copy recent = old("45.11.0.3", std::chrono::hours(24));
 
   EXPECT_EQ(launch({"host", "launchermode", "45.12.0.1000"}), 0);
 
   EXPECT_THAT(
       fake::calls("openApplicationAtURL: "),
-      ElementsAre("file " + (chosen / "OrlixVDIPlugin.app").string() + " \"loadmode\""));
-  EXPECT_EQ(test::readFile(chosen / "launchCount.dat"), "1");
-  EXPECT_TRUE(fs::exists(chosen / "launch.dat"));
-  EXPECT_TRUE(fs::exists(launcherFolder() / "45.11.0.2"));
-  EXPECT_TRUE(fs::exists(launcherFolder() / "45.11.0.3"));
-  EXPECT_FALSE(fs::exists(launcherFolder() / "45.11.0.1"));
-  EXPECT_FALSE(fs::exists(launcherFolder() / "45.13.0.10")); // never launched
+      ElementsAre("file " + test::bundleIn(chosen).string() + " \"loadmode\""));
+  EXPECT_EQ(test::readFile(chosen.dir() / "launchCount.dat"), "1");
+  EXPECT_TRUE(fs::exists(chosen.dir() / "launch.dat"));
+  EXPECT_FALSE(fs::exists(oldest));
+  EXPECT_TRUE(fs::exists(older));
+  EXPECT_TRUE(fs::exists(recent));
+  EXPECT_FALSE(fs::exists(newer)); // never launched
   EXPECT_THAT(
       log("launchmode"),
       IsSupersetOf(
@@ -62,12 +61,11 @@ TEST_F(WholeLaunch, StartsAndCleansUp) {
 }
 
 TEST_F(WholeLaunch, GoesOnAfterFailure) {
-  const fs::path only = launcherFolder() / "45.12.0.900";
-  test::makeCopy(only, "45.12.0.900");
+  const test::Copy only(launcherFolder() / "45.12.0.900");
   fake::onPause([] { fake::answerStart("no such application"); });
   EXPECT_EQ(launch({"host"}), 0);
   EXPECT_THAT(fake::calls("NSLog "), ElementsAre("Failed to run the app: no such application"));
-  EXPECT_EQ(test::readFile(only / "launchCount.dat"), "1");
+  EXPECT_EQ(test::readFile(only.dir() / "launchCount.dat"), "1");
 }
 
 TEST_F(WholeLaunch, LoadMode) {
