@@ -170,10 +170,8 @@ void* __wrap_dlopen(const char* path, int mode) {
 @end
 
 static NSError* errorSaying(const std::string& description) {
-  NSDictionary* const details =
-      [NSDictionary dictionaryWithObject:[NSString stringWithUTF8String:description.c_str()]
-                                  forKey:NSLocalizedDescriptionKey];
-  return [FakeError errorWithDomain:@"test" code:1 userInfo:details];
+  NSString* const text = [NSString stringWithUTF8String:description.c_str()];
+  return [FakeError errorWithDomain:@"test" code:1 userInfo:@{NSLocalizedDescriptionKey : text}];
 }
 
 // --- What the tests ask and set ---
@@ -200,12 +198,11 @@ std::vector<std::string> calls(const std::string& start) {
 
 void setUserFolders(const std::filesystem::path& library, const std::filesystem::path& defaults) {
   @autoreleasepool {
-    GNUstepConfig(
-        [NSDictionary dictionaryWithObjectsAndKeys:[NSString stringWithUTF8String:library.c_str()],
-                                                   @"GNUSTEP_USER_DIR_LIBRARY",
-                                                   [NSString stringWithUTF8String:defaults.c_str()],
-                                                   @"GNUSTEP_USER_DEFAULTS_DIR",
-                                                   nil]);
+    GNUstepConfig(@{
+      @"GNUSTEP_USER_DIR_LIBRARY" : [NSString stringWithUTF8String:library.c_str()],
+      @"GNUSTEP_USER_DEFAULTS_DIR" : [NSString stringWithUTF8String:defaults.c_str()],
+      @"GNUSTEP_USER_CONFIG_FILE" : @"" // none in the user's home
+    });
   }
 }
 
