@@ -30,13 +30,14 @@ SYSTEM_LIBRARIES = {
     "/usr/lib/libc++.1.dylib",
     "/usr/lib/libobjc.A.dylib",
 }
-DEBUGGER_ENTRY = 0xE0  # N_STAB: with one of these bits an entry of the symbol table is no symbol
+TYPES = MachO.LoadCommand.TYPE
+DEBUGGER_ENTRY = 0xE0  # N_STAB: an entry with one of these bits is no symbol
 
 # LIEF shows a code signature as bytes. Its numbers are big-endian.
 EMBEDDED_SIGNATURE, CODE_DIRECTORY = 0xFADE0CC0, 0xFADE0C02
 ADHOC, SHA256 = 0x2, 2
 
-# What LIEF says about damaged files would stand between the checks' own lines.
+# LIEF's messages about damaged files would mix with the checks' own lines.
 lief.logging.disable()
 warnings.simplefilter("ignore", RuntimeWarning)
 
@@ -72,13 +73,13 @@ def commands(binary, kind):
     return [command for command in binary.commands if isinstance(command, kind)]
 
 
-def libraries(binary, *types):
-    return [library for library in commands(binary, MachO.DylibCommand) if library.command in types]
+def libraries(binary):
+    """Pairs of load command and name, which LIEF gives as bytes if it is not UTF-8."""
+    return [(each.command, str(each.name)) for each in commands(binary, MachO.DylibCommand)]
 
 
-# LIEF gives a name that is not UTF-8 as bytes: hence str.
-def loaded_libraries(binary):
-    return [str(library.name) for library in libraries(binary, MachO.LoadCommand.TYPE.LOAD_DYLIB)]
+def names_of(binary, wanted):
+    return [name for command, name in libraries(binary) if command == wanted]
 
 
 def unless(holds, fault):
@@ -97,7 +98,7 @@ def is_undefined(symbol):
 
 
 def faults_of_imports(binary):
-    count = len(loaded_libraries(binary))
+    count = len(names_of(binary, TYPES.LOAD_DYLIB))
     promised = binary.header.has(MachO.Header.FLAGS.NOUNDEFS)
     return unless(promised, "the header does not promise it") + [
         f"{symbol.name} is bound to no loaded library"
@@ -107,17 +108,15 @@ def faults_of_imports(binary):
 
 
 def faults_of_loads(binary):
-    types = MachO.LoadCommand.TYPE
-    loaded = set(loaded_libraries(binary))
-    others = [
-        library
-        for library in commands(binary, MachO.DylibCommand)
-        if library.command not in (types.LOAD_DYLIB, types.ID_DYLIB)
-    ]
+    loaded = set(names_of(binary, TYPES.LOAD_DYLIB))
     return (
         [f"loads {name}" for name in sorted(loaded - SYSTEM_LIBRARIES)]
         + [f"does not load {name}" for name in sorted(SYSTEM_LIBRARIES - loaded)]
-        + [f"{library.command.name} {library.name}" for library in others]
+        + [
+            f"{command.name} {name}"
+            for command, name in libraries(binary)
+            if command not in (TYPES.LOAD_DYLIB, TYPES.ID_DYLIB)
+        ]
     )
 
 
@@ -169,7 +168,7 @@ def faults_of_signature(binary, content):
 def checks_of_slice(binary, content, expected):
     """Pairs of what is checked and its faults."""
     header, flags = binary.header, MachO.Header.FLAGS
-    names = [library.name for library in libraries(binary, MachO.LoadCommand.TYPE.ID_DYLIB)]
+    names = names_of(binary, TYPES.ID_DYLIB)
     builds = commands(binary, MachO.BuildVersion)
     platforms = [build.platform for build in builds]
     minimums = [build.minos for build in builds]

@@ -1,5 +1,5 @@
-// The plug-in application's executable: hands its arguments to the launcher library, which in load
-// mode is the copy in the bundle's own Frameworks folder.
+// The plug-in application's executable: passes its arguments to the launcher library. In load mode
+// that is the copy in the bundle's own Frameworks folder.
 
 #include "LauncherHelper.h"
 

@@ -1,8 +1,8 @@
 #pragma once
 
-// Fakes of what the bridge calls and this machine lacks or must not do. Foundation is GNUstep's,
-// and AppKit's workspace, which Linux does not have, starts nothing. Everything that the bridge
-// asks of either, of the loader and of the system log is noted, and so is the pause after a start.
+// Notes what the bridge asks of Foundation, AppKit and the loader. Look-ups of folders and loads
+// of libraries are passed on to GNUstep and the real loader. AppKit's workspace, which Linux does
+// not have, is a fake that starts nothing. The system log and the pause are fakes too.
 
 #include <cstddef>
 #include <filesystem>
@@ -25,18 +25,18 @@ void reset();
 //   pause
 std::vector<std::string> calls(const std::string& start = "");
 
-// Where GNUstep finds the user's folders, instead of in the home folder that the system names. Only
-// the first call counts, before any other use of GNUstep.
+// Gives GNUstep other folders than those in the user's home. Must be called once, before any other
+// use of GNUstep.
 void setUserFolders(const std::filesystem::path& library, const std::filesystem::path& defaults);
 
-// Lets the lookup name these folders instead of the user's own. For one that is not UTF-8 it gives
-// a platform string without UTF-8 form.
+// From now on, look-ups return these folders. One that is not UTF-8 becomes a platform string
+// without a UTF-8 form.
 void nameFolders(const std::vector<std::string>& folders);
 
-// The folder that "@executable_path" stands for: only a Mac's loader resolves it.
+// What "@executable_path" stands for, which only a Mac's loader knows.
 void setExecutableFolder(const std::filesystem::path& folder);
 
-// What happens during the pause, which takes no time.
+// Runs during every pause, which takes no time.
 void onPause(const std::function<void()>& action);
 
 // Calls the handler of the oldest unanswered start on a thread of its own and returns when that

@@ -15,9 +15,8 @@ import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts"))
 import check_macho  # noqa: E402  (needs the path above)
-from check_macho import MachO  # noqa: E402
+from check_macho import TYPES, MachO  # noqa: E402
 
-TYPES = MachO.LoadCommand.TYPE
 FLAGS = MachO.Header.FLAGS
 SIGNATURE = "ad-hoc signature and page hashes"
 LOADS = "loads the five system libraries alone"
