@@ -24,7 +24,7 @@ BridgeTest::BridgeTest() {
   fs::create_directory(executable);
   FakePlatform::reset();
   FakePlatform::setExecutableFolder(executable);
-  unsetenv("PROBE");
+  setenv("LIBRARY_RECORD", (folder() / "record").c_str(), 1);
 }
 
 fs::path BridgeTest::library() {

@@ -26,6 +26,9 @@ protected:
   const std::filesystem::path& folder() const { return scratch.path(); }
   std::filesystem::path frameworks() const { return folder() / "App.app/Contents/Frameworks"; }
 
+  // What the libraries of the tests recorded about their calls.
+  std::vector<std::string> record() const { return readLines(folder() / "record"); }
+
   // Calls an entry function with these arguments.
   template <typename Function>
   static auto enter(Function function, std::vector<std::string> arguments) {

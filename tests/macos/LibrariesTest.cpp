@@ -3,7 +3,6 @@
 #include "Logger.h"
 #include "Platform.h"
 
-#include <cstdlib>
 #include <dlfcn.h>
 
 namespace fs = std::filesystem;
@@ -13,7 +12,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
-using testing::StrEq;
 
 namespace {
 
@@ -32,9 +30,9 @@ protected:
 
   fs::path launcherFolder() const { return folder() / "VantuOrlixVDILauncher"; }
 
-  static void install(const fs::path& library, const char* probe = PROBE_LIBRARY) {
+  static void install(const fs::path& library, const char* original = FAKE_LAUNCHER_LIBRARY) {
     fs::create_directories(library.parent_path());
-    fs::copy_file(probe, library);
+    fs::copy_file(original, library);
   }
 
   static void loadLauncher(const std::vector<std::string>& arguments) {
@@ -49,11 +47,11 @@ protected:
 using MainLibrary = Libraries;
 
 TEST_F(MainLibrary, IsEntered) {
-  install(frameworks() / MAIN_NAME);
+  install(frameworks() / MAIN_NAME, MAIN_LIBRARY);
   fs::current_path("/");
   LauncherHelper::loadMainDllFromCurrentDirectory();
   EXPECT_THAT(fake::calls(), ElementsAre("dlopen NOW|GLOBAL " + OWN_FRAMEWORKS + MAIN_NAME));
-  EXPECT_THAT(std::getenv("PROBE"), StrEq("main 1 null"));
+  EXPECT_THAT(record(), ElementsAre("call 1: 1 null"));
   EXPECT_THAT(log(), IsEmpty());
 }
 
@@ -83,12 +81,12 @@ TEST_F(LauncherLibrary, OwnInLoadMode) {
   loadLauncher({"app", "loadmode"});
   EXPECT_THAT(fake::calls("dlopen "), ElementsAre("NOW|GLOBAL " + OWN_FRAMEWORKS + LAUNCHER_NAME));
   EXPECT_THAT(log(), ElementsAre("load launcherDLL from current executable folder"));
-  EXPECT_THAT(std::getenv("PROBE"), StrEq("launcher 2 app loadmode"));
+  EXPECT_THAT(record(), ElementsAre("launcher 2 [loadmode] null"));
 }
 
 struct Invocation {
   std::vector<std::string> arguments;
-  std::string entered;
+  std::string recorded;
 };
 
 class OtherMode : public Libraries, public testing::WithParamInterface<Invocation> {};
@@ -101,18 +99,18 @@ TEST_P(OtherMode, PrefersLauncherFolder) {
       fake::calls("dlopen "),
       ElementsAre("NOW|GLOBAL " + (launcherFolder() / LAUNCHER_NAME).string()));
   EXPECT_THAT(log(), ElementsAre("load launcherDLL from launcher folder"));
-  EXPECT_THAT(std::getenv("PROBE"), StrEq(GetParam().entered));
+  EXPECT_THAT(record(), ElementsAre(GetParam().recorded));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Arguments,
     OtherMode,
     testing::Values(
-        Invocation{{}, "launcher 0"},
-        Invocation{{"app"}, "launcher 1 app"},
-        Invocation{{"app", "LoadMode"}, "launcher 2 app LoadMode"},
-        Invocation{{"app", "loadmode "}, "launcher 2 app loadmode "},
-        Invocation{{"app", "launchermode", "45.1"}, "launcher 3 app launchermode 45.1"}));
+        Invocation{{}, "launcher 0 null"},
+        Invocation{{"app"}, "launcher 1 null"},
+        Invocation{{"app", "LoadMode"}, "launcher 2 [LoadMode] null"},
+        Invocation{{"app", "loadmode "}, "launcher 2 [loadmode ] null"},
+        Invocation{{"app", "launchermode", "45.1"}, "launcher 3 [launchermode] [45.1] null"}));
 
 TEST_F(LauncherLibrary, OwnWithoutShared) {
   install(frameworks() / LAUNCHER_NAME);

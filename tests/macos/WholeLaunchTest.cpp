@@ -1,13 +1,10 @@
 #include "BridgeTest.h"
 #include "ThinClientLauncherEntryPoint.h"
 
-#include <cstdlib>
-
 namespace fs = std::filesystem;
 namespace fake = test::FakePlatform;
 using testing::ElementsAre;
 using testing::IsSupersetOf;
-using testing::StrEq;
 
 namespace {
 
@@ -69,9 +66,9 @@ TEST_F(WholeLaunch, GoesOnAfterFailure) {
 }
 
 TEST_F(WholeLaunch, LoadMode) {
-  fs::copy_file(PROBE_LIBRARY, frameworks() / "libnexal_vdi_main.dylib");
+  fs::copy_file(MAIN_LIBRARY, frameworks() / "libnexal_vdi_main.dylib");
   EXPECT_EQ(launch({"app", "loadmode"}), 0);
-  EXPECT_THAT(std::getenv("PROBE"), StrEq("main 1 null"));
+  EXPECT_THAT(record(), ElementsAre("call 1: 1 null"));
   EXPECT_THAT(
       log("loadmode"),
       ElementsAre("ThinClientLauncher DLL entry point called", "load mode, load main dll"));
