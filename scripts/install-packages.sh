@@ -51,7 +51,7 @@ macos llvm-16 joins the architectures and lists symbols
 macos libc++-16-dev headers of the standard library of macOS
 macos libc++abi-16-dev the names of its runtime part
 macos python3 runs the checker of the linked library
-macos python3-pip fetches the headers of Darwin
+macos python3-pip fetches the headers of Darwin and the reader of Mach-O files
 leaks valgrind finds memory lost or misused in programs as they ship
 fuzz libplist-dev reads property lists, as an oracle
 fuzz libclang-rt-16-dev libFuzzer and the sanitizers of clang
