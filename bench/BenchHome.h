@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FileSystem.h"
+#include "Home.h"
 
 // A home folder with a given number of copies, each complete and with records: the newest in the
 // working folder, so that a launch changes nothing and can be repeated, all others in the launcher

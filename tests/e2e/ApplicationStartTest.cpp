@@ -23,8 +23,8 @@ std::string failure(const fs::path& file, const std::string& reason) {
 }
 
 // The entries whose name begins so.
-ProcessReport part(const ProcessReport& report, const std::string& prefix) {
-  ProcessReport found;
+HostState part(const HostState& report, const std::string& prefix) {
+  HostState found;
   for (const auto& [name, value] : report) {
     if (name.compare(0, prefix.size(), prefix) == 0)
       found.emplace(name, value);
@@ -56,11 +56,11 @@ std::string nameOf(const testing::TestParamInfo<const char*>& test) {
 class ApplicationStart : public EndToEnd {
 protected:
   // The report of the one application that is started by one launch.
-  ProcessReport launchOne() {
+  HostState launchOne() {
     EXPECT_EQ(launch({"launchermode"}), "returned 0");
     EXPECT_EQ(outcome(), SUCCESS);
     const auto all = reports();
-    return all.size() == 1 ? all[0] : ProcessReport();
+    return all.size() == 1 ? all[0] : HostState();
   }
 
   // The outcome of one launch that does not start anything.
@@ -72,11 +72,11 @@ protected:
   }
 
   // Starts the copy with this argument and without a host.
-  ProcessReport start(const fs::path& dir, const std::string& argument) {
+  HostState start(const fs::path& dir, const std::string& argument) {
     EXPECT_EQ(run(STARTER_PROGRAM, {dir.string(), argument}), 0);
     EXPECT_EQ(outcome(), SUCCESS);
     const auto all = reports();
-    return all.size() == 1 ? all[0] : ProcessReport();
+    return all.size() == 1 ? all[0] : HostState();
   }
 };
 
@@ -84,8 +84,7 @@ protected:
 
 TEST_F(ApplicationStart, GivesExactlyTheArgumentLoadmode) {
   const fs::path copy = makeCopy("copy", "45.12.0.1");
-  const ProcessReport expected{
-      {"argument 0", executableOf(copy).string()}, {"argument 1", "loadmode"}};
+  const HostState expected{{"argument 0", executableIn(copy).string()}, {"argument 1", "loadmode"}};
   EXPECT_EQ(part(launchOne(), "argument "), expected);
 }
 
@@ -177,8 +176,8 @@ TEST_F(ApplicationStart, LeavesOutAnArgumentThatIsNotUtf8) {
 
 TEST_F(ApplicationStart, RunsTheExecutableThatThePropertyListNames) {
   const fs::path copy = makeCopy("copy", "45.12.0.1");
-  const fs::path named = executableOf(copy).replace_filename("Another Name");
-  fs::rename(executableOf(copy), named);
+  const fs::path named = executableIn(copy).replace_filename("Another Name");
+  fs::rename(executableIn(copy), named);
   writeFile(
       copy / "OrlixVDIPlugin.app" / "Contents" / "Info.plist",
       propertyList(
@@ -191,13 +190,13 @@ TEST_F(ApplicationStart, RunsTheExecutableOfTheBundlesNameWhereThePropertyListNa
   writeFile(
       copy / "OrlixVDIPlugin.app" / "Contents" / "Info.plist",
       propertyList({{"CFBundleShortVersionString", "45.12.0.1"}}));
-  EXPECT_EQ(launchOne()["executable"], executableOf(copy).string());
+  EXPECT_EQ(launchOne()["executable"], executableIn(copy).string());
 }
 
 TEST_F(ApplicationStart, RunsTheExecutableOfTheBundlesNameWithoutAPropertyList) {
   const fs::path copy = makeCopy("copy", "45.12.0.1");
   fs::remove(copy / "OrlixVDIPlugin.app" / "Contents" / "Info.plist");
-  EXPECT_EQ(launchOne()["executable"], executableOf(copy).string());
+  EXPECT_EQ(launchOne()["executable"], executableIn(copy).string());
 }
 
 class ExecutableName : public ApplicationStart, public testing::WithParamInterface<const char*> {};
@@ -220,17 +219,17 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(ApplicationStart, RunsAScript) {
   const fs::path copy = makeCopy("copy", "45.12.0.1");
-  fs::remove(executableOf(copy));
+  fs::remove(executableIn(copy));
   makeExecutableFile(
-      executableOf(copy), std::string("#!/bin/sh\nexec '") + PROBE_PROGRAM + "' \"$0\" \"$@\"\n");
+      executableIn(copy), std::string("#!/bin/sh\nexec '") + PROBE_PROGRAM + "' \"$0\" \"$@\"\n");
   auto application = launchOne();
-  EXPECT_EQ(application["argument 1"], executableOf(copy).string());
+  EXPECT_EQ(application["argument 1"], executableIn(copy).string());
   EXPECT_EQ(application["argument 2"], "loadmode");
 }
 
 TEST_F(ApplicationStart, RunsAnExecutableThatMayNotBeRead) {
   const fs::path copy = makeCopyIn("/Applications", "45.12.0.1");
-  fs::permissions(executableOf(copy), fs::perms(0111));
+  fs::permissions(executableIn(copy), fs::perms(0111));
   fs::permissions(home.path(), fs::perms(0777));
   for (const auto& entry : fs::recursive_directory_iterator(home.path()))
     fs::permissions(entry.path(), fs::perms(0777));
@@ -240,13 +239,13 @@ TEST_F(ApplicationStart, RunsAnExecutableThatMayNotBeRead) {
 
 TEST_F(ApplicationStart, ResolvesARelativeFolderAgainstTheWorkingFolderOfTheCaller) {
   const fs::path copy = makeCopyIn(fs::current_path(), "45.12.0.1");
-  EXPECT_EQ(start("", "loadmode")["executable"], executableOf(copy).string());
+  EXPECT_EQ(start("", "loadmode")["executable"], executableIn(copy).string());
 }
 
 TEST_F(ApplicationStart, JoinsAFolderWithATrailingSeparatorByOneSeparator) {
   const fs::path copy = makeCopy("copy", "45.12.0.1");
   auto application = start(copy / "", "loadmode");
-  EXPECT_EQ(application["argument 0"], executableOf(copy).string());
+  EXPECT_EQ(application["argument 0"], executableIn(copy).string());
 }
 
 // --- Failures: one line in the system log, and the launch goes on ---
@@ -254,65 +253,65 @@ TEST_F(ApplicationStart, JoinsAFolderWithATrailingSeparatorByOneSeparator) {
 TEST_F(ApplicationStart, ReportsAMissingBundle) {
   const fs::path missing = home.path() / "missing";
   EXPECT_EQ(run(STARTER_PROGRAM, {missing.string(), "loadmode"}), 0);
-  EXPECT_EQ(outcome(), failure(executableOf(missing), "No such file or directory"));
+  EXPECT_EQ(outcome(), failure(executableIn(missing), "No such file or directory"));
 }
 
 TEST_F(ApplicationStart, ReportsAMissingExecutable) {
   const fs::path copy = makeCopy("copy", "45.12.0.1");
-  fs::remove(executableOf(copy));
-  EXPECT_EQ(launchNone(), failure(executableOf(copy), "No such file or directory"));
+  fs::remove(executableIn(copy));
+  EXPECT_EQ(launchNone(), failure(executableIn(copy), "No such file or directory"));
   EXPECT_EQ(readFile(copy / "launchCount.dat"), "1");
 }
 
 TEST_F(ApplicationStart, ReportsAFailureAlsoWhereTheHostHasNoStandardStreams) {
   const fs::path copy = makeCopy("copy", "45.12.0.1");
-  fs::remove(executableOf(copy));
+  fs::remove(executableIn(copy));
   EXPECT_EQ(host().ask({"close-standard-streams"}), "closed");
-  EXPECT_EQ(launchNone(), failure(executableOf(copy), "No such file or directory"));
+  EXPECT_EQ(launchNone(), failure(executableIn(copy), "No such file or directory"));
 }
 
 TEST_F(ApplicationStart, ReportsAFileThatIsNotExecutable) {
   const fs::path copy = makeCopy("copy", "45.12.0.1");
-  fs::permissions(executableOf(copy), fs::perms(0644));
-  EXPECT_EQ(launchNone(), failure(executableOf(copy), "Permission denied"));
+  fs::permissions(executableIn(copy), fs::perms(0644));
+  EXPECT_EQ(launchNone(), failure(executableIn(copy), "Permission denied"));
 }
 
 TEST_F(ApplicationStart, ReportsAFolderInPlaceOfTheExecutable) {
   const fs::path copy = makeCopy("copy", "45.12.0.1");
-  fs::remove(executableOf(copy));
-  fs::create_directories(executableOf(copy));
-  EXPECT_EQ(launchNone(), failure(executableOf(copy), "Permission denied"));
+  fs::remove(executableIn(copy));
+  fs::create_directories(executableIn(copy));
+  EXPECT_EQ(launchNone(), failure(executableIn(copy), "Permission denied"));
 }
 
 TEST_F(ApplicationStart, HandsAFileOfAnUnknownFormatToNoShell) {
   const fs::path copy = makeCopy("copy", "45.12.0.1");
-  fs::remove(executableOf(copy));
-  makeExecutableFile(executableOf(copy), "touch '" + (home.path() / "shell-ran").string() + "'\n");
-  EXPECT_EQ(launchNone(), failure(executableOf(copy), "Exec format error"));
+  fs::remove(executableIn(copy));
+  makeExecutableFile(executableIn(copy), "touch '" + (home.path() / "shell-ran").string() + "'\n");
+  EXPECT_EQ(launchNone(), failure(executableIn(copy), "Exec format error"));
   EXPECT_FALSE(fs::exists(home.path() / "shell-ran"));
 }
 
 TEST_F(ApplicationStart, ReportsAnEmptyExecutable) {
   const fs::path copy = makeCopy("copy", "45.12.0.1");
-  fs::resize_file(executableOf(copy), 0);
-  EXPECT_EQ(launchNone(), failure(executableOf(copy), "Exec format error"));
+  fs::resize_file(executableIn(copy), 0);
+  EXPECT_EQ(launchNone(), failure(executableIn(copy), "Exec format error"));
 }
 
 // As a copy has that was half installed.
 TEST_F(ApplicationStart, HandsATruncatedProgramToNoShell) {
   const fs::path copy = makeCopy("copy", "45.12.0.1");
-  fs::resize_file(executableOf(copy), 40);
-  std::ofstream(executableOf(copy), std::ios::app)
+  fs::resize_file(executableIn(copy), 40);
+  std::ofstream(executableIn(copy), std::ios::app)
       << "\ntouch '" << (home.path() / "shell-ran").string() << "'\n";
-  EXPECT_EQ(launchNone(), failure(executableOf(copy), "Exec format error"));
+  EXPECT_EQ(launchNone(), failure(executableIn(copy), "Exec format error"));
   EXPECT_FALSE(fs::exists(home.path() / "shell-ran"));
 }
 
 TEST_F(ApplicationStart, ReportsAScriptWithoutItsInterpreter) {
   const fs::path copy = makeCopy("copy", "45.12.0.1");
-  fs::remove(executableOf(copy));
-  makeExecutableFile(executableOf(copy), "#!/missing/interpreter\n");
-  EXPECT_EQ(launchNone(), failure(executableOf(copy), "No such file or directory"));
+  fs::remove(executableIn(copy));
+  makeExecutableFile(executableIn(copy), "#!/missing/interpreter\n");
+  EXPECT_EQ(launchNone(), failure(executableIn(copy), "No such file or directory"));
 }
 
 // --- Instances ---
@@ -332,7 +331,7 @@ TEST_F(ApplicationStart, IsFollowedByOnePauseOf3000MillisecondsWhateverBecomesOf
   const fs::path copy = makeCopy("copy", "45.12.0.1");
   EXPECT_EQ(launch({"launchermode"}), "returned 0");
   EXPECT_EQ(host().ask({"pauses"}), "1");
-  fs::remove(executableOf(copy));
+  fs::remove(executableIn(copy));
   EXPECT_EQ(launch({"launchermode"}), "returned 0");
   EXPECT_EQ(host().ask({"pauses"}), "2");
   fs::remove_all(copy);

@@ -1,10 +1,10 @@
 #include "EndToEndTest.h"
 
-#include "Program.h"
+#include "Process.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 
 namespace fs = std::filesystem;
@@ -22,6 +22,9 @@ EndToEnd::EndToEnd()
     : addressFindings("ASAN_OPTIONS", sanitizerOptions("ASAN_OPTIONS", findings())),
       undefinedFindings("UBSAN_OPTIONS", sanitizerOptions("UBSAN_OPTIONS", findings())),
       folderBefore(fs::current_path()) {
+  // Applications that the launcher starts are nobody's children: as this process's own, it can wait
+  // for each of them.
+  ::prctl(PR_SET_CHILD_SUBREAPER, 1);
   const fs::path work = home.path() / "work";
   for (const auto& folder : {work, home.path() / "reports", findings()})
     fs::create_directories(folder);
@@ -30,8 +33,6 @@ EndToEnd::EndToEnd()
 
 EndToEnd::~EndToEnd() {
   fs::current_path(folderBefore);
-  for (const auto& entry : fs::directory_iterator("/Applications"))
-    fs::remove_all(entry.path());
 }
 
 // Reaps what ended; whether nothing is left.
@@ -58,9 +59,7 @@ fs::path EndToEnd::makeCopy(const std::string& name, const std::string& version)
 }
 
 fs::path EndToEnd::makeCopyIn(const fs::path& dir, const std::string& version) {
-  makeBundle(dir, version);
-  installExecutable(dir, PROBE_PROGRAM);
-  return dir;
+  return Copy(dir, version).executable(PROBE_PROGRAM);
 }
 
 HostProcess& EndToEnd::host() {
@@ -84,7 +83,9 @@ int EndToEnd::endHost() {
 }
 
 int EndToEnd::run(const fs::path& program, const std::vector<std::string>& arguments) {
-  return waitForProgram(startProgram(program, arguments, output()));
+  std::vector<std::string> words{program.string()};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  return waitFor(start({words}, output()));
 }
 
 std::string EndToEnd::outcome() {
@@ -93,40 +94,23 @@ std::string EndToEnd::outcome() {
   return messages.size() == 1 ? messages[0] : std::to_string(messages.size()) + " messages";
 }
 
-std::vector<ProcessReport> EndToEnd::reports() {
+std::vector<HostState> EndToEnd::reports() {
   if (runningHost) {
     EXPECT_EQ(endHost(), 0);
   }
   EXPECT_TRUE(eventually(allProcessesEnded)) << "a process is left";
-  std::vector<ProcessReport> all;
+  std::vector<HostState> all;
   for (const auto& entry : fs::directory_iterator(home.path() / "reports"))
     all.push_back(fromText(readFile(entry.path())));
   return all;
 }
 
-std::vector<std::string> EndToEnd::logMessages(const std::string& file) const {
-  constexpr std::size_t STAMP_LENGTH = 24;
-  std::vector<std::string> messages;
-  for (const auto& line : readLines(home.logFolder() / file))
-    messages.push_back(line.substr(std::min(STAMP_LENGTH, line.size())));
-  return messages;
-}
-
 std::vector<std::string> EndToEnd::launchLog() const {
-  return logMessages("vdi-launch-launchmode-log.txt");
+  return readMessages(home.launchLog());
 }
 
 std::vector<std::string> EndToEnd::loadLog() const {
-  return logMessages("vdi-launch-loadmode-log.txt");
-}
-
-fs::path executableOf(const fs::path& dir) {
-  return dir / "OrlixVDIPlugin.app" / "Contents" / "MacOS" / "OrlixVDIPlugin";
-}
-
-void installExecutable(const fs::path& dir, const fs::path& program) {
-  fs::create_directories(executableOf(dir).parent_path());
-  fs::copy_file(program, executableOf(dir), fs::copy_options::overwrite_existing);
+  return readMessages(home.loadLog());
 }
 
 } // namespace test

@@ -1,9 +1,10 @@
 #pragma once
 
-#include "FileSystem.h"
+#include "Eventually.h"
+#include "Home.h"
 #include "HostProcess.h"
-#include "Polling.h"
-#include "ProcessReport.h"
+#include "HostState.h"
+#include "Sandbox.h"
 #include "SystemLog.h"
 
 #include <gmock/gmock.h>
@@ -53,13 +54,13 @@ protected:
 
   // Lets the host end, waits until every started process has ended and returns what the probes
   // among them reported.
-  std::vector<ProcessReport> reports();
+  std::vector<HostState> reports();
 
   // The lines of a log file, without the time stamps.
-  std::vector<std::string> logMessages(const std::string& file) const;
   std::vector<std::string> launchLog() const;
   std::vector<std::string> loadLog() const;
 
+  Sandbox::ScopedApplications applications;
   ScopedHome home;
   ScopedEnvironment noUser{"USER", std::nullopt}; // which would be masked in the log
   ScopedEnvironment reportFolder{"PROBE_REPORTS", (home.path() / "reports").string()};
@@ -77,11 +78,5 @@ private:
   std::filesystem::path folderBefore;
   std::optional<HostProcess> runningHost;
 };
-
-// The executable of a bundle.
-std::filesystem::path executableOf(const std::filesystem::path& dir);
-
-// Copies a program, as the executable of the bundle in dir.
-void installExecutable(const std::filesystem::path& dir, const std::filesystem::path& program);
 
 } // namespace test

@@ -20,8 +20,8 @@ namespace test {
 namespace {
 
 // The entries that only one of the reports has so.
-ProcessReport changes(const ProcessReport& before, const ProcessReport& after) {
-  ProcessReport changed;
+HostState changes(const HostState& before, const HostState& after) {
+  HostState changed;
   std::set_symmetric_difference(
       before.begin(),
       before.end(),
@@ -43,7 +43,7 @@ protected:
 
   // Descriptors and their targets, threads, children, dispositions of all signals, the signal mask,
   // umask, both locales, working folder, environment and limits.
-  ProcessReport describeHost() {
+  HostState describeHost() {
     auto report = host().describe();
     // The C library handles a signal of its own once there was a second thread. The dispositions
     // hold all signals but those.
@@ -109,7 +109,7 @@ TEST_F(GoodGuest, LeavesTheHostsConnectionToTheSystemLogAndItsNameAlone) {
 TEST_F(GoodGuest, GoesByTheHostsNameInTheSystemLog) {
   EXPECT_EQ(launch({"launchermode"}), "returned 0");
   EXPECT_EQ(outcome(), "launch app succeed");
-  fs::remove(executableOf(copyFolder("copy")));
+  fs::remove(executableIn(copyFolder("copy")));
   EXPECT_EQ(launch({"launchermode"}), "returned 0");
   const auto& entries = systemLog->await(2);
   ASSERT_EQ(entries.size(), 2U);

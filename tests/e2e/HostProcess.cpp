@@ -1,7 +1,7 @@
 #include "HostProcess.h"
 
-#include "FileSystem.h"
-#include "Program.h"
+#include "Home.h"
+#include "Process.h"
 
 #include <array>
 #include <csignal>
@@ -21,7 +21,7 @@ HostProcess::HostProcess(const fs::path& output) {
   std::array<int, 2> ends{};
   if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
     throw std::runtime_error("cannot create a socket");
-  process = startProgram(HOST_PROGRAM, {std::to_string(INHERITED_DESCRIPTOR)}, output, ends[1]);
+  process = start({{HOST_PROGRAM, std::to_string(INHERITED_DESCRIPTOR)}}, output, ends[1]);
   ::close(ends[1]);
   commands = ends[0];
   ::setsockopt(commands, SOL_SOCKET, SO_RCVTIMEO, &PATIENCE, sizeof PATIENCE);
@@ -44,7 +44,7 @@ std::string HostProcess::ask(const std::vector<std::string>& words) {
   return answer;
 }
 
-ProcessReport HostProcess::describe() {
+HostState HostProcess::describe() {
   return fromText(ask({"describe"}));
 }
 
@@ -68,7 +68,7 @@ int HostProcess::threads() const {
 int HostProcess::end() {
   ::close(commands);
   commands = -1;
-  const int status = process > 0 ? waitForProgram(process) : -1;
+  const int status = process > 0 ? waitFor(process) : -1;
   process = -1;
   return status;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ProcessReport.h"
+#include "HostState.h"
 
 #include <filesystem>
 #include <string>
@@ -21,7 +21,7 @@ public:
   // Sends one command and waits for the answer; empty when the host ended without one.
   std::string ask(const std::vector<std::string>& words);
 
-  ProcessReport describe();
+  HostState describe();
 
   // Whether the launcher library, or any of that file name, is mapped into the host.
   bool hasLauncherMapped() const;

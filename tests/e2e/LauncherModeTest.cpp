@@ -88,7 +88,7 @@ TEST_F(LauncherMode, StartsTheNewestFittingCopyKeepsItsRecordsAndRemovesOldCopie
 
   const auto started = reports();
   ASSERT_EQ(started.size(), 1U);
-  EXPECT_EQ(started[0].at("executable"), executableOf(chosen).string());
+  EXPECT_EQ(started[0].at("executable"), executableIn(chosen).string());
 }
 
 TEST_F(LauncherMode, StartsTheInstallersCopyAndKeepsNoRecordsOfIt) {
@@ -102,7 +102,7 @@ TEST_F(LauncherMode, StartsTheInstallersCopyAndKeepsNoRecordsOfIt) {
   EXPECT_FALSE(fs::exists("/Applications/launch.dat"));
   const auto started = reports();
   ASSERT_EQ(started.size(), 1U);
-  EXPECT_EQ(started[0].at("executable"), executableOf("/Applications").string());
+  EXPECT_EQ(started[0].at("executable"), executableIn("/Applications").string());
 }
 
 TEST_F(LauncherMode, PrefersTheInstallersCopyAmongEqualVersions) {
@@ -113,7 +113,7 @@ TEST_F(LauncherMode, PrefersTheInstallersCopyAmongEqualVersions) {
   EXPECT_EQ(outcome(), "launch app succeed");
   const auto started = reports();
   ASSERT_EQ(started.size(), 1U);
-  EXPECT_EQ(started[0].at("executable"), executableOf("/Applications").string());
+  EXPECT_EQ(started[0].at("executable"), executableIn("/Applications").string());
 }
 
 TEST_F(LauncherMode, FallsBackToAllViableCopiesWhereNoneFitsTheClient) {
@@ -123,7 +123,7 @@ TEST_F(LauncherMode, FallsBackToAllViableCopiesWhereNoneFitsTheClient) {
   EXPECT_EQ(outcome(), "launch app succeed");
   const auto started = reports();
   ASSERT_EQ(started.size(), 1U);
-  EXPECT_EQ(started[0].at("executable"), executableOf(copyFolder("newest")).string());
+  EXPECT_EQ(started[0].at("executable"), executableIn(copyFolder("newest")).string());
 }
 
 TEST_F(LauncherMode, GoesThroughAllStepsWithoutAnyCandidate) {
@@ -138,7 +138,7 @@ TEST_F(LauncherMode, GoesThroughAllStepsWithoutAnyCandidate) {
           "not started from launcher folder, do not clean"));
   EXPECT_EQ(
       outcome(),
-      "Failed to run the app: " + executableOf(fs::current_path()).string() +
+      "Failed to run the app: " + executableIn(fs::current_path()).string() +
           ": No such file or directory");
 }
 

@@ -20,8 +20,7 @@ protected:
   // A copy whose application carries the launcher library and the given main library.
   fs::path makeApplication(const std::string& version, const fs::path& mainLibrary) {
     const fs::path copy = copyFolder(version);
-    makeBundle(copy, version);
-    installExecutable(copy, APPLICATION_PROGRAM);
+    Copy(copy, version).executable(APPLICATION_PROGRAM);
     fs::create_directories(frameworks(copy));
     fs::copy_file(LAUNCHER_LIBRARY, frameworks(copy) / LAUNCHER_NAME);
     if (!mainLibrary.empty())
@@ -35,7 +34,7 @@ protected:
 
   // How the loader is given that folder.
   static std::string frameworksPrefix(const fs::path& copy) {
-    return executableOf(copy).parent_path().string() + "/../Frameworks/";
+    return executableIn(copy).parent_path().string() + "/../Frameworks/";
   }
 };
 
@@ -52,7 +51,7 @@ TEST_F(LoadMode, HandsControlToTheMainLibraryOfTheStartedApplication) {
   EXPECT_EQ(started[0]["entry number"], "1");
   EXPECT_EQ(started[0]["entry pointer"], "null");
   EXPECT_EQ(started[0]["main library"], (frameworks(copy) / MAIN_NAME).string());
-  EXPECT_EQ(started[0]["executable"], executableOf(copy).string());
+  EXPECT_EQ(started[0]["executable"], executableIn(copy).string());
   EXPECT_EQ(started[0]["folder"], "/");
   EXPECT_THAT(
       loadLog(),
@@ -65,7 +64,7 @@ TEST_F(LoadMode, LoadsTheMainLibraryOfItsOwnBundleWhateverTheWorkingFolder) {
   fs::create_directories(fs::current_path().parent_path() / "Frameworks");
   fs::copy_file(ENTRYLESS_LIBRARY, fs::current_path().parent_path() / "Frameworks" / MAIN_NAME);
 
-  EXPECT_EQ(run(executableOf(copy), {"loadmode"}), 0);
+  EXPECT_EQ(run(executableIn(copy), {"loadmode"}), 0);
 
   auto started = reports();
   ASSERT_EQ(started.size(), 1U);
@@ -75,7 +74,7 @@ TEST_F(LoadMode, LoadsTheMainLibraryOfItsOwnBundleWhateverTheWorkingFolder) {
 
 TEST_F(LoadMode, LogsAMissingMainLibraryByItsBarePath) {
   const fs::path copy = makeApplication("45.12.0.1", {});
-  EXPECT_EQ(run(executableOf(copy), {"loadmode"}), 0);
+  EXPECT_EQ(run(executableIn(copy), {"loadmode"}), 0);
   const auto lines = loadLog();
   ASSERT_EQ(lines.size(), 3U);
   const std::string path = frameworksPrefix(copy) + MAIN_NAME;
@@ -85,7 +84,7 @@ TEST_F(LoadMode, LogsAMissingMainLibraryByItsBarePath) {
 
 TEST_F(LoadMode, SaysNothingAboutAMainLibraryWithoutEntry) {
   const fs::path copy = makeApplication("45.12.0.1", ENTRYLESS_LIBRARY);
-  EXPECT_EQ(run(executableOf(copy), {"loadmode"}), 0);
+  EXPECT_EQ(run(executableIn(copy), {"loadmode"}), 0);
   EXPECT_THAT(
       loadLog(),
       ElementsAre("ThinClientLauncher DLL entry point called", "load mode, load main dll"));
@@ -96,7 +95,7 @@ TEST_F(LoadMode, IsEnteredThroughTheApplicationsOwnLauncherLibraryAlone) {
   const fs::path copy = makeApplication("45.12.0.1", MAIN_LIBRARY);
   fs::copy_file(LAUNCHER_LIBRARY, home.launcherFolder() / LAUNCHER_NAME);
   fs::remove(frameworks(copy) / LAUNCHER_NAME);
-  EXPECT_EQ(run(executableOf(copy), {"loadmode"}), 0);
+  EXPECT_EQ(run(executableIn(copy), {"loadmode"}), 0);
   EXPECT_THAT(loadLog(), IsEmpty());
   EXPECT_THAT(reports(), IsEmpty());
 }

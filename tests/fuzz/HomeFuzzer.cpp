@@ -2,8 +2,8 @@
 // folders that must stay do, no more are removed than the rule says, and nothing outside the
 // launcher folder and the log folder changes but the records of a linked copy.
 
-#include "FileSystem.h"
 #include "FuzzCheck.h"
+#include "Home.h"
 #include "RandomHome.h"
 #include "ThinClientLauncherEntryPoint.h"
 

@@ -1,7 +1,7 @@
 // Reading any content of launchCount.dat and counting one launch on top of it.
 
-#include "FileSystem.h"
 #include "FuzzCheck.h"
+#include "Home.h"
 #include "ThinClientLauncherBase.h"
 
 #include <algorithm>

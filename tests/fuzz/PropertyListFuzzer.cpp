@@ -1,8 +1,8 @@
 // Any bytes as a property list: reading it ends, in bounded time and memory, with valid text or
 // none; and where the quick reader answers, it answers like the full parse.
 
-#include "FileSystem.h"
 #include "FuzzCheck.h"
+#include "Home.h"
 #include "PlistOracle.h"
 #include "linux/PlainXmlList.h"
 #include "linux/PropertyList.h"

@@ -1,6 +1,6 @@
 #include "RandomHome.h"
 
-#include "FileSystem.h"
+#include "Home.h"
 #include "VersionOracle.h"
 
 #include <algorithm>
@@ -116,7 +116,7 @@ RandomCopy RandomHome::addCopy(Bytes& bytes, const fs::path& dir) {
     test::writeFile(dir / "OrlixVDIPlugin.app" / "Contents" / "Info.plist", "no list");
   } else if (bundle > 2) {
     copy.version = VERSIONS[bytes.below(VERSIONS.size())];
-    test::makeBundle(dir, copy.version);
+    test::Copy(dir, copy.version);
   }
   const auto& [content, launches] = LAUNCH_COUNTS[bytes.below(LAUNCH_COUNTS.size())];
   if (!content.empty())

@@ -1,6 +1,6 @@
 // Runs a fuzz target over every file of a folder, in the place of the fuzzer.
 
-#include "FileSystem.h"
+#include "Home.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // Folders that somebody else arranges, or rearranges while they are removed: nothing outside the
 // launcher folder is ever lost.
 
-#include "FileSystem.h"
+#include "Home.h"
 #include "ThinClientLauncherBase.h"
 
 #include <gtest/gtest.h>
@@ -32,7 +32,7 @@ protected:
 
   fs::path makeCopy(const std::string& name, int hoursAgo) const {
     const fs::path dir = home.launcherFolder() / name;
-    test::makeBundle(dir, "45.12.0.900");
+    test::Copy(dir, "45.12.0.900");
     test::writeFile(dir / "launch.dat", "0");
     fs::last_write_time(
         dir / "launch.dat", fs::file_time_type::clock::now() - std::chrono::hours(hoursAgo));

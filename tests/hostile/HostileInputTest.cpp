@@ -1,7 +1,7 @@
 // What a copy's files can be made to hold, deliberately: the answer stays the one of the rules, and
 // every answer takes less than 50 ms of processor time and 32 MB of memory.
 
-#include "FileSystem.h"
+#include "Home.h"
 
 #include <gtest/gtest.h>
 

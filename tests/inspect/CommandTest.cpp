@@ -1,7 +1,7 @@
 // The command as a user runs it.
 
-#include "ChildProcess.h"
-#include "FileSystem.h"
+#include "Home.h"
+#include "Process.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -31,7 +31,7 @@ Result inspect(std::vector<std::string> arguments, const fs::path& workingDirect
 
 TEST(Command, EndsWithZeroWhenACopyWouldStart) {
   const ScopedHome home;
-  test::makeBundle(home.launcherFolder() / "a", "45.12.0.900");
+  test::Copy(home.launcherFolder() / "a", "45.12.0.900");
   const Result result = inspect({"--client-version", "45.12.0.1000"});
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.out, StartsWith("Would start 45.12.0.900\n"));
@@ -48,8 +48,7 @@ TEST(Command, EndsWithOneWhenNoCopyWouldStart) {
 TEST(Command, LooksIntoAnotherHome) {
   const ScopedHome own;
   const test::ScopedFolder other;
-  test::makeBundle(
-      other.path() / "Library/Application Support/VantuOrlixVDILauncher/a", "45.12.0.900");
+  test::Copy(other.path() / "Library/Application Support/VantuOrlixVDILauncher/a", "45.12.0.900");
   EXPECT_EQ(inspect({"--home", other.path()}).status, 0);
   const fs::path name = other.path().filename();
   const Result relative =
@@ -61,7 +60,7 @@ TEST(Command, LooksIntoAnotherHome) {
 TEST(Command, SeesWhatAHostInTheWorkingDirectorySees) {
   const ScopedHome home;
   const test::ScopedFolder work;
-  test::makeBundle(work.path(), "45.12.0.900");
+  test::Copy(work.path(), "45.12.0.900");
   EXPECT_EQ(inspect({}).status, 1);
   const Result result = inspect({"--json", "--working-directory", work.path()});
   EXPECT_EQ(json::parse(result.out)["chosen"]["directory"], work.path().string());
@@ -69,7 +68,7 @@ TEST(Command, SeesWhatAHostInTheWorkingDirectorySees) {
 
 TEST(Command, PrintsOneJsonObject) {
   const ScopedHome home;
-  test::makeBundle(home.launcherFolder() / "a\xff\n\"b", "45.12.0.900");
+  test::Copy(home.launcherFolder() / "a\xff\n\"b", "45.12.0.900");
   const Result result = inspect({"--json"});
   const json report = json::parse(result.out);
   EXPECT_EQ(report["chosen"]["version"], "45.12.0.900");
@@ -131,8 +130,8 @@ TEST(Command, AnEmptyClientVersionIsNone) {
 
 TEST(Command, FailsWhenItsReportCannotBeWritten) {
   const ScopedHome home;
-  test::makeBundle(home.launcherFolder() / "a", "45.12.0.900");
-  const Result result = test::run({{LAUNCHER_INSPECT}, "/", {}, false, "/dev/full"});
+  test::Copy(home.launcherFolder() / "a", "45.12.0.900");
+  const Result result = test::run({{"sh", "-c", "exec \"$0\" >/dev/full", LAUNCHER_INSPECT}});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.err, HasSubstr("cannot be written"));
 }
@@ -157,7 +156,7 @@ private:
 } // namespace
 
 TEST_F(AfterALaunch, TheLogTellsTheCopyAndThatItIsRecorded) {
-  test::makeBundle(home.launcherFolder() / "a", "45.12.0.900");
+  test::Copy(home.launcherFolder() / "a", "45.12.0.900");
   test::writeFile(home.launcherFolder() / "a/launchCount.dat", "6");
   test::writeFile(home.launcherFolder() / "a/started.dat", "");
   const json launch = lastLaunch("/");
@@ -172,7 +171,7 @@ TEST_F(AfterALaunch, TheLogTellsTheCopyAndThatItIsRecorded) {
 }
 
 TEST_F(AfterALaunch, TheLogTellsThatACopyElsewhereIsNotRecorded) {
-  test::makeBundle(home.path(), "45.12.0.900");
+  test::Copy(home.path(), "45.12.0.900");
   EXPECT_EQ(lastLaunch(home.path())["end"]["code"], "unrecorded");
 }
 
@@ -183,7 +182,7 @@ TEST_F(AfterALaunch, TheLogTellsThatNothingWasChosen) {
 }
 
 TEST_F(AfterALaunch, TheLogTellsThatARecordCouldNotBeWritten) {
-  test::makeBundle(home.launcherFolder() / "a", "45.12.0.900");
+  test::Copy(home.launcherFolder() / "a", "45.12.0.900");
   fs::create_directory(home.launcherFolder() / "a/launchCount.dat");
   EXPECT_EQ(lastLaunch("/")["end"]["code"], "at-choice");
 }
@@ -212,7 +211,7 @@ std::string onTerminal(unsigned short columns) {
 
 class OnTerminal : public ::testing::Test {
 protected:
-  OnTerminal() { test::makeBundle(home.launcherFolder() / "a", "45.12.0.900"); }
+  OnTerminal() { test::Copy(home.launcherFolder() / "a", "45.12.0.900"); }
 
 private:
   const ScopedHome home;

@@ -1,7 +1,7 @@
 // What accompanies the command names its options and is well-formed.
 
-#include "ChildProcess.h"
-#include "FileSystem.h"
+#include "Home.h"
+#include "Process.h"
 
 #include <gmock/gmock.h>
 

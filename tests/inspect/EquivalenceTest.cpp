@@ -1,7 +1,7 @@
 // Random homes: what the command foretells is what a real launch then does.
 
-#include "ChildProcess.h"
-#include "FileSystem.h"
+#include "Home.h"
+#include "Process.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -101,7 +101,7 @@ private:
   void addCopy(const fs::path& dir) {
     fs::create_directories(dir);
     if (!oneIn(6))
-      test::makeBundle(dir, any(VERSIONS));
+      test::Copy(dir, any(VERSIONS));
     if (!oneIn(3))
       test::writeFile(
           dir / "launchCount.dat", any({"0", "1", "2", "3", "3", "4", "word", "1e9", ""}));
@@ -134,7 +134,7 @@ private:
     fs::create_directories(ordinary);
     workingDirectory = ordinary;
     if (oneIn(4))
-      test::makeBundle(ordinary, any(VERSIONS));
+      test::Copy(ordinary, any(VERSIONS));
     else if (oneIn(4) && fs::exists(launcherFolder()))
       workingDirectory = launcherFolder();
     else if (oneIn(3) && fs::is_directory(launcherFolder() / "old"))

@@ -1,6 +1,6 @@
 #include "LaunchLog.h"
 
-#include "FileSystem.h"
+#include "Home.h"
 #include "Wording.h"
 
 #include <gmock/gmock.h>

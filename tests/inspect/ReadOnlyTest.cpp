@@ -1,7 +1,7 @@
 // The command changes nothing, wherever it looks.
 
-#include "ChildProcess.h"
-#include "FileSystem.h"
+#include "Home.h"
+#include "Process.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -24,11 +24,11 @@ namespace {
 // A home in which a launch would write, mark and remove.
 void layOut(const fs::path& home) {
   const fs::path folder = home / "Library/Application Support/VantuOrlixVDILauncher";
-  test::makeBundle(folder / "chosen", "45.12.0.900");
-  test::makeBundle(folder / "corrupt", "45.12.0.950");
+  test::Copy(folder / "chosen", "45.12.0.900");
+  test::Copy(folder / "corrupt", "45.12.0.950");
   test::writeFile(folder / "corrupt/launchCount.dat", "3");
   for (const char* name : {"a", "b", "c"})
-    test::makeBundle(folder / name, "44.0");
+    test::Copy(folder / name, "44.0");
   test::writeFile(folder / "a/launch.dat", "1");
   fs::create_directories(home / "work");
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FileSystem.h"
+#include "Home.h"
 #include "Inspection.h"
 
 #include <ctime>

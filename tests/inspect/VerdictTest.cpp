@@ -1,5 +1,5 @@
 #include "Disclosure.h"
-#include "FileSystem.h"
+#include "Home.h"
 #include "Inspection.h"
 #include "Wording.h"
 
@@ -39,7 +39,7 @@ void layOut(const ScopedHome& home, const std::vector<Copy>& copies) {
     const auto dir = home.launcherFolder() / copy.folder;
     std::filesystem::create_directories(dir);
     if (copy.version != "-")
-      test::makeBundle(dir, copy.version);
+      test::Copy(dir, copy.version);
     if (copy.launchCount)
       test::writeFile(dir / "launchCount.dat", *copy.launchCount);
     if (copy.startedSafely)
@@ -293,7 +293,7 @@ TEST(CleanUpPreview, ATieOnOneSideOfTheCutIsNoMatter) {
 TEST(CleanUpPreview, ALinkToTheStartedCopyCountsAsLaunchedNow) {
   const ScopedHome home;
   layOut(home, {{"a", "44.0"}, {"b", "44.1"}, {"c", "44.2"}});
-  test::makeBundle(home.path() / "elsewhere", "45.12.0.900");
+  test::Copy(home.path() / "elsewhere", "45.12.0.900");
   for (const char* name : {"link", "other link"})
     std::filesystem::create_directory_symlink(
         home.path() / "elsewhere", home.launcherFolder() / name);
@@ -307,7 +307,7 @@ TEST(CleanUpPreview, DoesNotHappenForACopyOutsideOfTheLauncherFolder) {
   const ScopedHome home;
   layOut(home, {{"a", "-"}, {"b", "-"}, {"c", "-"}});
   const auto before = std::filesystem::current_path();
-  test::makeBundle(home.path(), "45.12.0.900");
+  test::Copy(home.path(), "45.12.0.900");
   std::filesystem::current_path(home.path());
   const Inspection inspection = inspect("");
   std::filesystem::current_path(before);

@@ -1,4 +1,4 @@
-#include "ChildProcess.h"
+#include "Fork.h"
 #include "LauncherTest.h"
 
 #include <set>
@@ -93,7 +93,7 @@ TEST_F(CleanUp, RemovesTwoOfFourNeverLaunchedOthers) {
 }
 
 TEST_F(CleanUp, CountsFoldersWithoutTheApplication) {
-  test::makeBundle(makeLaunchedFolder("with bundle", WEEK), "45.11.0.1");
+  test::Copy(makeLaunchedFolder("with bundle", WEEK), "45.11.0.1");
   makeLaunchedFolder("a", hours(1));
   makeLaunchedFolder("b", hours(2));
   launcher.cleanUpLauncherDirectory(launched);
@@ -102,7 +102,7 @@ TEST_F(CleanUp, CountsFoldersWithoutTheApplication) {
 
 TEST_F(CleanUp, GoesByLaunchTimesAloneNotByCountsVersionsOrSafeStarts) {
   const fs::path newest = makeLaunchedFolder("newest", WEEK);
-  test::makeBundle(newest, "99.0");
+  test::Copy(newest, "99.0");
   test::writeFile(newest / "launchCount.dat", "99");
   test::writeFile(newest / "started.dat", "");
   makeLaunchedFolder("a", hours(1));

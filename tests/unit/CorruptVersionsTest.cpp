@@ -1,4 +1,4 @@
-#include "ChildProcess.h"
+#include "Fork.h"
 #include "LauncherTest.h"
 
 namespace fs = std::filesystem;

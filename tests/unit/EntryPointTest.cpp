@@ -1,7 +1,8 @@
-#include "ChildProcess.h"
+#include "Eventually.h"
+#include "FakeSleep.h"
+#include "Fork.h"
 #include "LauncherTest.h"
-#include "Polling.h"
-#include "SleepStandIn.h"
+#include "Sandbox.h"
 #include "ThinClientLauncher.h"
 #include "ThinClientLauncherEntryPoint.h"
 
@@ -40,7 +41,7 @@ protected:
 
   // The start of an application ends with its thread.
   ~EntryPoint() override {
-    test::atEveryPause(nullptr);
+    test::FakeSleep::setAction(nullptr);
     EXPECT_TRUE(test::eventually([&] { return threadCount() <= threadsBefore; }));
   }
 
@@ -66,11 +67,11 @@ protected:
     return copy;
   }
 
-  std::size_t pauses() const { return test::pausesAskedFor() - pausesBefore; }
+  std::size_t pauses() const { return test::FakeSleep::count() - pausesBefore; }
 
 private:
   const std::size_t threadsBefore = threadCount();
-  const std::size_t pausesBefore = test::pausesAskedFor();
+  const std::size_t pausesBefore = test::FakeSleep::count();
 };
 
 } // namespace
@@ -83,7 +84,8 @@ TEST_F(EntryPoint, TakesLauncherModeWithoutReadingArgumentsBelowACountOfTwo) {
     fs::remove_all(home.logFolder());
     EXPECT_EQ(ThinClientLauncherEntryPoint(argc, nullptr), 0);
     EXPECT_THAT(
-        messagesIn(launchLog()), ElementsAre(CALLED, LAUNCHER_MODE, NOTHING_FOUND, NOT_CLEANED));
+        test::readMessages(launchLog()),
+        ElementsAre(CALLED, LAUNCHER_MODE, NOTHING_FOUND, NOT_CLEANED));
     EXPECT_FALSE(fs::exists(loadLog()));
   }
 }
@@ -113,7 +115,7 @@ TEST_F(EntryPoint, TakesLoadModeForTheExactFirstArgumentAlone) {
     EXPECT_EQ(fs::exists(loadLog()), row.loadMode);
     EXPECT_EQ(fs::exists(launchLog()), !row.loadMode);
     EXPECT_THAT(
-        firstOf(messagesIn(row.loadMode ? loadLog() : launchLog()), 2),
+        firstOf(test::readMessages(row.loadMode ? loadLog() : launchLog()), 2),
         ElementsAre(CALLED, row.loadMode ? LOAD_MODE : LAUNCHER_MODE));
   }
 }
@@ -142,7 +144,7 @@ TEST_F(EntryPoint, TakesAClientVersionBehindTheExactWordAlone) {
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::PrintToString(row.arguments));
     EXPECT_EQ(call(row.arguments), 0);
-    const auto lines = messagesIn(launchLog());
+    const auto lines = test::readMessages(launchLog());
     std::vector<std::string> expected{CALLED, LAUNCHER_MODE};
     if (row.logged != nullptr)
       expected.push_back(std::string("hvd Client Version provided: ") + row.logged);
@@ -162,7 +164,8 @@ TEST_F(EntryPoint, TakesAnArgumentThatIsMissingInTheVectorForNone) {
   char* withoutWord[] = {nullptr, nullptr};
   EXPECT_EQ(ThinClientLauncherEntryPoint(2, withoutWord), 0);
   EXPECT_THAT(
-      messagesIn(launchLog()), ElementsAre(CALLED, LAUNCHER_MODE, NOTHING_FOUND, NOT_CLEANED));
+      test::readMessages(launchLog()),
+      ElementsAre(CALLED, LAUNCHER_MODE, NOTHING_FOUND, NOT_CLEANED));
 }
 
 // --- The sequence of a launch ---
@@ -171,7 +174,7 @@ TEST_F(EntryPoint, RunsTheWholeSequenceInOrder) {
   const fs::path copy = makeCopy("copy", "45.11.0.1");
   EXPECT_EQ(call({"launchermode", "45.12.0.1000"}), 0);
   EXPECT_THAT(
-      messagesIn(launchLog()),
+      test::readMessages(launchLog()),
       ElementsAre(
           CALLED,
           LAUNCHER_MODE,
@@ -190,8 +193,8 @@ TEST_F(EntryPoint, RecordsAndCleansAfterThePauseAlone) {
   const fs::path copy = makeCopy("copy", "45.11.0.1");
   for (const char* name : {"a", "b", "c"})
     fs::create_directory(launcherFolder() / name);
-  test::atEveryPause([&] {
-    EXPECT_THAT(messagesIn(launchLog()).back(), StartsWith("Best candidate: "));
+  test::FakeSleep::setAction([&] {
+    EXPECT_THAT(test::readMessages(launchLog()).back(), StartsWith("Best candidate: "));
     EXPECT_FALSE(fs::exists(copy / "launchCount.dat"));
     EXPECT_EQ(std::distance(fs::directory_iterator(launcherFolder()), {}), 4);
   });
@@ -210,7 +213,7 @@ TEST_F(EntryPoint, RecordsTheLaunchBeforeItCleans) {
     const test::ScopedPermissions b(launcherFolder() / "b" / "content", stuck);
     const test::ScopedPermissions c(launcherFolder() / "c" / "content", stuck);
     EXPECT_EQ(call({}), 0);
-    const auto lines = messagesIn(launchLog());
+    const auto lines = test::readMessages(launchLog());
     ASSERT_GE(lines.size(), 2U);
     EXPECT_THAT(lines[lines.size() - 2], StartsWith("VDI Launch count updated to: 1 "));
     EXPECT_THAT(lines.back(), StartsWith("remove directory failed: "));
@@ -225,7 +228,7 @@ TEST_F(EntryPoint, ChoosesFiltersRecordsAndCleans) {
     test::writeFile(makeCopy(name, "45.9") / "launch.dat", "");
   EXPECT_EQ(call({"launchermode", "45.12.0.1000"}), 0);
   EXPECT_THAT(
-      messagesIn(launchLog()),
+      test::readMessages(launchLog()),
       Contains("Best candidate: " + best.string() + " (version: 45.12.0.900)"));
   EXPECT_EQ(test::readFile(launcherFolder() / "corrupt.dat"), "45.12.0.999");
   EXPECT_EQ(test::readFile(best / "launchCount.dat"), "1");
@@ -241,7 +244,7 @@ TEST_F(EntryPoint, FallsBackToAllViableCopiesWhenNoneIsCompatible) {
   const fs::path b = makeCopy("b", "45.12.0.1");
   const fs::path broken = corrupt(makeCopy("broken", "45.13.0.1"));
   EXPECT_EQ(call({"launchermode", "45.10"}), 0);
-  const auto lines = messagesIn(launchLog());
+  const auto lines = test::readMessages(launchLog());
   EXPECT_THAT(lines, Contains("Best candidate: " + b.string() + " (version: 45.12.0.1)"));
   EXPECT_THAT(lines, testing::Not(Contains("find a candidate with Version: 45.13.0.1")));
   // Three of the entry, two per viable copy, four of the broken one, four of the choice: none of
@@ -260,15 +263,13 @@ TEST_F(EntryPoint, ChoosesTheFirstListedOfEqualCopies) {
 
 TEST_F(EntryPoint, PrefersTheInstallersCopyAmongEqualOnesAndWritesNoRecord) {
   makeCopy("copy", "45.11.0.1");
-  test::makeBundle(home.path() / "Applications", "45.11.0.1");
-  test::inChildProcessWithRoot(home.path(), [] {
-    const test::ScopedEnvironment inside("HOME", "/");
-    EXPECT_EQ(call({}), 0);
-  });
-  const auto lines = messagesIn(launchLog());
+  const test::Sandbox::ScopedApplications applications;
+  test::Copy("/Applications", "45.11.0.1");
+  EXPECT_EQ(call({}), 0);
+  const auto lines = test::readMessages(launchLog());
   EXPECT_THAT(lines, Contains("Best candidate: /Applications (version: 45.11.0.1)"));
   EXPECT_EQ(lines.back(), NOT_CLEANED);
-  EXPECT_FALSE(fs::exists(home.path() / "Applications" / "launchCount.dat"));
+  EXPECT_FALSE(fs::exists("/Applications/launchCount.dat"));
   EXPECT_FALSE(fs::exists(launcherFolder() / "copy" / "launchCount.dat"));
 }
 
@@ -276,7 +277,7 @@ TEST_F(EntryPoint, RunsEveryStepWithoutACandidate) {
   fs::create_directories(launcherFolder() / "no bundle");
   EXPECT_EQ(call({"launchermode", "45.12"}), 0);
   EXPECT_THAT(
-      messagesIn(launchLog()),
+      test::readMessages(launchLog()),
       ElementsAre(
           CALLED, LAUNCHER_MODE, "hvd Client Version provided: 45.12", NOTHING_FOUND, NOT_CLEANED));
   EXPECT_EQ(pauses(), 1U) << "the start is still asked";
@@ -291,7 +292,7 @@ TEST_F(EntryPoint, RecordsInTheWorkingFolderWithoutCandidateAndApplicationSuppor
     EXPECT_EQ(test::readFile(working / "launchCount.dat"), "1");
     EXPECT_TRUE(fs::exists(working / "launch.dat"));
     EXPECT_THAT(
-        messagesIn(launchLog()),
+        test::readMessages(launchLog()),
         ElementsAre(
             CALLED,
             LAUNCHER_MODE,
@@ -313,7 +314,7 @@ TEST_F(EntryPoint, RunsNothingOfTheSequenceInLoadMode) {
   EXPECT_FALSE(fs::exists(copy / "launchCount.dat"));
   EXPECT_EQ(pauses(), 0U);
   EXPECT_THAT(
-      messagesIn(loadLog()),
+      test::readMessages(loadLog()),
       ElementsAre(CALLED, LOAD_MODE, testing::HasSubstr(" load library failed dleeror: ")));
 }
 
@@ -322,11 +323,12 @@ TEST_F(EntryPoint, RunsNothingOfTheSequenceInLoadMode) {
 TEST_F(EntryPoint, EmptiesTheModesLogAtEveryCall) {
   call({"launchermode", "45.12"});
   call({"loadmode"});
-  EXPECT_THAT(firstOf(messagesIn(launchLog()), 2), ElementsAre(CALLED, LAUNCHER_MODE));
+  EXPECT_THAT(firstOf(test::readMessages(launchLog()), 2), ElementsAre(CALLED, LAUNCHER_MODE));
   call({});
   EXPECT_THAT(
-      messagesIn(launchLog()), ElementsAre(CALLED, LAUNCHER_MODE, NOTHING_FOUND, NOT_CLEANED));
-  EXPECT_THAT(firstOf(messagesIn(loadLog()), 2), ElementsAre(CALLED, LOAD_MODE));
+      test::readMessages(launchLog()),
+      ElementsAre(CALLED, LAUNCHER_MODE, NOTHING_FOUND, NOT_CLEANED));
+  EXPECT_THAT(firstOf(test::readMessages(loadLog()), 2), ElementsAre(CALLED, LOAD_MODE));
 }
 
 TEST_F(EntryPoint, ClosesTheLogAtItsEnd) {
@@ -339,17 +341,18 @@ TEST_F(EntryPoint, ClosesTheLogAtItsEnd) {
 TEST_F(EntryPoint, LetsAnErrorOutAndLeavesTheLogOpenForOneMoreCall) {
   test::writeFile(launcherFolder(), "a file, so that the scan fails");
   EXPECT_THROW(call({}), fs::filesystem_error);
-  EXPECT_THAT(messagesIn(launchLog()), ElementsAre(CALLED, LAUNCHER_MODE));
+  EXPECT_THAT(test::readMessages(launchLog()), ElementsAre(CALLED, LAUNCHER_MODE));
   fs::remove(launcherFolder());
   const fs::path copy = makeCopy("copy", "45.11.0.1");
 
   EXPECT_EQ(call({}), 0);
-  EXPECT_THAT(messagesIn(launchLog()), ElementsAre(CALLED, LAUNCHER_MODE)) << "logs nothing";
+  EXPECT_THAT(test::readMessages(launchLog()), ElementsAre(CALLED, LAUNCHER_MODE))
+      << "logs nothing";
   EXPECT_EQ(test::readFile(copy / "launchCount.dat"), "1") << "but launches";
 
   EXPECT_EQ(call({}), 0);
   EXPECT_THAT(
-      messagesIn(launchLog()),
+      test::readMessages(launchLog()),
       Contains("VDI Launch count updated to: 2 for directory: " + copy.string()));
 }
 
@@ -365,10 +368,10 @@ TEST_F(EntryPoint, LetsOutTheErrorOfDeniedPermission) {
     {
       const test::ScopedPermissions scoped(copy, fs::perms::none);
       EXPECT_THROW(call({}), fs::filesystem_error);
-      EXPECT_THAT(messagesIn(launchLog()), ElementsAre(CALLED, LAUNCHER_MODE));
+      EXPECT_THAT(test::readMessages(launchLog()), ElementsAre(CALLED, LAUNCHER_MODE));
     }
     EXPECT_EQ(call({}), 0);
     EXPECT_EQ(call({}), 0);
-    EXPECT_EQ(messagesIn(launchLog()).size(), 7U);
+    EXPECT_EQ(test::readMessages(launchLog()).size(), 7U);
   });
 }

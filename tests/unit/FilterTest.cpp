@@ -1,5 +1,6 @@
-#include "ChildProcess.h"
+#include "Fork.h"
 #include "LauncherTest.h"
+#include "Sandbox.h"
 
 namespace fs = std::filesystem;
 
@@ -88,7 +89,7 @@ TEST_F(Viability, KeepsACopyOutsideTheLauncherFolderAndLogsNoGateLine) {
   const fs::path outside = home.path() / "elsewhere";
   const fs::path nested = launcherFolder() / "nested" / "copy";
   for (const auto& dir : {outside, nested}) {
-    test::makeBundle(dir, "45.11.0.1");
+    test::Copy(dir, "45.11.0.1");
     test::writeFile(dir / "launchCount.dat", "7");
   }
   EXPECT_THAT(launcher.filterInviableDirectories({outside, nested}), ElementsAre(outside, nested));
@@ -100,15 +101,10 @@ TEST_F(Viability, KeepsACopyOutsideTheLauncherFolderAndLogsNoGateLine) {
 }
 
 TEST_F(Viability, KeepsTheInstallersCopy) {
-  test::makeBundle(home.path() / "Applications", "45.11.0.1");
-  test::writeFile(home.path() / "Applications" / "launchCount.dat", "7");
-  test::inChildProcessWithRoot(home.path(), [&] {
-    EXPECT_THAT(
-        launcher.filterInviableDirectories({"/Applications"}), ElementsAre("/Applications"));
-    EXPECT_THAT(
-        messagesIn("/test-log.txt"),
-        ElementsAre("safe start Directory: /Applications, Launch Count: 7"));
-  });
+  const test::Sandbox::ScopedApplications applications;
+  test::Copy("/Applications", "45.11.0.1").launches("7");
+  EXPECT_THAT(launcher.filterInviableDirectories({"/Applications"}), ElementsAre("/Applications"));
+  EXPECT_THAT(messages(), ElementsAre("safe start Directory: /Applications, Launch Count: 7"));
 }
 
 TEST_F(Viability, TellsWhetherACopyIsCorrupt) {
@@ -161,7 +157,7 @@ TEST_F(Viability, TellsWhetherACopyIsNewEnoughToBeJudged) {
         row.expected);
   }
   // Outside the launcher folder too: membership is another question.
-  test::makeBundle(home.path() / "elsewhere", "46");
+  test::Copy(home.path() / "elsewhere", "46");
   EXPECT_TRUE(launcher.isSupportCheckCorrupt(home.path() / "elsewhere"));
 }
 

@@ -1,4 +1,4 @@
-#include "FileSystem.h"
+#include "Home.h"
 #include "LauncherHelper.h"
 
 #include <gtest/gtest.h>

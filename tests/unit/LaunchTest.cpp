@@ -1,7 +1,7 @@
+#include "Eventually.h"
+#include "FakeSleep.h"
 #include "LauncherHelper.h"
 #include "LauncherTest.h"
-#include "Polling.h"
-#include "SleepStandIn.h"
 #include "SystemLogStandIn.h"
 #include "ThinClientLauncherEntryPoint.h"
 
@@ -27,7 +27,7 @@ protected:
   }
 
   void makeApplicationIn(const fs::path& folder, const std::string& executable) const {
-    const fs::path bundle = test::makeBundle(folder, "45.11.0.1");
+    const fs::path bundle = test::bundleIn(test::Copy(folder, "45.11.0.1"));
     makeExecutable(bundle / "Contents" / "MacOS" / executable);
   }
 
@@ -153,7 +153,7 @@ TEST_F(Launch, ReportsOneFailureForWhatCannotBeStarted) {
     EXPECT_EQ(outcome(), "Failed to run the app: " + executable.string() + ": " + reason);
   };
   expectFailure("No such file or directory"); // not even a candidate folder
-  test::makeBundle(dir, "45.11.0.1");
+  test::Copy(dir, "45.11.0.1");
   expectFailure("No such file or directory");
   test::writeFile(executable, "#!/bin/sh\n");
   expectFailure("Permission denied");
@@ -186,13 +186,13 @@ TEST_F(Launch, MarksAFailureAsAnErrorInTheSystemLog) {
 }
 
 TEST_F(Launch, PausesOnceForThreeSecondsWhateverBecomesOfTheStart) {
-  const std::size_t before = test::pausesAskedFor();
+  const std::size_t before = test::FakeSleep::count();
   LauncherHelper::launchFromDirectory(dir, "loadmode");
-  EXPECT_EQ(test::pausesAskedFor(), before + 1);
+  EXPECT_EQ(test::FakeSleep::count(), before + 1);
   EXPECT_THAT(outcome(), StartsWith("Failed to run the app: "));
   makeApplication();
   LauncherHelper::launchFromDirectory(dir, "loadmode");
-  EXPECT_EQ(test::pausesAskedFor(), before + 2);
+  EXPECT_EQ(test::FakeSleep::count(), before + 2);
   EXPECT_EQ(outcome(), SUCCESS);
   EXPECT_EQ(reports(1).size(), 1U);
 }

@@ -1,4 +1,4 @@
-#include "ChildProcess.h"
+#include "Fork.h"
 #include "LauncherHelper.h"
 #include "LauncherTest.h"
 
@@ -68,7 +68,7 @@ TEST_F(Layout, KnowsACandidateByAnyEntryUnderTheBundlesName) {
 TEST_F(Layout, ReadsTheVersionOfABundleUnchanged) {
   for (const char* version : {"45.10.0.32950", " 45.10 ", "no version", "", "45.10 \xC3\xA9"}) {
     SCOPED_TRACE(version);
-    test::makeBundle(dir, version);
+    test::Copy(dir, version);
     EXPECT_EQ(LauncherHelper::getDirectoryVersion(dir), version);
   }
 }
@@ -85,13 +85,13 @@ TEST_F(Layout, ReadsAnEmptyVersionWithoutABundle) {
 }
 
 TEST_F(Layout, AcceptsATrailingSeparator) {
-  test::makeBundle(dir, "45.10.0.32950");
+  test::Copy(dir, "45.10.0.32950");
   EXPECT_TRUE(LauncherHelper::isVDIPluginDirectory(dir / ""));
   EXPECT_EQ(LauncherHelper::getDirectoryVersion(dir / ""), "45.10.0.32950");
 }
 
 TEST_F(Layout, HasNoPackageFolderNoSetupEngineAndNoExecutableVersion) {
-  test::makeBundle(dir, "45.10.0.32950");
+  test::Copy(dir, "45.10.0.32950");
   EXPECT_EQ(LauncherHelper::getCurrentPackageDirectory(), fs::path());
   for (const auto& path : {dir, bundle, fs::path("/Applications"), fs::path()}) {
     EXPECT_FALSE(LauncherHelper::isSetupEngineDirectory(path)) << path;
@@ -115,7 +115,7 @@ TEST_F(Layout, LogsAndCreatesNothing) {
 }
 
 TEST_F(Layout, RaisesAnErrorWhereAPathCannotBeExamined) {
-  test::makeBundle(dir, "45.10.0.32950");
+  test::Copy(dir, "45.10.0.32950");
   test::asUnprivilegedUser(home.path(), [&] {
     const test::ScopedPermissions candidate(dir, fs::perms::none);
     EXPECT_THROW(LauncherHelper::isVDIPluginDirectory(dir), fs::filesystem_error);

@@ -1,5 +1,6 @@
-#include "ChildProcess.h"
+#include "Fork.h"
 #include "LauncherTest.h"
+#include "Process.h"
 
 namespace fs = std::filesystem;
 
@@ -41,7 +42,9 @@ protected:
 
   void run(const std::vector<std::string>& arguments) const {
     fs::remove(recordFile);
-    EXPECT_EQ(test::runProgram(executable, arguments, workingFolder), 0);
+    std::vector<std::string> words{executable.string()};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    EXPECT_EQ(test::run({words, workingFolder}).status, 0);
   }
 
   std::vector<std::string> recorded() const { return test::readLines(recordFile); }
@@ -111,7 +114,7 @@ TEST_F(LibraryLoading, OfABrokenMainLibraryLogsItsPathAsItStands) {
   fs::create_directories(odd);
   fs::rename(application, odd / "App");
   test::writeFile(odd / "App" / "Frameworks" / MAIN_LIBRARY, "no library");
-  test::runProgram(odd / "App" / "MacOS" / "application", {"main", "1"}, "/");
+  test::run({{odd / "App" / "MacOS" / "application", "main", "1"}, "/"});
   EXPECT_THAT(
       messages(),
       ElementsAre(failureOf((odd / "App" / "MacOS").string() + "/../Frameworks/" + MAIN_LIBRARY)));
@@ -143,7 +146,7 @@ TEST_F(LibraryLoading, InLoadModeKeepsTheLogOpenUntilTheMainLibraryReturns) {
   run({"entry", "1", "loadmode"});
   EXPECT_THAT(recorded(), ElementsAre("call 1: 1 null", "log open", "visible"));
   EXPECT_THAT(
-      messagesIn(loadLog),
+      test::readMessages(loadLog),
       ElementsAre("ThinClientLauncher DLL entry point called", "load mode, load main dll"));
 }
 

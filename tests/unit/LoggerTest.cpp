@@ -1,4 +1,4 @@
-#include "ChildProcess.h"
+#include "Fork.h"
 #include "LauncherTest.h"
 
 #include <chrono>
@@ -280,7 +280,7 @@ TEST_F(Logging, CreatesEveryMissingFolder) {
   const auto file = home.path() / "one" / "two" / "log.txt";
   Logger::open(file, true);
   Logger::log("message");
-  EXPECT_THAT(messagesIn(file), ElementsAre("message"));
+  EXPECT_THAT(test::readMessages(file), ElementsAre("message"));
 }
 
 TEST_F(Logging, CreatesTheFolderButNoFileWhenOnlyValidating) {
@@ -294,7 +294,7 @@ TEST_F(Logging, OpensABareFileNameInTheWorkingFolder) {
     fs::remove_all(home.path() / "Library");
     Logger::open("bare.txt", true);
     Logger::log("message");
-    EXPECT_THAT(messagesIn(home.path() / "bare.txt"), ElementsAre("message"));
+    EXPECT_THAT(test::readMessages(home.path() / "bare.txt"), ElementsAre("message"));
     EXPECT_EQ(std::distance(fs::directory_iterator(home.path()), {}), 1);
   });
 }
@@ -335,7 +335,7 @@ TEST_F(Logging, KeepsTheFirstFileWhenOpenedTwiceAndDropsLinesUntilClosed) {
   Logger::open(second, true);
   Logger::log("works again");
   EXPECT_THAT(messages(), ElementsAre("kept"));
-  EXPECT_THAT(messagesIn(second), ElementsAre("works again"));
+  EXPECT_THAT(test::readMessages(second), ElementsAre("works again"));
 }
 
 TEST_F(Logging, KeepsNothingOfADroppedLineForTheNextOne) {

@@ -1,7 +1,7 @@
 #include "linux/PropertyList.h"
 
-#include "ChildProcess.h"
-#include "FileSystem.h"
+#include "Fork.h"
+#include "Home.h"
 
 #include <gmock/gmock.h>
 #include <plist/plist.h>

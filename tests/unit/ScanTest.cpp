@@ -1,4 +1,4 @@
-#include "ChildProcess.h"
+#include "Fork.h"
 #include "LauncherTest.h"
 
 #include <algorithm>
@@ -45,9 +45,7 @@ TEST_F(Scan, TakesTheWorkingFolderOfTheMoment) {
 }
 
 TEST_F(Scan, ListsApplicationsTwiceWhenItIsTheWorkingFolder) {
-  fs::create_directory(home.path() / "Applications");
-  test::inChildProcessWithRoot(home.path(), [&] {
-    fs::current_path("/Applications");
+  test::inChildProcessAt("/Applications", [&] {
     EXPECT_THAT(
         launcher.scanForPossibleDirectories(), ElementsAre("/Applications", "/Applications"));
   });

@@ -2,9 +2,9 @@
 // else of it. It obeys the commands that arrive on the socket given as its one argument, one packet
 // of words each, and answers each with one packet.
 
-#include "Polling.h"
-#include "ProcessReport.h"
-#include "SleepStandIn.h"
+#include "Eventually.h"
+#include "FakeSleep.h"
+#include "HostState.h"
 
 #include <array>
 #include <atomic>
@@ -74,15 +74,15 @@ static std::string launchAndExit(const Words& words) {
 }
 
 static std::string describe(const Words&) {
-  return test::toText(test::describeProcess());
+  return test::toText(test::currentState());
 }
 
 static std::string pauses(const Words&) {
-  return std::to_string(test::pausesAskedFor());
+  return std::to_string(test::FakeSleep::count());
 }
 
 static std::string sleepReally(const Words&) {
-  test::sleepPausesReally();
+  test::FakeSleep::sleepReally();
   return "so be it";
 }
 

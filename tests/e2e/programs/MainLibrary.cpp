@@ -1,8 +1,8 @@
 // The main library of the plug-in application: reports how it was entered, beside what the probe
 // reports, and records the safe start in the folder of its copy.
 
-#include "FileSystem.h"
-#include "ProcessReport.h"
+#include "Home.h"
+#include "HostState.h"
 
 #include <cstdlib>
 #include <dlfcn.h>
@@ -19,7 +19,7 @@ static fs::path ownPath() {
 }
 
 int VDIEntryPoint(int number, void* pointer) {
-  test::ProcessReport report = test::describeProcess();
+  test::HostState report = test::currentState();
   report["entry number"] = std::to_string(number);
   report["entry pointer"] = pointer == nullptr ? "null" : "set";
   report["main library"] = ownPath().string();

@@ -2,9 +2,9 @@
 // Starter FOLDER ARGUMENT [FOLDER ARGUMENT]... Ends once all outcomes are known; exit status 0 when
 // every call paused once.
 
+#include "Eventually.h"
+#include "FakeSleep.h"
 #include "LauncherHelper.h"
-#include "Polling.h"
-#include "SleepStandIn.h"
 
 #include <filesystem>
 #include <iterator>
@@ -23,7 +23,7 @@ int main(int argc, char** argv) {
   for (int i = 1; i + 1 < argc; i += 2, ++calls)
     LauncherHelper::launchFromDirectory(argv[i], argv[i + 1]);
   return test::eventually([=] { return threadCount() == threadsBefore; }) &&
-                 test::pausesAskedFor() == calls
+                 test::FakeSleep::count() == calls
              ? 0
              : 1;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
-// What a process can tell of itself: written by test programs, read by tests.
+// The state of a process that a library in it could disturb: written by test programs, read by
+// tests.
 
 #include <map>
 #include <string>
@@ -9,16 +10,16 @@ namespace test {
 
 // Values by name, such as "parent", "folder", "descriptor 0", "disposition of signal 17",
 // "environment HOME", "signals blocked". See the source for the whole list.
-using ProcessReport = std::map<std::string, std::string>;
+using HostState = std::map<std::string, std::string>;
 
 // This process, as the calling thread sees it.
-ProcessReport describeProcess();
+HostState currentState();
 
 // The argument vector as "argument 0" and so on.
-void describeArguments(ProcessReport& report, int argc, char** argv);
+void addArguments(HostState& state, int argc, char** argv);
 
 // One "name: value" line each, and back. Line feeds in values become "\n".
-std::string toText(const ProcessReport& report);
-ProcessReport fromText(const std::string& text);
+std::string toText(const HostState& state);
+HostState fromText(const std::string& text);
 
 } // namespace test

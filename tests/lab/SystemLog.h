@@ -5,8 +5,8 @@
 
 namespace test {
 
-// The daemon of the system log, in the private /dev: what processes write with syslog(3) arrives
-// here. Without one of these, nobody listens.
+// A fake daemon of the system log, at the sandbox's own /dev/log: receives what processes write
+// with syslog(3). Without one, nobody listens.
 class SystemLog {
 public:
   struct Entry {
@@ -20,17 +20,18 @@ public:
   SystemLog(const SystemLog&) = delete;
   SystemLog& operator=(const SystemLog&) = delete;
 
-  // Waits until this many entries arrived, in all, and returns all that did.
+  // Waits until this many entries have arrived in all. Returns all that have.
   const std::vector<Entry>& await(std::size_t count);
 
-  // The same, the messages alone.
+  // The same, but only the messages.
   std::vector<std::string> awaitMessages(std::size_t count);
 
-  // Until drained by the next await, every process that writes to the log is held up.
+  // Blocks every process that writes to the log, until the next await.
   void stall();
 
 private:
   bool receive();
+  bool waitForData() const;
 
   int listener;
   std::vector<Entry> entries;

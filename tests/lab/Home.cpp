@@ -1,4 +1,4 @@
-#include "FileSystem.h"
+#include "Home.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -59,6 +59,18 @@ fs::path ScopedHome::logFolder() const {
   return path() / "Library" / "Logs" / "VantuOrlixVDI";
 }
 
+fs::path ScopedHome::launchLog() const {
+  return logFolder() / "vdi-launch-launchmode-log.txt";
+}
+
+fs::path ScopedHome::loadLog() const {
+  return logFolder() / "vdi-launch-loadmode-log.txt";
+}
+
+Copy ScopedHome::copy(const std::string& name, const std::string& version) const {
+  return Copy(launcherFolder() / name, version);
+}
+
 void writeFile(const fs::path& file, const std::string& content) {
   fs::create_directories(file.parent_path());
   std::ofstream stream(file, std::ios::binary);
@@ -75,12 +87,34 @@ std::string readFile(const fs::path& file) {
   return content.str();
 }
 
-std::vector<std::string> readLines(const fs::path& file) {
+std::vector<std::string> splitLines(const std::string& text) {
   std::vector<std::string> lines;
-  std::ifstream stream(file, std::ios::binary);
+  std::istringstream stream(text);
   for (std::string line; std::getline(stream, line);)
     lines.push_back(line);
   return lines;
+}
+
+std::vector<std::string> readLines(const fs::path& file) {
+  return splitLines(readFile(file));
+}
+
+std::vector<std::string> readMessages(const fs::path& log) {
+  std::vector<std::string> messages = readLines(log);
+  for (auto& line : messages)
+    line.erase(0, TIME_STAMP_LENGTH);
+  return messages;
+}
+
+std::vector<fs::path> foldersIn(const fs::path& dir) {
+  std::vector<fs::path> folders;
+  if (!fs::exists(dir))
+    return folders;
+  for (const auto& entry : fs::directory_iterator(dir)) {
+    if (entry.is_directory())
+      folders.push_back(entry.path());
+  }
+  return folders;
 }
 
 std::string propertyList(const std::vector<std::pair<std::string, std::string>>& entries) {
@@ -91,13 +125,48 @@ std::string propertyList(const std::vector<std::pair<std::string, std::string>>&
   return list + "</dict>\n</plist>\n";
 }
 
-fs::path makeBundle(const fs::path& dir, const std::string& version) {
-  const fs::path bundle = dir / "OrlixVDIPlugin.app";
-  writeFile(
-      bundle / "Contents" / "Info.plist",
-      propertyList(
-          {{"CFBundleExecutable", "OrlixVDIPlugin"}, {"CFBundleShortVersionString", version}}));
-  return bundle;
+Copy::Copy(fs::path dir, const std::string& version) : folder(std::move(dir)) {
+  list(propertyList(
+      {{"CFBundleExecutable", "OrlixVDIPlugin"}, {"CFBundleShortVersionString", version}}));
+}
+
+Copy& Copy::list(const std::string& content) {
+  writeFile(propertyListIn(folder), content);
+  return *this;
+}
+
+Copy& Copy::executable(const fs::path& program) {
+  fs::create_directories(executableIn(folder).parent_path());
+  fs::copy_file(program, executableIn(folder), fs::copy_options::overwrite_existing);
+  return *this;
+}
+
+Copy& Copy::launches(const std::string& count) {
+  writeFile(folder / "launchCount.dat", count);
+  return *this;
+}
+
+Copy& Copy::launched(std::chrono::hours ago) {
+  writeFile(folder / "launch.dat", "0");
+  fs::last_write_time(folder / "launch.dat", fs::file_time_type::clock::now() - ago);
+  return *this;
+}
+
+Copy& Copy::startedSafely() {
+  writeFile(folder / "started.dat", "");
+  return *this;
+}
+
+fs::path bundleIn(const fs::path& dir) {
+  return dir / "OrlixVDIPlugin.app";
+}
+
+fs::path propertyListIn(const fs::path& dir) {
+  return bundleIn(dir) / propertyListPlace;
+}
+
+fs::path executableIn(const fs::path& dir) {
+  return bundleIn(dir) / "Contents" / "MacOS" / "OrlixVDIPlugin";
 }
 
 } // namespace test

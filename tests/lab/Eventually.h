@@ -5,7 +5,8 @@
 
 namespace test {
 
-// Whether the condition comes true; asks again and again for as long as a very slow machine needs.
+// Polls until the condition holds, for as long as a very slow machine needs. Whether it came to
+// hold.
 template <typename Condition>
 bool eventually(Condition condition) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);

@@ -1,4 +1,4 @@
-#include "SleepStandIn.h"
+#include "FakeSleep.h"
 
 #include <atomic>
 #include <ctime>
@@ -10,16 +10,16 @@ namespace {
 constexpr std::time_t PAUSE_SECONDS = 3;
 
 std::atomic<std::size_t> pauses{0};
-std::atomic<bool> sleepReally{false};
-std::function<void()> action;
+std::atomic<bool> reallySleep{false};
+std::function<void()> pauseAction;
 
-bool standsInFor(const timespec* request) {
+bool isFaked(const timespec* request) {
   if (request->tv_sec != PAUSE_SECONDS || request->tv_nsec != 0)
     return false;
   ++pauses;
-  if (action)
-    action();
-  return !sleepReally;
+  if (pauseAction)
+    pauseAction();
+  return !reallySleep;
 }
 
 template <typename Function>
@@ -29,27 +29,30 @@ Function* original(Function*, const char* name) {
 
 } // namespace
 
-std::size_t test::pausesAskedFor() {
+namespace test::FakeSleep {
+
+std::size_t count() {
   return pauses;
 }
 
-void test::atEveryPause(std::function<void()> wanted) {
-  action = std::move(wanted);
+void setAction(std::function<void()> action) {
+  pauseAction = std::move(action);
 }
 
-void test::sleepPausesReally() {
-  sleepReally = true;
+void sleepReally() {
+  reallySleep = true;
 }
 
-// The C library's own names; which of the two a standard library sleeps with is its affair.
+} // namespace test::FakeSleep
 
+// Standard libraries sleep with one function or the other.
 extern "C" int nanosleep(const timespec* request, timespec* remaining) {
-  return standsInFor(request) ? 0 : original(&nanosleep, "nanosleep")(request, remaining);
+  return isFaked(request) ? 0 : original(&nanosleep, "nanosleep")(request, remaining);
 }
 
 extern "C" int
 clock_nanosleep(clockid_t clock, int flags, const timespec* request, timespec* remaining) {
-  return flags == 0 && standsInFor(request)
+  return flags == 0 && isFaked(request)
              ? 0
              : original(&clock_nanosleep, "clock_nanosleep")(clock, flags, request, remaining);
 }

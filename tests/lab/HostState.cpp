@@ -1,4 +1,4 @@
-#include "ProcessReport.h"
+#include "HostState.h"
 
 #include <array>
 #include <cerrno>
@@ -40,7 +40,7 @@ std::string describeDescriptor(int descriptor, const std::string& target) {
          (peer.empty() ? "" : " connected to " + peer);
 }
 
-void describeDescriptors(ProcessReport& report) {
+void addDescriptors(HostState& state) {
   const std::string listing = "/proc/" + std::to_string(::getpid()) + "/fd";
   for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
     std::error_code gone;
@@ -48,12 +48,12 @@ void describeDescriptors(ProcessReport& report) {
     if (gone || target == listing)
       continue; // the descriptor of this very listing
     const std::string number = entry.path().filename().string();
-    report["descriptor " + number] = describeDescriptor(std::stoi(number), target);
+    state["descriptor " + number] = describeDescriptor(std::stoi(number), target);
   }
 }
 
 // From the kernel's own table: it covers the signals that the C library keeps to itself.
-void describeStatus(ProcessReport& report) {
+void addStatus(HostState& state) {
   const std::map<std::string, std::string> wanted = {
       {"Umask", "umask"},
       {"Threads", "threads"},
@@ -65,11 +65,11 @@ void describeStatus(ProcessReport& report) {
     const auto colon = line.find(':');
     const auto found = wanted.find(line.substr(0, colon));
     if (found != wanted.end())
-      report[found->second] = line.substr(line.find_first_not_of(" \t", colon + 1));
+      state[found->second] = line.substr(line.find_first_not_of(" \t", colon + 1));
   }
 }
 
-void describeDispositions(ProcessReport& report) {
+void addDispositions(HostState& state) {
   for (int signal = 1; signal < NSIG; ++signal) {
     struct sigaction action {};
     if (::sigaction(signal, nullptr, &action) != 0)
@@ -80,24 +80,24 @@ void describeDispositions(ProcessReport& report) {
       if (sigismember(&action.sa_mask, masked) == 1)
         text << ' ' << masked;
     }
-    report["disposition of signal " + std::to_string(signal)] = text.str();
+    state["disposition of signal " + std::to_string(signal)] = text.str();
   }
 }
 
-void describeLimits(ProcessReport& report) {
+void addLimits(HostState& state) {
   for (int resource = 0; resource < RLIM_NLIMITS; ++resource) {
     rlimit limit{};
     ::getrlimit(static_cast<__rlimit_resource>(resource), &limit);
-    report["limit " + std::to_string(resource)] =
+    state["limit " + std::to_string(resource)] =
         std::to_string(limit.rlim_cur) + " of " + std::to_string(limit.rlim_max);
   }
 }
 
-void describeEnvironment(ProcessReport& report) {
+void addEnvironment(HostState& state) {
   for (char** variable = environ; *variable != nullptr; ++variable) {
     const std::string text = *variable;
     const auto equals = text.find('=');
-    report["environment " + text.substr(0, equals)] = text.substr(equals + 1);
+    state["environment " + text.substr(0, equals)] = text.substr(equals + 1);
   }
 }
 
@@ -108,9 +108,9 @@ bool hasChildren() {
 
 } // namespace
 
-ProcessReport describeProcess() {
+HostState currentState() {
   std::error_code none;
-  ProcessReport report = {
+  HostState state = {
       {"executable", fs::read_symlink("/proc/self/exe", none).string()},
       {"folder", fs::current_path(none).string()},
       {"process", std::to_string(::getpid())},
@@ -120,22 +120,22 @@ ProcessReport describeProcess() {
       {"children", hasChildren() ? "some" : "none"},
       {"C locale", std::setlocale(LC_ALL, nullptr)},
       {"C++ locale", std::locale().name()}};
-  describeDescriptors(report);
-  describeStatus(report);
-  describeDispositions(report);
-  describeLimits(report);
-  describeEnvironment(report);
-  return report;
+  addDescriptors(state);
+  addStatus(state);
+  addDispositions(state);
+  addLimits(state);
+  addEnvironment(state);
+  return state;
 }
 
-void describeArguments(ProcessReport& report, int argc, char** argv) {
+void addArguments(HostState& state, int argc, char** argv) {
   for (int i = 0; i < argc; ++i)
-    report["argument " + std::to_string(i)] = argv[i];
+    state["argument " + std::to_string(i)] = argv[i];
 }
 
-std::string toText(const ProcessReport& report) {
+std::string toText(const HostState& state) {
   std::string text;
-  for (const auto& [name, value] : report) {
+  for (const auto& [name, value] : state) {
     text += name + ": ";
     for (const char c : value)
       text += c == '\n' ? std::string("\\n") : std::string(1, c);
@@ -144,14 +144,14 @@ std::string toText(const ProcessReport& report) {
   return text;
 }
 
-ProcessReport fromText(const std::string& text) {
-  ProcessReport report;
+HostState fromText(const std::string& text) {
+  HostState state;
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
     const auto colon = line.find(": ");
-    report[line.substr(0, colon)] = line.substr(colon + 2);
+    state[line.substr(0, colon)] = line.substr(colon + 2);
   }
-  return report;
+  return state;
 }
 
 } // namespace test

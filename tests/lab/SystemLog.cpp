@@ -1,10 +1,9 @@
 #include "SystemLog.h"
 
-#include "Polling.h"
-
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <poll.h>
 #include <stdexcept>
 #include <string_view>
 #include <sys/socket.h>
@@ -54,12 +53,22 @@ bool SystemLog::receive() {
   return true;
 }
 
+// Whether something arrived within a time that a very slow machine needs.
+bool SystemLog::waitForData() const {
+  constexpr int PATIENCE_MILLISECONDS = 60'000;
+  pollfd readable{listener, POLLIN, 0};
+  int ready = 0;
+  do {
+    ready = ::poll(&readable, 1, PATIENCE_MILLISECONDS);
+  } while (ready < 0 && errno == EINTR);
+  return ready == 1;
+}
+
 const std::vector<SystemLog::Entry>& SystemLog::await(std::size_t count) {
-  eventually([&] {
+  do {
     while (receive()) {
     }
-    return entries.size() >= count;
-  });
+  } while (entries.size() < count && waitForData());
   return entries;
 }
 
@@ -70,7 +79,7 @@ std::vector<std::string> SystemLog::awaitMessages(std::size_t count) {
   return messages;
 }
 
-// Whether nothing went in. The sender may be full before the log is.
+// Whether the log took nothing. A sender may be full before the log is.
 static bool fillFromNewSender() {
   const int sender = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
   std::size_t sent = 0;
