@@ -3,7 +3,7 @@
 #include "LauncherHelper.h"
 #include "LogMessages.h"
 #include "Logger.h"
-#include "SubDirectories.h"
+#include "Scan.h"
 
 #include <algorithm>
 #include <iterator>

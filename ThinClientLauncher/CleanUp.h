@@ -1,7 +1,7 @@
 #pragma once
 
-// What a clean-up of the launcher folder removes and keeps. Reads the file system and reports to the
-// log, if one is open; changes nothing else.
+// What a clean-up of the launcher folder removes and keeps. Reads the file system and reports to
+// the log, if one is open; changes nothing else.
 
 #include "ThinClientLauncherBase.h"
 

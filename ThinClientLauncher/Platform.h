@@ -17,10 +17,10 @@ std::filesystem::path libraryDirectory();
 // when the bundle, the list or the key is missing or unreadable, or the value is no text.
 std::string bundleVersion(const std::filesystem::path& bundle);
 
-// Requests the start of a new instance of the bundle with exactly this argument, and returns without
-// waiting for it. An argument that is not UTF-8 is left out. The outcome goes to the system log once,
-// from another thread: "launch app succeed", or "Failed to run the app: " and the reason. Two
-// exceptions: when no thread can be created, the start fails unreported; a path that the system
+// Requests the start of a new instance of the bundle with exactly this argument, and returns
+// without waiting for it. An argument that is not UTF-8 is left out. The outcome goes to the system
+// log once, from another thread: "launch app succeed", or "Failed to run the app: " and the reason.
+// Two exceptions: when no thread can be created, the start fails unreported; a path that the system
 // cannot represent is reported on the caller's thread.
 void startApplication(const std::filesystem::path& bundle, const std::string& argument);
 

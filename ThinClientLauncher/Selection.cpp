@@ -3,33 +3,11 @@
 #include "LauncherHelper.h"
 #include "LogMessages.h"
 #include "Logger.h"
-#include "SubDirectories.h"
 
 #include <algorithm>
 
-namespace fs = std::filesystem;
-
 using Path = ThinClientLauncherBase::Path;
 using CandidateList = ThinClientLauncherBase::CandidateList;
-
-// --- Scan ---
-
-static void append(CandidateList& list, const CandidateList& more) {
-  list.insert(list.end(), more.begin(), more.end());
-}
-
-CandidateList ThinClientLauncherBase::scanForPossibleDirectories() const {
-  CandidateList candidates;
-  candidates.push_back(LauncherHelper::getOriginalInstallationDirectory());
-  candidates.push_back(fs::current_path());
-  append(candidates, subDirectories(LauncherHelper::getLauncherDirectory()));
-  append(candidates, subDirectories(LauncherHelper::getCurrentPackageDirectory()));
-  return candidates;
-}
-
-bool ThinClientLauncherBase::isBelongLaunchDirectory(const Path& dir) const {
-  return dir.parent_path() == LauncherHelper::getLauncherDirectory();
-}
 
 // --- Operations ---
 

@@ -3,7 +3,8 @@
 // What a launch decides about its candidates. The operations of ThinClientLauncherBase act on these
 // decisions, and launcher-inspect explains them.
 //
-// The functions read the file system and report to the log, if one is open; they change nothing else.
+// The functions read the file system and report to the log, if one is open; they change nothing
+// else.
 
 #include "ThinClientLauncherBase.h"
 

@@ -32,13 +32,15 @@ public:
   // component that is no 32-bit number makes the answer false where it is reached.
   static bool isGreaterVersion(const std::string& a, const std::string& b, std::uint32_t count);
 
-  // --- Selection.cpp ---
+  // --- Scan.cpp ---
 
   // The installer's folder, the working directory and every sub-folder of the launcher folder, in
   // that order and as the file system lists them; untested and with duplicates.
   CandidateList scanForPossibleDirectories() const;
 
   bool isBelongLaunchDirectory(const Path& dir) const;
+
+  // --- Selection.cpp ---
 
   // Keeps the folders that hold the bundle and are not corrupt; writes the versions of the corrupt
   // ones to corrupt.dat.

@@ -1,6 +1,6 @@
-// Whole processes, one per sample: launches over homes of growing size, by the launcher and by what
-// it is compared with; and the loading of the library. Random interleaving puts the samples of all
-// contestants side by side.
+// Whole processes, one per sample: launches over homes of growing size, by the launcher and by the
+// programs that it is compared with; and the loading of the library. Random interleaving puts the
+// samples of all programs side by side.
 
 #include "BenchHome.h"
 
@@ -29,7 +29,7 @@ const BenchHome& homeWith(int copies) {
   return *home;
 }
 
-// What the measured programs report of themselves.
+// What a measured program prints.
 struct Report {
   double wholeSeconds = 0;
   double processorSeconds = 0; // of the process and of those it waited for
@@ -55,7 +55,7 @@ Report measure(const std::string& command) {
   FILE* const output = ::popen(command.c_str(), "r");
   if (output == nullptr)
     throw std::runtime_error("cannot run " + command);
-  // The scripts print nothing: they have no part that is not a launch.
+  // The scripts print nothing: for them the whole process is the launch.
   const int fields = std::fscanf(
       output,
       "%lf %lf %lf",
@@ -92,10 +92,10 @@ void addBenchmark(
       ->Unit(benchmark::kMicrosecond);
 }
 
-// The command is the process itself: the shell execs it.
+// The shell executes the command in its own process, so no second process is measured.
 void addLaunch(
-    const std::string& contestant, int copies, int repetitions, const std::string& command) {
-  addBenchmark(contestant + "/" + std::to_string(copies), repetitions, [copies, command] {
+    const std::string& program, int copies, int repetitions, const std::string& command) {
+  addBenchmark(program + "/" + std::to_string(copies), repetitions, [copies, command] {
     const BenchHome& home = homeWith(copies);
     return "cd '" + home.workFolder().string() + "' && HOME='" + home.path().string() + "' exec " +
            command;
@@ -110,8 +110,8 @@ int main(int argc, char** argv) {
     const int scriptRepetitions = copies <= 100 ? 11 : copies <= 1000 ? 3 : 1;
     addLaunch(
         "launcher", copies, repetitions, BENCH_HOST " " LAUNCHER_LIBRARY " " + CLIENT_VERSION);
-    addLaunch("floor", copies, repetitions, BENCH_FLOOR " rules " + CLIENT_VERSION);
-    addLaunch("floor-once", copies, repetitions, BENCH_FLOOR " once " + CLIENT_VERSION);
+    addLaunch("baseline", copies, repetitions, BENCH_BASELINE " rules " + CLIENT_VERSION);
+    addLaunch("baseline-once", copies, repetitions, BENCH_BASELINE " once " + CLIENT_VERSION);
     addLaunch("script", copies, scriptRepetitions, BENCH_SCRIPTS "/script.sh");
     addLaunch("frugal-script", copies, scriptRepetitions, BENCH_SCRIPTS "/frugal-script.sh");
   }

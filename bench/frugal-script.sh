@@ -1,5 +1,5 @@
 #!/bin/sh
-# The same as script.sh by an expert of the shell: one process per copy and no more.
+# The same as script.sh with only one process per copy.
 tab=$(printf '\t')
 newest=$(
   for list in "$PWD"/OrlixVDIPlugin.app/Contents/Info.plist \

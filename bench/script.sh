@@ -1,5 +1,6 @@
 #!/bin/sh
-# What an administrator would write: read every version with plistutil, sort, start the newest.
+# A launch as an administrator might write it: read every version with plistutil, sort, start the
+# newest.
 newest=$(
   for list in "$PWD"/OrlixVDIPlugin.app/Contents/Info.plist \
     "$HOME/Library/Application Support/VantuOrlixVDILauncher"/*/OrlixVDIPlugin.app/Contents/Info.plist

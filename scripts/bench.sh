@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Measures what a launch costs, beside a floor in C and a shell script, and writes the figures into
+# Measures what a launch costs, beside a baseline in C and a shell script, and writes the figures into
 # docs/performance.md and docs/performance.png. Exit status 1 when a target is missed.
-# Takes about five minutes; other work on the machine makes the figures worse, the ratios less so.
+# Takes about five minutes. Other work on the machine changes the times more than the ratios.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

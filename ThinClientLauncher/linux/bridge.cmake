@@ -13,13 +13,13 @@ target_sources(launcher_objects PRIVATE
 target_link_libraries(launcher_objects PUBLIC
   PkgConfig::GLIB PkgConfig::PLIST Threads::Threads ${CMAKE_DL_LIBS})
 
-# A unique symbol would keep the library mapped whatever the host does.
+# A library that defines a unique symbol is never unmapped.
 foreach(objects IN ITEMS launcher_rules launcher_objects)
   target_compile_options(${objects} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
 endforeach()
 
-# A host, or another copy of this library, may hold symbols of the same names: each copy keeps to
-# its own.
+# The host, or another copy of this library in the process, may define symbols of the same names: each
+# copy binds to its own.
 set(exports ${CMAKE_CURRENT_SOURCE_DIR}/linux/exports.map)
 target_link_options(ThinClientLauncher PRIVATE -Wl,-Bsymbolic -Wl,--version-script=${exports})
 set_target_properties(ThinClientLauncher PROPERTIES LINK_DEPENDS ${exports})

@@ -1,5 +1,5 @@
-// The one source that talks to Foundation, AppKit and dyld. It reads the same with and without
-// ARC: every object comes from a convenience constructor and ends with the pool of its operation.
+// The one source that talks to Foundation, AppKit and dyld. It works with and without ARC: every
+// object comes from a convenience constructor and is released by its operation's autorelease pool.
 
 #include "../Platform.h"
 
@@ -14,12 +14,12 @@ namespace Platform {
 
 // --- Texts ---
 
-// Nil for bytes that are not UTF-8.
+// Nil if the bytes are not UTF-8.
 static NSString* platformString(const std::string& text) {
   return [NSString stringWithUTF8String:text.c_str()];
 }
 
-// Empty for nil and for whatever is no text or has no UTF-8 form.
+// Empty for nil, for an object that is no text, and for a text without a UTF-8 form.
 static std::string standardString(id value) {
   if (![value isKindOfClass:[NSString class]])
     return {};
@@ -47,7 +47,7 @@ fs::path libraryDirectory() {
 
 // --- Bundles ---
 
-// Every step that finds nothing hands nil to the next.
+// A message to nil returns nil, so any step that finds nothing leads to the empty text.
 std::string bundleVersion(const fs::path& bundle) {
   @autoreleasepool {
     NSString* const path = platformString(bundle.string());
@@ -69,10 +69,10 @@ static NSWorkspaceOpenConfiguration* newInstanceWith(NSArray* arguments) {
 
 void startApplication(const fs::path& bundle, const std::string& argument) {
   @autoreleasepool {
-    // A nil argument ends the list before it has begun.
+    // The first nil ends the list, so an argument that is not UTF-8 gives an empty one.
     NSArray* const arguments = [NSArray arrayWithObjects:platformString(argument), nil];
     NSString* const path = platformString(bundle.string());
-    if (path == nil) { // no URL can name it, and AppKit would raise
+    if (path == nil) { // no URL can represent it, and AppKit would raise an exception
       NSLog(@"Failed to run the app: %@", @"its path is not UTF-8");
       return;
     }
@@ -92,7 +92,7 @@ void startApplication(const fs::path& bundle, const std::string& argument) {
 
 // --- Libraries ---
 
-// dyld resolves the notation itself.
+// dyld resolves this notation.
 std::string frameworksPrefix() {
   return "@executable_path/../Frameworks/";
 }

@@ -7,13 +7,13 @@ set_target_properties(launcher_objects PROPERTIES
   OBJCXX_STANDARD_REQUIRED ON
   OBJCXX_EXTENSIONS OFF
   OBJCXX_VISIBILITY_PRESET hidden)
-# An unknown message is only a warning by default, and fails at run time.
+# By default an unknown message is only a warning, and fails at run time.
 target_compile_options(launcher_objects PRIVATE -fobjc-arc -Werror=objc-method-access)
 target_link_libraries(launcher_objects PUBLIC "-framework Foundation" "-framework AppKit" objc)
 
-# Hosts and applications find the library beside themselves or by its path, never by a build path.
+# Hosts and applications load the library by a relative or absolute path, never by a build path.
 set(exports ${CMAKE_CURRENT_SOURCE_DIR}/macos/exports.txt)
-target_link_options(ThinClientLauncher PRIVATE 
+target_link_options(ThinClientLauncher PRIVATE
   -Wl,-exported_symbols_list,${exports} -Wl,-no_implicit_dylibs)
 set_target_properties(ThinClientLauncher PROPERTIES
   LINK_DEPENDS ${exports}

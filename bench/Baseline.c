@@ -1,9 +1,9 @@
-// The floor: one launch as plain C without checks, for a home folder that the benchmarks lay out,
-// with one parse per copy. Not a launcher.
+// The baseline: one launch as plain C without checks, over a home folder that the benchmarks lay
+// out, with one parse per copy. It is no replacement for the launcher.
 //
 // "rules" makes the system calls that the rules of a launch ask for: three operations read a copy's
-// version, two its launch count, two test its bundle. "once" looks at each file a single time.
-// Usage: bench_floor rules|once CLIENT_VERSION
+// version, two its launch count, two test its bundle. "once" reads each file a single time.
+// Usage: bench_baseline rules|once CLIENT_VERSION
 
 #include "Measure.h"
 
