@@ -30,7 +30,6 @@ build libcli11-dev reads the arguments of launcher-inspect
 build libfmt-dev lays out its text
 build nlohmann-json3-dev writes its JSON
 test googletest test framework, compiled with the flags of each build
-test bubblewrap private /Applications and system log for the tests
 test groff-base checks the manual page
 test zsh checks the completion for zsh
 test strace traces what a process asks of the system

@@ -1,23 +1,25 @@
 #include <gmock/gmock.h>
 
-#include <filesystem>
-#include <vector>
-
 #ifdef __linux__
 #include "Sandbox.h"
 
-// Runs the tests in a sandbox. They can be listed without one.
-int main(int argc, char** argv) {
-  std::vector<char*> arguments(argv, argv + argc + 1); // before GoogleTest removes its own
+#include <iostream>
+
+// The tests run in a sandbox. They can be listed without one.
+int main(int argc, char** argv) try {
   testing::InitGoogleMock(&argc, argv);
-  if (!testing::GTEST_FLAG(list_tests) && !test::Sandbox::isInside())
-    return test::Sandbox::runInside(arguments.data());
+  if (!testing::GTEST_FLAG(list_tests))
+    test::Sandbox::enter();
   return RUN_ALL_TESTS();
+} catch (const std::exception& failure) {
+  std::cerr << failure.what() << '\n';
+  return 1;
 }
 
 #else
+#include <filesystem>
 
-// Without a sandbox, the tests would look at an installed copy, and start it.
+// Without a sandbox, the tests would look at an installed copy and could start it.
 class NoInstalledCopy : public testing::Environment {
   void SetUp() override {
     if (std::filesystem::exists("/Applications/OrlixVDIPlugin.app"))

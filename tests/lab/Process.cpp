@@ -85,26 +85,6 @@ Result run(const Command& command) {
   return {statusOf(status), taken(out), taken(err)};
 }
 
-int runAttached(const Command& command) {
-  Spawn spawn(command);
-  int status = 0;
-  GError* error = nullptr;
-  g_spawn_sync(
-      spawn.workingDirectory(),
-      spawn.argv.data(),
-      spawn.environment.get(),
-      GSpawnFlags(
-          G_SPAWN_SEARCH_PATH | G_SPAWN_CHILD_INHERITS_STDIN | G_SPAWN_LEAVE_DESCRIPTORS_OPEN),
-      spawn.setup,
-      nullptr,
-      nullptr,
-      nullptr,
-      &status,
-      &error);
-  throwOnError(error);
-  return statusOf(status);
-}
-
 bool becomeUnprivileged() {
   return ::geteuid() != 0 ||
          (::setgroups(0, nullptr) == 0 && ::setgid(NOBODY) == 0 && ::setuid(NOBODY) == 0);

@@ -26,9 +26,6 @@ struct Result {
 // Runs a program to its end and captures what it prints.
 Result run(const Command& command);
 
-// Runs a program to its end on this process's standard streams and descriptors; returns its status.
-int runAttached(const Command& command);
-
 constexpr uid_t NOBODY = 65534;
 
 // Makes this process the user "nobody"'s, whom permissions bind, if it is root's. Whether it could.

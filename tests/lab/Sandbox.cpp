@@ -1,13 +1,19 @@
 #include "Sandbox.h"
 
-#include "Process.h"
+#include "Home.h"
 
-#include <cstdio>
-#include <filesystem>
-#include <linux/magic.h>
-#include <set>
+#include <cerrno>
+#include <cstdlib>
+#include <linux/capability.h>
+#include <sched.h>
 #include <stdexcept>
-#include <sys/vfs.h>
+#include <sys/mount.h>
+#include <sys/syscall.h>
+#include <system_error>
+#include <unistd.h>
+
+// System calls rather than bubblewrap: it takes ten times as long, and ctest runs every test in a
+// process of its own.
 
 namespace fs = std::filesystem;
 
@@ -15,11 +21,11 @@ namespace test::Sandbox {
 
 namespace {
 
-constexpr const char* TEMPORARY_FOLDER = "/launcher-test";
+const fs::path TEMPORARY_FOLDER = "/launcher-test";
+const fs::path OLD_ROOT = "/.machine";
 
 constexpr const char* ADVICE = R"(
 These tests need a private mount namespace and did not get one. What helps:
-  - bubblewrap is not installed: scripts/install-packages.sh test
   - an ordinary user may not create user namespaces:
       sysctl -w kernel.unprivileged_userns_clone=1             (Debian)
       sysctl -w kernel.apparmor_restrict_unprivileged_userns=0 (Ubuntu)
@@ -28,54 +34,93 @@ These tests need a private mount namespace and did not get one. What helps:
     seccomp and AppArmor profiles
 )";
 
-bool isMemoryFileSystem(const char* path) {
-  struct statfs status {};
-  return ::statfs(path, &status) == 0 && status.f_type == TMPFS_MAGIC;
+bool entered = false;
+
+void orThrow(long result, const std::string& call) {
+  if (result != 0)
+    throw std::system_error(errno, std::generic_category(), call);
 }
 
-// The new root is a file system of its own that holds the entries of the real one: a mount point
-// that is missing there is never created on the real root.
-std::vector<std::string> wrapped(const std::vector<std::string>& program) {
-  std::vector<std::string> words{"bwrap", "--die-with-parent", "--tmpfs", "/"};
-  const std::set<fs::path> replaced{"/Applications", "/dev", TEMPORARY_FOLDER};
-  for (const auto& entry : fs::directory_iterator("/")) {
-    const std::string path = entry.path().string();
-    if (replaced.count(entry.path()) != 0)
-      continue;
-    if (entry.is_symlink()) // a mount takes longer
-      words.insert(words.end(), {"--symlink", fs::read_symlink(path).string(), path});
-    else
-      words.insert(words.end(), {"--bind-try", path, path});
+// An ordinary user needs a user namespace too, in which the user stays the same.
+void unshareAsOrdinaryUser() {
+  const std::string user = std::to_string(::geteuid());
+  const std::string group = std::to_string(::getegid());
+  orThrow(::unshare(CLONE_NEWUSER | CLONE_NEWNS), "unshare");
+  writeFile("/proc/self/setgroups", "deny");
+  writeFile("/proc/self/uid_map", user + " " + user + " 1");
+  writeFile("/proc/self/gid_map", group + " " + group + " 1");
+}
+
+// Those of the user namespace, with which denied permissions would not count.
+void dropCapabilities() {
+  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+  const __user_cap_data_struct none[2]{};
+  orThrow(::syscall(SYS_capset, &header, none), "capset");
+}
+
+// Shows an entry of the machine's root at its place in the new one.
+void show(const fs::path& place) {
+  const fs::path original = OLD_ROOT / place.relative_path();
+  if (fs::is_symlink(original)) {
+    fs::copy_symlink(original, place);
+    return;
   }
-  words.insert(words.end(), {"--dev", "/dev", "--tmpfs", "/Applications"});
-  words.insert(words.end(), {"--tmpfs", TEMPORARY_FOLDER, "--setenv", "TMPDIR", TEMPORARY_FOLDER});
-  words.insert(words.end(), program.begin(), program.end());
-  return words;
+  if (fs::is_directory(original))
+    fs::create_directory(place);
+  else
+    writeFile(place, "");
+  orThrow(
+      ::mount(original.c_str(), place.c_str(), nullptr, MS_BIND | MS_REC, nullptr), place.string());
+}
+
+// A file system of its own: folders that are missing in the machine's root are not created there.
+void enterEmptyRoot() {
+  orThrow(::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "mount /");
+  const fs::path root = "/tmp";
+  orThrow(::mount("sandbox", root.c_str(), "tmpfs", 0, "mode=755"), "mount tmpfs");
+  const fs::path oldRoot = root / OLD_ROOT.relative_path();
+  fs::create_directory(oldRoot);
+  orThrow(::syscall(SYS_pivot_root, root.c_str(), oldRoot.c_str()), "pivot_root");
+  fs::current_path("/");
+}
+
+void fillRoot() {
+  for (const fs::path place : {"/Applications", "/dev", "/dev/pts", "/launcher-test"})
+    fs::create_directory(place);
+  fs::permissions(TEMPORARY_FOLDER, fs::perms::all | fs::perms::sticky_bit);
+  for (const auto& entry : fs::directory_iterator(OLD_ROOT)) {
+    const fs::path place = "/" / entry.path().filename();
+    if (!fs::exists(fs::symlink_status(place)))
+      show(place);
+  }
+  for (const char* name : {"null", "zero", "full", "random", "urandom", "tty", "fd"})
+    show(fs::path("/dev") / name);
+  orThrow(::mount("devpts", "/dev/pts", "devpts", 0, "newinstance,ptmxmode=0666"), "mount devpts");
+  fs::create_symlink("pts/ptmx", "/dev/ptmx");
+  orThrow(::umount2(OLD_ROOT.c_str(), MNT_DETACH), "umount2");
+  fs::remove(OLD_ROOT);
 }
 
 } // namespace
 
-bool isInside() {
-  return isMemoryFileSystem(TEMPORARY_FOLDER) && isMemoryFileSystem("/Applications");
-}
-
-int runInside(char** argv) {
-  std::vector<std::string> program{fs::read_symlink("/proc/self/exe").string()};
-  for (char** argument = argv + 1; *argument != nullptr; ++argument)
-    program.emplace_back(*argument);
-  try {
-    const int status = runAttached({wrapped(program)});
-    if (status == 0 || runAttached({wrapped({"true"})}) == 0)
-      return status;
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "%s\n", failure.what());
-  }
-  std::fputs(ADVICE, stderr);
-  return 1;
+void enter() try {
+  const fs::path workingDirectory = fs::current_path();
+  const bool isOrdinaryUser = ::unshare(CLONE_NEWNS) != 0;
+  if (isOrdinaryUser)
+    unshareAsOrdinaryUser();
+  enterEmptyRoot();
+  fillRoot();
+  if (isOrdinaryUser)
+    dropCapabilities();
+  fs::current_path(workingDirectory);
+  ::setenv("TMPDIR", TEMPORARY_FOLDER.c_str(), 1);
+  entered = true;
+} catch (const std::system_error& failure) {
+  throw std::runtime_error(failure.what() + std::string("\n") + ADVICE);
 }
 
 ScopedApplications::ScopedApplications() {
-  if (!isInside())
+  if (!entered)
     throw std::logic_error("not in a sandbox: the machine's own /Applications stays as it is");
 }
 

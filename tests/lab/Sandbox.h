@@ -1,20 +1,17 @@
 #pragma once
 
 // A private view of the machine for a whole test program: its own /Applications, /dev and temporary
-// folder, each empty at first and gone at the end. No daemon listens at its /dev/log. Everything
-// else is as on the machine.
+// folder. They are empty at first, but for the usual devices, and gone at the end. No daemon
+// listens at its /dev/log. Everything else is as on the machine.
 
 namespace test::Sandbox {
 
-// Whether this process runs inside.
-bool isInside();
+// Moves this process, which must have one thread, into a sandbox of its own. Throws what to do
+// about it where that is impossible.
+void enter();
 
-// Starts this program once more, with the same arguments, inside; returns its exit status. Where
-// that is impossible, prints what to do about it and returns another status than 0.
-int runInside(char** argv);
-
-// The sandbox's /Applications for the length of a scope, emptied at its end. Refuses to work
-// outside the sandbox.
+// The sandbox's /Applications for the length of a scope, emptied at its end. Throws outside a
+// sandbox.
 class ScopedApplications {
 public:
   ScopedApplications();
