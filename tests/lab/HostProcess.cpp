@@ -21,7 +21,7 @@ HostProcess::HostProcess(const fs::path& output) {
   std::array<int, 2> ends{};
   if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
     throw std::runtime_error("cannot create a socket");
-  process = start({{HOST_PROGRAM, std::to_string(INHERITED_DESCRIPTOR)}}, output, ends[1]);
+  process = start({{HOST_PROGRAM}}, output, ends[1]);
   ::close(ends[1]);
   commands = ends[0];
   ::setsockopt(commands, SOL_SOCKET, SO_RCVTIMEO, &PATIENCE, sizeof PATIENCE);
