@@ -2,10 +2,10 @@
 
 #include "Home.h"
 #include "Process.h"
+#include "Threads.h"
 
 #include <array>
 #include <csignal>
-#include <iterator>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -53,16 +53,8 @@ bool HostProcess::hasLauncherMapped() const {
   return maps.find("libThinClientLauncher.dylib") != std::string::npos;
 }
 
-// The thread sanitizer has one of its own in the host.
-#ifdef __SANITIZE_THREAD__
-constexpr int SANITIZER_THREADS = 1;
-#else
-constexpr int SANITIZER_THREADS = 0;
-#endif
-
 int HostProcess::threads() const {
-  const fs::directory_iterator tasks("/proc/" + std::to_string(process) + "/task");
-  return static_cast<int>(std::distance(fs::begin(tasks), fs::end(tasks))) - SANITIZER_THREADS;
+  return countThreads(std::to_string(process));
 }
 
 int HostProcess::end() {

@@ -6,23 +6,13 @@
 #include "Eventually.h"
 #include "FakeSleep.h"
 #include "LauncherHelper.h"
+#include "Threads.h"
 
-#include <filesystem>
-#include <iterator>
 #include <string>
-#include <thread>
-
-static std::ptrdiff_t threadCount() {
-  const std::filesystem::directory_iterator threads("/proc/self/task");
-  return std::distance(begin(threads), end(threads));
-}
 
 static bool start(const char* folder, const char* argument) {
-  // A sanitizer may start a thread of its own with the first one, and keep it.
-  std::thread([] {}).join();
-  const std::ptrdiff_t threadsBefore = threadCount();
   LauncherHelper::launchFromDirectory(folder, argument);
-  return test::eventually([=] { return threadCount() == threadsBefore; }) &&
+  return test::eventually([] { return test::countThreads("self") == 1; }) &&
          test::FakeSleep::count() == 1;
 }
 
