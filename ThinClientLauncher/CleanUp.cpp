@@ -17,7 +17,10 @@ constexpr std::size_t OTHER_FOLDERS_KEPT = 2;
 // --- Operations ---
 
 void ThinClientLauncherBase::cleanUpLauncherDirectory(const Path& launchedDir) const {
-  for (const auto& old : CleanUp::plan(CleanUp::findScope(*this, launchedDir).others).removed)
+  const auto others = CleanUp::findOthers(*this, launchedDir);
+  if (!others)
+    return;
+  for (const auto& old : CleanUp::makePlan(*others).removed)
     removeDirectory(old.dir);
 }
 
@@ -32,20 +35,21 @@ void ThinClientLauncherBase::removeDirectory(const Path& dir) {
 
 namespace CleanUp {
 
-Scope findScope(const ThinClientLauncherBase& launcher, const fs::path& launchedDir) {
+std::optional<LaunchedDirectories>
+findOthers(const ThinClientLauncherBase& launcher, const fs::path& launchedDir) {
   if (!launcher.isBelongLaunchDirectory(launchedDir)) {
     Logger::log(LogMessages::NOT_CLEANED);
-    return {};
+    return std::nullopt;
   }
-  Scope scope{true, {}};
+  LaunchedDirectories others;
   for (const auto& dir : subDirectories(LauncherHelper::getLauncherDirectory())) {
     if (dir != launchedDir)
-      scope.others.push_back({launcher.getLastLaunchTime(dir), dir});
+      others.push_back({launcher.getLastLaunchTime(dir), dir});
   }
-  return scope;
+  return others;
 }
 
-Plan plan(LaunchedDirectories others) {
+Plan makePlan(LaunchedDirectories others) {
   std::sort(others.begin(), others.end(), [](const auto& left, const auto& right) {
     return left.launchTime < right.launchTime;
   });

@@ -6,31 +6,28 @@
 #include "ThinClientLauncherBase.h"
 
 #include <filesystem>
+#include <optional>
 #include <vector>
 
 namespace CleanUp {
 
 struct LaunchedDirectory {
-  std::filesystem::file_time_type launchTime; // the clock's minimum: never, as far as known
+  std::filesystem::file_time_type launchTime; // the clock's minimum: unknown
   std::filesystem::path dir;
 };
 using LaunchedDirectories = std::vector<LaunchedDirectory>;
 
-// Whether a launch of launchedDir is followed by a clean-up at all, and if so, the other folders in
-// the launcher folder.
-struct Scope {
-  bool cleans = false;
-  LaunchedDirectories others;
-};
-
-Scope findScope(const ThinClientLauncherBase& launcher, const std::filesystem::path& launchedDir);
+// The folders in the launcher folder other than launchedDir; nothing when launchedDir lies
+// elsewhere, since then there is no clean-up.
+std::optional<LaunchedDirectories>
+findOthers(const ThinClientLauncherBase& launcher, const std::filesystem::path& launchedDir);
 
 struct Plan {
   LaunchedDirectories removed; // both by launch time, earliest first
   LaunchedDirectories kept;
 };
 
-// By launch time alone: which of several never launched folders are removed is not defined.
-Plan plan(LaunchedDirectories others);
+// Compares launch times only: which of several folders with equal times are removed is not defined.
+Plan makePlan(LaunchedDirectories others);
 
 } // namespace CleanUp

@@ -3,7 +3,6 @@
 // Reads the argument vector of the entry point: never argv[0], and nothing at or beyond argc.
 
 #include <cstring>
-#include <string>
 
 constexpr const char* LOAD_MODE_ARGUMENT = "loadmode";
 constexpr const char* LAUNCHER_MODE_ARGUMENT = "launchermode";

@@ -43,7 +43,10 @@ std::filesystem::path getLogPath();
 // The path's bytes.
 std::string toStdString(const std::filesystem::path& path);
 
-// --- Libraries: never closed; failures go to the log; exceptions of an entry function pass ---
+// --- Libraries ---
+//
+// They are never closed. Failures are logged, except a main library without its entry function.
+// Exceptions of an entry function pass through.
 
 // Loads the main library from the executable's Frameworks folder and returns when its entry
 // function returns.

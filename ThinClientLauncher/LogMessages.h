@@ -8,7 +8,8 @@ constexpr const char* ENTRY_POINT_CALLED = "ThinClientLauncher DLL entry point c
 constexpr const char* CLIENT_VERSION_PROVIDED = "hvd Client Version provided: "; // + version
 constexpr const char* BEST_CANDIDATE = "Best candidate: ";                       // + directory
 constexpr const char* BEST_CANDIDATE_VERSION = " (version: ";                    // + version + ")"
-constexpr const char* LAUNCH_COUNT_UPDATED = "VDI Launch count updated to: ";    // + count
+constexpr const char* LAUNCH_COUNT_UPDATED =
+    "VDI Launch count updated to: "; // + count + " for directory: " + directory
 constexpr const char* NOT_CLEANED = "not started from launcher folder, do not clean";
 constexpr const char* REMOVAL_FAILED = "remove directory failed: "; // + reason
 

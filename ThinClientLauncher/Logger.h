@@ -30,7 +30,7 @@ public:
 
   static void close();
 
-  // Closes the log and appends to the given file, whose folder must exist.
+  // Closes the log, then opens the given file, whose folder must exist, for appending.
   static void reopen(const std::filesystem::path& file);
 
 private:

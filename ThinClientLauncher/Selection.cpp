@@ -6,23 +6,23 @@
 
 #include <algorithm>
 
-using Path = ThinClientLauncherBase::Path;
-using CandidateList = ThinClientLauncherBase::CandidateList;
+using Selection::CandidateList;
+using Selection::Path;
 
 // --- Operations ---
 
 static Selection::Candidates asViable(const CandidateList& directories) {
   Selection::Candidates candidates;
   for (const auto& dir : directories)
-    candidates.push_back({dir, Selection::Standing::Viable, {}, {}});
+    candidates.push_back({dir, Selection::Status::Viable, {}, {}});
   return candidates;
 }
 
 CandidateList
-ThinClientLauncherBase::filterInviableDirectories(const CandidateList& directories) const {
-  const auto candidates = Selection::judgeViability(*this, directories);
-  writeCorruptVersions(Selection::corruptVersions(candidates));
-  return Selection::viableDirectories(candidates);
+ThinClientLauncherBase::filterInviableDirectories(const CandidateList& candidates) const {
+  const auto judged = Selection::judgeViability(*this, candidates);
+  writeCorruptVersions(Selection::corruptVersions(judged));
+  return Selection::viableDirectories(judged);
 }
 
 bool ThinClientLauncherBase::isDirectoryCorrupt(const Path& dir) const {
@@ -42,15 +42,15 @@ bool ThinClientLauncherBase::isSupportCheckCorrupt(const Path& dir) const {
 }
 
 CandidateList ThinClientLauncherBase::filterIncompatibleDirectories(
-    const CandidateList& directories, const std::string& clientVersion) const {
+    const CandidateList& candidates, const std::string& clientVersion) const {
   return Selection::viableDirectories(
-      Selection::judgeCompatibility(asViable(directories), clientVersion));
+      Selection::judgeCompatibility(asViable(candidates), clientVersion));
 }
 
-Path ThinClientLauncherBase::findBestCandidate(const CandidateList& directories) const {
-  auto candidates = asViable(directories);
-  const auto best = Selection::chooseBest(candidates).index;
-  return best ? directories[*best] : Path();
+Path ThinClientLauncherBase::findBestCandidate(const CandidateList& candidates) const {
+  auto compared = asViable(candidates);
+  const auto best = Selection::chooseBest(compared).index;
+  return best ? candidates[*best] : Path();
 }
 
 // --- Decisions ---
@@ -74,29 +74,29 @@ CorruptCheck checkCorrupt(const ThinClientLauncherBase& launcher, const Path& di
 
 static Candidate judge(const ThinClientLauncherBase& launcher, const Path& dir) {
   if (!LauncherHelper::isVDIPluginDirectory(dir))
-    return {dir, Standing::NoBundle, {}, {}};
+    return {dir, Status::NoBundle, {}, {}};
   const std::string name = LauncherHelper::toStdString(dir);
   const CorruptCheck check = checkCorrupt(launcher, dir);
   if (check.isCorrupt) {
     Logger::log("VDI Skipping corrupt directory: " + name);
-    return {dir, Standing::Corrupt, LauncherHelper::getDirectoryVersion(dir), check};
+    return {dir, Status::Corrupt, LauncherHelper::getDirectoryVersion(dir), check};
   }
   const std::string launchCount = std::to_string(launcher.getLaunchCount(dir));
   Logger::log("safe start Directory: " + name + ", Launch Count: " + launchCount);
-  return {dir, Standing::Viable, {}, check};
+  return {dir, Status::Viable, {}, check};
 }
 
 static bool isViable(const Candidate& candidate) {
-  return candidate.standing == Standing::Viable;
+  return candidate.status == Status::Viable;
 }
 
-// Without a viable copy, the folders of setup engines take their place.
+// If no copy is viable, setup-engine folders become viable.
 static void admitSetupEngines(Candidates& candidates) {
   if (std::any_of(candidates.begin(), candidates.end(), isViable))
     return;
   for (auto& candidate : candidates) {
     if (LauncherHelper::isSetupEngineDirectory(candidate.dir))
-      candidate.standing = Standing::Viable;
+      candidate.status = Status::Viable;
   }
 }
 
@@ -112,7 +112,7 @@ judgeViability(const ThinClientLauncherBase& launcher, const CandidateList& dire
 std::vector<std::string> corruptVersions(const Candidates& candidates) {
   std::vector<std::string> versions;
   for (const auto& candidate : candidates) {
-    if (candidate.standing == Standing::Corrupt && !candidate.version.empty())
+    if (candidate.corruptCheck.isCorrupt && !candidate.version.empty())
       versions.push_back(candidate.version);
   }
   return versions;
@@ -128,7 +128,7 @@ Candidates judgeCompatibility(Candidates candidates, const std::string& clientVe
     if (candidate.version.empty() ||
         ThinClientLauncherBase::isGreaterVersion(
             candidate.version, clientVersion, COMPATIBLE_VERSION_COMPONENTS))
-      candidate.standing = Standing::Incompatible;
+      candidate.status = Status::Incompatible;
   }
   return candidates;
 }
@@ -142,21 +142,8 @@ CandidateList viableDirectories(const Candidates& candidates) {
   return directories;
 }
 
-Eligible selectEligible(const CandidateList& viable, const CandidateList& compatible) {
-  if (compatible.empty() && !viable.empty())
-    return {viable, true};
-  return {compatible, false};
-}
-
-// A folder without the bundle is never compared: it can only be the first one, which is the
-// default.
-static bool isBetter(Candidate& candidate, const std::string& bestVersion) {
-  if (!LauncherHelper::isVDIPluginDirectory(candidate.dir))
-    return false;
-  candidate.version = LauncherHelper::getDirectoryVersion(candidate.dir);
-  Logger::log("find a candidate with Version: " + candidate.version);
-  return !candidate.version.empty() && ThinClientLauncherBase::isGreaterVersion(
-                                           candidate.version, bestVersion, ALL_VERSION_COMPONENTS);
+bool fallsBack(const CandidateList& viable, const CandidateList& compatible) {
+  return compatible.empty() && !viable.empty();
 }
 
 static void logChoice(const Candidates& candidates, const Choice& choice) {
@@ -166,15 +153,28 @@ static void logChoice(const Candidates& candidates, const Choice& choice) {
       LogMessages::BEST_CANDIDATE_VERSION + choice.version + ")");
 }
 
+static void readVersion(Candidate& candidate) {
+  candidate.version = LauncherHelper::getDirectoryVersion(candidate.dir);
+  Logger::log("find a candidate with Version: " + candidate.version);
+}
+
+static bool exceeds(const Candidate& candidate, const std::string& bestVersion) {
+  return !candidate.version.empty() && ThinClientLauncherBase::isGreaterVersion(
+                                           candidate.version, bestVersion, ALL_VERSION_COMPONENTS);
+}
+
 Choice chooseBest(Candidates& candidates) {
   Choice choice;
   for (std::size_t i = 0; i < candidates.size(); ++i) {
     if (!isViable(candidates[i]))
       continue;
-    if (isBetter(candidates[i], choice.version))
+    if (!choice.index)
+      choice.index = i; // the default, even without the bundle or a version
+    if (!LauncherHelper::isVDIPluginDirectory(candidates[i].dir))
+      continue;
+    readVersion(candidates[i]);
+    if (exceeds(candidates[i], choice.version))
       choice = {i, candidates[i].version};
-    else if (!choice.index)
-      choice.index = i;
   }
   logChoice(candidates, choice);
   return choice;

@@ -28,24 +28,25 @@ constexpr const char* LOWEST_CANDIDATE_VERSION = "0.0.0.0";
 
 // What the corrupt rule found out about a copy.
 struct CorruptCheck {
-  bool applies = false;          // in the launcher folder, and new enough to record safe starts
-  std::uint32_t launchCount = 0; // this and the next are read only where the rule applies
+  bool applies = false;          // in the launcher folder, and above CORRUPT_CHECK_BASE_VERSION
+  std::uint32_t launchCount = 0; // launchCount and startedSafely are read only where it applies
   bool startedSafely = false;
   bool isCorrupt = false;
 };
 
-enum class Standing { Viable, NoBundle, Corrupt, Incompatible };
+enum class Status { Viable, NoBundle, Corrupt, Incompatible };
 
 // A candidate folder and what has been decided about it so far.
 struct Candidate {
   Path dir;
-  Standing standing = Standing::Viable;
-  std::string version; // as the last decision that needed it read it; empty: none, or not needed
+  Status status = Status::Viable;
+  std::string version; // as last read; empty: not read yet, or the bundle has none
   CorruptCheck corruptCheck;
 };
 using Candidates = std::vector<Candidate>; // in scan order
 
-// Every candidate, judged by the corrupt rule where it holds the bundle.
+// Judges every candidate; the corrupt rule applies to folders that hold the bundle. If none is
+// viable, setup-engine folders become viable.
 Candidates judgeViability(const ThinClientLauncherBase& launcher, const CandidateList& directories);
 
 CorruptCheck checkCorrupt(const ThinClientLauncherBase& launcher, const Path& dir);
@@ -53,25 +54,21 @@ CorruptCheck checkCorrupt(const ThinClientLauncherBase& launcher, const Path& di
 // The versions of the corrupt copies that have one, in candidate order and with duplicates.
 std::vector<std::string> corruptVersions(const Candidates& candidates);
 
-// Viable copies that exceed the client's version, or have none to compare, become incompatible.
+// Makes viable copies incompatible that exceed the client's version or have no readable version.
 Candidates judgeCompatibility(Candidates candidates, const std::string& clientVersion);
 
 // The folders of the viable candidates.
 CandidateList viableDirectories(const Candidates& candidates);
 
-struct Eligible {
-  CandidateList directories;
-  bool fellBack; // none of the viable copies is compatible: all of them are eligible
-};
-
-Eligible selectEligible(const CandidateList& viable, const CandidateList& compatible);
+// Whether all viable copies are eligible because none of them is compatible.
+bool fallsBack(const CandidateList& viable, const CandidateList& compatible);
 
 struct Choice {
   std::optional<std::size_t> index; // of the candidate; none when no candidate is viable
-  std::string version = LOWEST_CANDIDATE_VERSION; // which the chosen copy may not exceed
+  std::string version = LOWEST_CANDIDATE_VERSION; // the highest, where a copy's exceeds the lowest
 };
 
-// The best of the viable candidates, whose versions it reads.
+// Chooses the best viable candidate, and stores the version that it read of each.
 Choice chooseBest(Candidates& candidates);
 
 } // namespace Selection

@@ -30,8 +30,8 @@ int ThinClientLauncher::launch(int argc, char** argv) {
   const auto candidates = scanForPossibleDirectories();
   const auto viable = filterInviableDirectories(candidates);
   const auto compatible = filterIncompatibleDirectories(viable, clientVersion);
-  const auto eligible = Selection::selectEligible(viable, compatible).directories;
-  const auto best = findBestCandidate(eligible);
+  const bool fallsBack = Selection::fallsBack(viable, compatible);
+  const auto best = findBestCandidate(fallsBack ? viable : compatible);
 
   LauncherHelper::launchFromDirectory(best, LOAD_MODE_ARGUMENT);
   updateLaunchInfo(best);

@@ -10,6 +10,6 @@ public:
   virtual ~ThinClientLauncher();
 
   // Runs the mode that the arguments ask for (see ThinClientLauncherEntryPoint.h) and returns 0.
-  // Expects an open log; raises std::filesystem::filesystem_error.
+  // Logs, if a log is open; raises std::filesystem::filesystem_error.
   int launch(int argc, char** argv);
 };

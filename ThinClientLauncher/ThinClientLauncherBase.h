@@ -10,8 +10,8 @@
 // The operations of a launch: find the candidates, choose one, keep records, remove old copies.
 //
 // A candidate folder holds (or may hold) the application bundle. A copy lies in the launcher folder
-// when its parent path equals that folder element by element; only such copies carry records, can
-// be judged corrupt or are removed.
+// when its parent path equals that folder element by element; only such copies are given
+// records, can be judged corrupt or are removed.
 //
 // The operations keep no state and report through Logger. Files that cannot be opened are skipped;
 // folders that cannot be examined or listed raise std::filesystem::filesystem_error. Each section
@@ -46,19 +46,21 @@ public:
   // ones to corrupt.dat.
   CandidateList filterInviableDirectories(const CandidateList& candidates) const;
 
-  // Whether a copy in the launcher folder was launched three times without ever starting safely.
+  // Whether the copy lies in the launcher folder, passes isSupportCheckCorrupt, and was launched at
+  // least three times without ever starting safely.
   bool isDirectoryCorrupt(const Path& dir) const;
 
-  // Whether the copy is new enough to record its safe starts.
+  // Whether the copy's version exceeds 45.10.0.32950; older copies are never judged corrupt.
   bool isSupportCheckCorrupt(const Path& dir) const;
 
-  // Keeps the copies whose first two version components do not exceed the client's. An empty client
-  // version, or "1.0.0.1", stands for any client and keeps everything.
+  // Keeps the copies whose first two version components do not exceed the client's; drops copies
+  // without a readable version. An empty client version, or "1.0.0.1", stands for any client and
+  // keeps everything.
   CandidateList filterIncompatibleDirectories(
       const CandidateList& candidates, const std::string& clientVersion) const;
 
-  // The folder of the highest version, the earliest among equals; the first folder when none has a
-  // usable version; the empty path for an empty list.
+  // The folder of the highest version, the earliest among equals; the first folder when no version
+  // exceeds 0.0.0.0; the empty path for an empty list.
   Path findBestCandidate(const CandidateList& candidates) const;
 
   // --- LaunchRecords.cpp: files in the candidate folder itself, and corrupt.dat ---
@@ -72,7 +74,8 @@ public:
   // Creates or rewrites launch.dat; launcher folder only.
   void updateLaunchTime(const Path& dir) const;
 
-  // The modification time of launch.dat, or the clock's minimum where there is none.
+  // The modification time of launch.dat; the clock's minimum when there is none or dir is not in
+  // the launcher folder.
   std::filesystem::file_time_type getLastLaunchTime(const Path& dir) const;
 
   void updateLaunchInfo(const Path& dir) const;

@@ -9,8 +9,8 @@
 
 namespace LauncherLogger {
 
-// Opens the mode's log file, emptied. Without a Library folder there is no log: a file name alone
-// would put it into the host's working folder.
+// Opens the mode's log file, emptied. Without a Library folder there is no log: the bare file name
+// would create it in the host's working folder.
 static void initialize(int argc, char** argv) {
   const std::filesystem::path folder = LauncherHelper::getLogPath();
   if (folder.empty())

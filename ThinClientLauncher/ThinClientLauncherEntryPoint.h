@@ -7,12 +7,13 @@
 extern "C" {
 #endif
 
-// argv[1] "loadmode": loads the main library from the Frameworks folder of the running executable
-// and returns when that library's VDIEntryPoint does.
+// argv[1] "loadmode": loads the main library from the Frameworks folder of the running executable,
+// calls its VDIEntryPoint and returns when that returns.
 //
 // Anything else: launcher mode. Chooses an installed copy, asks the system to start it, waits
 // 3000 milliseconds, updates the copy's records and removes old copies. With argc of 3 or more and
-// argv[1] "launchermode", argv[2] is the host's client version; without one every copy fits.
+// argv[1] "launchermode", argv[2] is the host's client version; without one, every copy is
+// compatible.
 //
 // Returns 0, always: what happened is in the log file. Blocks the calling thread; must not be
 // called by two threads at once. A folder that cannot be examined, listed or created raises

@@ -16,7 +16,8 @@ std::vector<std::string> ThinClientLauncherBase::splitVersion(const std::string&
   return components;
 }
 
-// Leading white space, a sign, digits; what follows them is ignored. Independent of the locale.
+// Parses white space, an optional sign and digits, and ignores what follows. Independent of the
+// locale.
 static std::optional<std::int32_t> componentNumber(const std::string& component) {
   const char* first = component.data();
   const char* const last = first + component.size();

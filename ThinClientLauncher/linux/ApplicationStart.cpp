@@ -1,6 +1,6 @@
-// Platform::startApplication for Linux, in the order in which a start runs: the caller hands it to
-// a worker thread; the worker lets GLib fork; the child prepares itself and executes the program;
-// the worker waits for the outcome and reports it to the system log.
+// Platform::startApplication for Linux. The caller creates a worker thread; the worker lets GLib
+// fork; the child prepares itself and executes the program; the worker waits for the outcome and
+// reports it to the system log. The last step is defined first.
 
 #include "../Platform.h"
 
@@ -40,7 +40,8 @@ struct ChildProcess {
   int failurePipe; // takes the error code of a failed exec
 };
 
-// GLib has closed the streams that it was not told to redirect if the host had closed them.
+// If the host had closed a standard stream, GLib's own /dev/null gets that descriptor number, and
+// GLib closes it again.
 void openMissingStreams() {
   int descriptor = ::open("/dev/null", O_RDWR);
   while (descriptor >= 0 && descriptor <= STDERR_FILENO)
@@ -59,7 +60,7 @@ void resetSignals() {
 }
 
 // Runs between fork and exec: nothing here may allocate or lock. It executes the program itself,
-// because GLib would pass a file that the system cannot execute, such as a half installed one, to a
+// because GLib would pass a file that the system cannot execute, such as a half-installed one, to a
 // shell.
 void executeProgram(gpointer data) {
   const auto& child = *static_cast<const ChildProcess*>(data);
@@ -99,9 +100,9 @@ FailurePipe openFailurePipe() {
   return {duplicateAboveStreams(readEnd), duplicateAboveStreams(writeEnd)};
 }
 
-// The error code of the failed exec, 0 after a successful one. Returns when no process has the
-// write end open any more: a child that another thread forked meanwhile, and that executes no
-// program, delays it.
+// The error code of the failed exec, 0 after a successful one. After a successful exec it waits
+// until no process has the write end open, so a child that another thread forks meanwhile delays it
+// until that child executes a program or ends.
 int awaitExec(FailurePipe& pipe) {
   pipe.writeEnd.close();
   int code = 0;
@@ -183,7 +184,7 @@ void keepLibraryMapped() {
     ::dlopen(self.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
 }
 
-// A thread created in this scope handles no signal that is meant for the host.
+// Threads created while an object of this class exists handle no signal meant for the host.
 class SignalsBlocked {
 public:
   SignalsBlocked() {
@@ -232,8 +233,8 @@ void startApplication(const fs::path& bundle, const std::string& argument) {
   keepLibraryMapped();
   auto start = std::make_unique<Start>(Start{absolutePath(bundle), argument});
   const SignalsBlocked signalsBlocked;
-  // Without a thread there is no process either. Writing to the system log may block, so it is not
-  // done on the caller's thread: such a start fails unreported.
+  // If no thread can be created, the start fails unreported: writing to the system log may block,
+  // so the caller's thread does not do it.
   if (createWorker(start.get()))
     static_cast<void>(start.release()); // the worker owns it
 }

@@ -47,7 +47,7 @@ fs::path libraryDirectory() {
 
 // --- Bundles ---
 
-// A message to nil returns nil, so any step that finds nothing leads to the empty text.
+// A step that finds nothing returns nil, and a message to nil returns nil.
 std::string bundleVersion(const fs::path& bundle) {
   @autoreleasepool {
     NSString* const path = platformString(bundle.string());
@@ -69,16 +69,16 @@ static NSWorkspaceOpenConfiguration* newInstanceWith(NSArray* arguments) {
 
 void startApplication(const fs::path& bundle, const std::string& argument) {
   @autoreleasepool {
-    // The first nil ends the list, so an argument that is not UTF-8 gives an empty one.
+    // A nil argument ends the list at once, so the list is empty.
     NSArray* const arguments = [NSArray arrayWithObjects:platformString(argument), nil];
     NSString* const path = platformString(bundle.string());
-    if (path == nil) { // no URL can represent it, and AppKit would raise an exception
+    if (path == nil) { // fileURLWithPath: raises an exception for nil
       NSLog(@"Failed to run the app: %@", @"its path is not UTF-8");
       return;
     }
     NSWorkspaceOpenConfiguration* const configuration = newInstanceWith(arguments);
     NSWorkspace* const workspace = [NSWorkspace sharedWorkspace];
-    // The handler may run long after the host has closed the library's log; it captures nothing.
+    // The handler may run after the entry point has closed the log; it captures nothing.
     [workspace openApplicationAtURL:[NSURL fileURLWithPath:path]
                       configuration:configuration
                   completionHandler:^(NSRunningApplication*, NSError* error) {
@@ -92,7 +92,7 @@ void startApplication(const fs::path& bundle, const std::string& argument) {
 
 // --- Libraries ---
 
-// dyld resolves this notation.
+// dyld resolves @executable_path.
 std::string frameworksPrefix() {
   return "@executable_path/../Frameworks/";
 }

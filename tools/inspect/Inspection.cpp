@@ -44,14 +44,14 @@ static bool isSameVersion(const std::string& a, const std::string& b) {
 // --- Candidates ---
 
 static Verdict verdictOnLoser(const Selection::Candidate& candidate, const std::string& best) {
-  switch (candidate.standing) {
-  case Selection::Standing::NoBundle:
+  switch (candidate.status) {
+  case Selection::Status::NoBundle:
     return Verdict::NoBundle;
-  case Selection::Standing::Corrupt:
+  case Selection::Status::Corrupt:
     return Verdict::Corrupt;
-  case Selection::Standing::Incompatible:
+  case Selection::Status::Incompatible:
     return candidate.version.empty() ? Verdict::NoReadableVersion : Verdict::NewerThanClient;
-  case Selection::Standing::Viable:
+  case Selection::Status::Viable:
     break;
   }
   if (candidate.version.empty())
@@ -126,13 +126,15 @@ static Failure failureOf(const fs::filesystem_error& error) {
 static CleanUpPreview previewCleanUp(const Path& launched) {
   CleanUpPreview cleanUp;
   try {
-    auto scope = CleanUp::findScope(launcher, launched);
-    cleanUp.happens = scope.cleans;
-    for (auto& folder : scope.others) {
+    auto others = CleanUp::findOthers(launcher, launched);
+    cleanUp.happens = others.has_value();
+    if (!others)
+      return cleanUp;
+    for (auto& folder : *others) {
       if (sharesRecords(folder.dir, launched))
         folder.launchTime = FileTime::clock::now();
     }
-    auto plan = CleanUp::plan(std::move(scope.others));
+    auto plan = CleanUp::makePlan(std::move(*others));
     cleanUp.removed = std::move(plan.removed);
     cleanUp.kept = std::move(plan.kept);
     separateTies(cleanUp);
@@ -150,15 +152,14 @@ static void previewLaunch(Inspection& inspection) {
   inspection.launcherFolderMissing = !fs::exists(inspection.launcherFolder);
   const auto viable = Selection::judgeViability(launcher, launcher.scanForPossibleDirectories());
   const auto compatible = Selection::judgeCompatibility(viable, inspection.clientVersion);
-  const auto eligible = Selection::selectEligible(
+  inspection.fellBackToViable = Selection::fallsBack(
       Selection::viableDirectories(viable), Selection::viableDirectories(compatible));
-  auto candidates = eligible.fellBack ? viable : compatible;
+  auto candidates = inspection.fellBackToViable ? viable : compatible;
   const auto choice = Selection::chooseBest(candidates);
   const std::string best = choice.index ? candidates[*choice.index].version : "";
   for (const auto& candidate : candidates)
     inspection.candidates.push_back(examine(candidate, best));
-  inspection.fellBackToViable = eligible.fellBack;
-  inspection.contenders = eligible.directories.size();
+  inspection.contenders = Selection::viableDirectories(candidates).size();
   inspection.chosen = choice.index;
   if (!choice.index)
     return;
