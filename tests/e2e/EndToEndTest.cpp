@@ -1,7 +1,5 @@
 #include "EndToEndTest.h"
 
-#include "Process.h"
-
 #include <cerrno>
 #include <cstdlib>
 #include <sys/prctl.h>
@@ -75,7 +73,7 @@ void EndToEnd::shareHome() const {
 
 HostProcess& EndToEnd::host() {
   if (!runningHost) {
-    runningHost.emplace(output());
+    runningHost.emplace(HOST_PROGRAM, output());
     EXPECT_EQ(runningHost->ask({"load", LAUNCHER_LIBRARY}), "done");
   }
   return *runningHost;
@@ -95,12 +93,6 @@ int EndToEnd::endHost() {
   const int status = host().end();
   runningHost.reset();
   return status;
-}
-
-int EndToEnd::run(const fs::path& program, const std::vector<std::string>& arguments) {
-  std::vector<std::string> words{program.string()};
-  words.insert(words.end(), arguments.begin(), arguments.end());
-  return waitFor(start({words}, output()));
 }
 
 std::string EndToEnd::outcome() {

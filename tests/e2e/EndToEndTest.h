@@ -54,9 +54,6 @@ protected:
   // One launch in that host: "returned 0", or which exception left the library.
   std::string launch(const std::vector<std::string>& arguments = {"launchermode"});
 
-  // Runs another program to its end; returns its status.
-  int run(const std::filesystem::path& program, const std::vector<std::string>& arguments);
-
   // --- What came of it ---
 
   // Waits until the outcome of the only start so far stands in the system log, and no thread of it
@@ -83,7 +80,7 @@ private:
   // Where sanitizers write what they find, since started applications have no standard streams.
   std::filesystem::path findings() const { return home.path() / "findings"; }
 
-  // What hosts and programs print.
+  // What hosts print.
   std::filesystem::path output() const { return home.path() / "output"; }
 
   ScopedEnvironment addressFindings;

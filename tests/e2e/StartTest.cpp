@@ -2,6 +2,7 @@
 // and what the caller notices.
 
 #include "EndToEndTest.h"
+#include "Process.h"
 
 #include <algorithm>
 #include <chrono>
@@ -36,7 +37,12 @@ protected:
 
   // Starts the copy with this argument and without a host.
   HostState start(const fs::path& dir, const std::string& argument) {
-    EXPECT_EQ(run(APPLICATION_PROGRAM, {"start", dir.string(), argument}), 0);
+    const fs::path failures = home.path() / "failures";
+    const Result result = run(
+        {{APPLICATION_PROGRAM, dir.string(), argument},
+         {},
+         {{"LOADER_OPERATIONS", "start"}, {"LIBRARY_RECORD", failures.string()}}});
+    EXPECT_EQ(result.out + result.err + readFile(failures), "");
     EXPECT_EQ(outcome(), SUCCESS);
     return report();
   }

@@ -17,11 +17,11 @@ namespace test {
 // Longer than any answer takes, so that a host that hangs fails its test instead of hanging it.
 constexpr timeval PATIENCE{90, 0};
 
-HostProcess::HostProcess(const fs::path& output) {
+HostProcess::HostProcess(const fs::path& program, const fs::path& output) {
   std::array<int, 2> ends{};
   if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
     throw std::runtime_error("cannot create a socket");
-  process = start({{HOST_PROGRAM}}, output, ends[1]);
+  process = start({{program.string()}}, output, ends[1]);
   ::close(ends[1]);
   commands = ends[0];
   ::setsockopt(commands, SOL_SOCKET, SO_RCVTIMEO, &PATIENCE, sizeof PATIENCE);

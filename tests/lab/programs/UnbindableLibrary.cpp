@@ -1,6 +1,7 @@
+// A main library that a loader refuses if it binds all symbols at once.
+
 #include "Record.h"
 
-// Defined nowhere: a loader that binds all symbols at once refuses this library.
 extern "C" int definedNowhere();
 
 EXPORTED int VDIEntryPoint(int, void*) {
