@@ -1,7 +1,7 @@
 // A host of the launcher library: loads it by path, finds the entry point by name and knows nothing
 // else of it. It carries out commands, each of which is a list of words and has one answer.
 //
-// Usage: launcher_host COMMAND [-- COMMAND]...    prints one line per answer
+// Usage: launcher_host COMMAND [-- COMMAND]...    prints the answers at its end, one per line
 //        launcher_host    takes commands from the socket that it inherits as descriptor 3, one per
 //                         packet, and sends one packet per answer
 
@@ -324,12 +324,15 @@ int obeySocket() {
   }
 }
 
+// Prints nothing in between: a tracer may let system calls of this thread fail.
 void obeyArguments(const Words& arguments) {
+  std::string answers;
   for (auto word = arguments.begin(); word != arguments.end();) {
     const auto end = std::find(word, arguments.end(), "--");
-    std::cout << obey(Words(word, end)) << std::endl;
+    answers += obey(Words(word, end)) + '\n';
     word = end == arguments.end() ? end : end + 1;
   }
+  std::cout << answers << std::flush;
 }
 
 } // namespace
