@@ -73,15 +73,15 @@ protected:
     EXPECT_TRUE(eventually([this] { return host().threads() == 1; }));
   }
 
-  // Launches, and returns once the start is about to fork, which it does not.
-  void launchUntilFork() {
-    tell({"answer", "fork", "later"});
+  // Launches, and returns once the start waits in its first call of this function.
+  void launchUntil(const std::string& function) {
+    tell({"answer", function, "later"});
     EXPECT_EQ(launch(), "returned 0");
-    ASSERT_TRUE(eventually([this] { return host().ask({"forks"}) == "1"; }));
+    ASSERT_TRUE(eventually([&] { return host().ask({"calls", function}) == "1"; }));
   }
 
-  void letFork() {
-    tell({"answer", "fork", "yes"});
+  void goOn(const std::string& function) {
+    tell({"answer", function, "yes"});
     EXPECT_EQ(outcome(), SUCCESS);
   }
 };
@@ -152,11 +152,11 @@ TEST_F(Host, NamesLogEntries) {
 
 TEST_F(Host, HandlesItsSignals) {
   tell({"handle-signals"});
-  launchUntilFork();
+  launchUntil("fork");
   tell({"block-signals"});
   EXPECT_EQ(::kill(host().id(), SIGUSR1), 0);
   EXPECT_EQ(host().ask({"signals-handled"}), "0");
-  letFork();
+  goOn("fork");
   EXPECT_EQ(host().ask({"signals-handled"}), "0");
 }
 
@@ -164,7 +164,7 @@ TEST_F(Host, HandlesItsSignals) {
 TEST_F(Host, SeesFaults) {
   const fs::path tasks = fs::path("/proc") / std::to_string(host().id()) / "task";
   const auto before = foldersIn(tasks);
-  launchUntilFork();
+  launchUntil("fork");
   for (const auto& thread : foldersIn(tasks)) {
     if (std::find(before.begin(), before.end(), thread) != before.end())
       continue;
@@ -174,18 +174,22 @@ TEST_F(Host, SeesFaults) {
       EXPECT_EQ(blocked.count(fault), 0U) << "signal " << fault;
   }
   EXPECT_THAT(foldersIn(tasks), SizeIs(before.size() + 1));
-  letFork();
+  goOn("fork");
 }
 
-// A child that another of its threads starts meanwhile inherits nothing of the start.
-TEST_F(Host, LeaksNoDescriptor) {
+class Descriptors : public Host, public testing::WithParamInterface<const char*> {};
+
+// A child that another of the host's threads starts meanwhile inherits nothing of the start.
+TEST_P(Descriptors, CloseOnExec) {
   const auto before = part(host().describe(), "descriptor ");
-  launchUntilFork();
+  launchUntil(GetParam());
   const auto opened = changes(before, part(host().describe(), "descriptor "));
   EXPECT_GE(opened.size(), 2U);
   EXPECT_THAT(opened, Each(Pair(testing::_, HasSubstr("close-on-exec"))));
-  letFork();
+  goOn(GetParam());
 }
+
+INSTANTIATE_TEST_SUITE_P(During, Descriptors, testing::Values("pipe2", "fork"));
 
 // --- Two libraries in one process ---
 

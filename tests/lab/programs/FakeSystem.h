@@ -9,11 +9,11 @@
 namespace test::FakeSystem {
 
 // "yes": fork, pthread_create or pipe2 succeeds; "no": it fails; "later": it waits for another
-// answer. Whether there is such a function and such an answer.
+// answer, pipe2 with the pipe already open. Whether there is such a function and such an answer.
 bool setAnswer(const std::string& function, const std::string& answer);
 
-// How often the library called fork so far, forks that still wait included.
-int forkCount();
+// How often fork or pipe2 was called so far, calls that still wait included.
+int count(const std::string& function);
 
 // What happened in the calls of the library since the last call of this function, such as
 // "detached thread, pause".

@@ -98,8 +98,8 @@ std::string takeJournal(const Words&) {
   return test::FakeSystem::takeJournal();
 }
 
-std::string countForks(const Words&) {
-  return std::to_string(test::FakeSystem::forkCount());
+std::string countCalls(const Words& words) {
+  return std::to_string(test::FakeSystem::count(words.at(1)));
 }
 
 volatile std::sig_atomic_t signalsHandled = 0;
@@ -278,7 +278,7 @@ std::string obey(const Words& words) {
       {"launch-and-exit", launchAndExit},
       {"describe", describe},
       {"journal", takeJournal},
-      {"forks", countForks},
+      {"calls", countCalls},
       {"signals-handled", countSignals},
       {"sleep-really", sleepReally},
       {"start-in-pauses", startInPauses},
