@@ -13,6 +13,7 @@ build cmake configures the build
 build ninja runs the build
 build cli11 reads the arguments of launcher-inspect
 build fmt lays out its text
+build utf8proc tells which characters are printable, and how wide
 build nlohmann-json writes its JSON
 test googletest test framework
 LIST
@@ -28,6 +29,7 @@ build libglib2.0-dev starts processes from inside a host without zombies or leak
 build libplist-dev reads property lists, XML and binary
 build libcli11-dev reads the arguments of launcher-inspect
 build libfmt-dev lays out its text
+build libutf8proc-dev tells which characters are printable, and how wide
 build nlohmann-json3-dev writes its JSON
 test googletest test framework, compiled with the flags of each build
 test groff-base checks the manual page
