@@ -13,6 +13,7 @@ build cmake configures the build
 build ninja runs the build
 build cli11 reads the arguments of launcher-inspect
 build fmt lays out its text
+build utf8proc tells which characters are printable, and how wide
 build nlohmann-json writes its JSON
 test googletest test framework
 LIST
@@ -27,6 +28,7 @@ build pkg-config finds the library of the Linux bridge
 build libglib2.0-dev starts processes from inside a host without zombies or leaked descriptors
 build libcli11-dev reads the arguments of launcher-inspect
 build libfmt-dev lays out its text
+build libutf8proc-dev tells which characters are printable, and how wide
 build nlohmann-json3-dev writes its JSON
 test googletest test framework, compiled with the flags of each build
 test libplist-dev reads property lists, as an oracle
