@@ -168,7 +168,7 @@ void compareWritten(const test::PlistOracle& oracle, const std::string& bytes) {
 class Judge {
 public:
   bool accepts(const std::string& xml) {
-    const GMarkupParser parser{enter, leave, nullptr, nullptr, nullptr};
+    const GMarkupParser parser{enter, leave, read, nullptr, nullptr};
     g_autoptr(GMarkupParseContext) context =
         g_markup_parse_context_new(&parser, GMarkupParseFlags{}, this, nullptr);
     const auto size = static_cast<gssize>(xml.size());
@@ -204,6 +204,14 @@ private:
     auto& judge = *static_cast<Judge*>(self);
     judge.isList &= judge.open.back().name != "dict" || judge.open.back().children % 2 == 0;
     judge.open.pop_back();
+  }
+
+  static void read(GMarkupParseContext*, const char* text, gsize size, void* self, GError**) {
+    auto& judge = *static_cast<Judge*>(self);
+    const std::string& name = judge.open.back().name;
+    const bool mayBeText = name != "plist" && name != "dict" && name != "array";
+    judge.isList &= mayBeText || std::string_view(text, size).find_first_not_of(" \t\r\n") ==
+                                     std::string_view::npos;
   }
 
   std::vector<Element> open;

@@ -8,8 +8,10 @@
 #include <gmock/gmock.h>
 
 #include <iterator>
+#include <sys/inotify.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 namespace Binary = test::Binary;
@@ -109,6 +111,7 @@ TEST_F(List, SkipsMarkup) {
   };
   for (const auto& list : lists)
     expectInBothForms(list, VERSION);
+  EXPECT_EQ(read("<plist><dict><key/><true/>" + version + "</dict></plist>"), VERSION);
 }
 
 TEST_F(List, KnowsOtherValues) {
@@ -207,7 +210,10 @@ TEST_F(List, NeedsDictionary) {
   }
   const std::string version = Binary::text(VERSION);
   EXPECT_EQ(read(Binary::list({version})), "");
-  EXPECT_EQ(read(Binary::list({Binary::array({1, 2}), Binary::text(VERSION_KEY), version})), "");
+  const std::string key = Binary::text(VERSION_KEY);
+  EXPECT_EQ(read(Binary::list({Binary::array({3, 3}), Binary::number(2, 2), version, key})), "");
+  const std::string data = "\x4F\x10\x1A" + std::string(VERSION_KEY);
+  EXPECT_EQ(read(Binary::list({Binary::dictionary({1}, {2}), data, version})), "") << "no text key";
 }
 
 TEST_F(List, NeedsValidText) {
@@ -222,6 +228,7 @@ TEST_F(List, NeedsValidText) {
         "45&",
         "45&amp",
         "45&nbsp;",
+        "45&amp;<!---->&nbsp;",
         "45\xFF",
         "45&amp;\xFF",
         "45<![CDATA[\xFF]]>"})
@@ -247,6 +254,9 @@ TEST_F(List, NeedsWellFormedXml) {
       "text<plist><dict>" + version + "</dict></plist>",
       "\xEF\xBB\xBF<plist><dict>" + version + "</dict></plist>",
       "<plist>text<dict>" + version + "</dict></plist>",
+      "?plist><dict>" + version + "</dict></plist>",
+      "<list><dict>" + version + "</dict></plist>",
+      "<plist><dict>" + version + "</dict></list>",
   };
   for (const auto& list : lists)
     EXPECT_EQ(read(list), "") << list;
@@ -261,10 +271,14 @@ TEST_F(List, NeedsWellFormedXml) {
       "<key>a</key>" + version,
       "<string>a</string>" + version,
       version + "<!-- ",
+      version + "<!-->",
       version + "<>",
+      entry("<></>", "a") + version,
+      entry("<array></dict>", "a") + version,
       entry("<array/></key><string>45</string>", "a"),
       entry("<string>45</integer>"),
       entry("<string>45<string>"),
+      entry("<string>45<xstring>"),
       entry("<string>45<string></string></string>"),
       entry("<string>45</string"),
       entry("<string>45<!-- </string>"),
@@ -326,7 +340,12 @@ TEST_F(List, IsRegularFile) {
   EXPECT_EQ(PropertyList::readText(folder.path() / "missing" / "Info.plist", VERSION_KEY), "");
   EXPECT_EQ(PropertyList::readText("", VERSION_KEY), "");
   ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+  const int opened = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+  ASSERT_GE(::inotify_add_watch(opened, file.c_str(), IN_OPEN), 0);
   EXPECT_EQ(read(), "") << "pipe without a writer";
+  char event[256];
+  EXPECT_EQ(::read(opened, event, sizeof event), -1) << "opening can have effects";
+  ::close(opened);
   fs::remove(file);
   fs::create_directory(file);
   EXPECT_EQ(read(), "") << "folder";
