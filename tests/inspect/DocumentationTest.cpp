@@ -52,9 +52,9 @@ using Codes = std::vector<std::pair<std::string, std::string>>; // member and co
 
 Codes codesInProgram() {
   Codes codes;
-  for (const auto& topic : LauncherInspect::allTopics()) {
-    for (const auto& row : topic.rows) {
-      const std::pair<std::string, std::string> code(topic.member, row.code);
+  for (const auto& [member, topic] : LauncherInspect::allTopics()) {
+    for (const auto& message : topic({}, {})) {
+      const std::pair<std::string, std::string> code(member, message.code);
       if (codes.empty() || codes.back() != code) // rows with other words may share a code
         codes.push_back(code);
     }

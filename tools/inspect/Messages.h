@@ -10,37 +10,28 @@
 
 namespace LauncherInspect {
 
-// What a message is about. The candidate is the chosen one, or an empty one when there is none,
-// except in the topics about each candidate.
-struct Subject {
-  const Facts& facts;
-  const Candidate& candidate;
-};
-
-struct MessageRow {
+struct Message {
   const char* code;
-  bool (*applies)(const Subject& subject);
+  bool applies;
   const char* text; // for fmt; Report.cpp gives the values of its names
 };
+using Messages = std::vector<Message>;
 
-struct Topic {
+// All messages of a topic, about the chosen candidate, or an empty one when there is none.
+using Topic = Messages(const Facts& facts, const Candidate& candidate);
+
+// Topics of which the report has the first message that applies.
+Topic outcome, client, launcherDirectoryState, cleanUp, launchEnd;
+Topic verdict; // about each candidate
+
+// Topics of which the report has all messages that apply.
+Topic notes, cleanUpNotes;
+Topic warnings; // about each candidate
+
+struct NamedTopic {
   const char* member; // of the report
-  std::vector<MessageRow> rows;
+  Topic* topic;
 };
-
-// The message is the first row that applies.
-extern const Topic OUTCOME;
-extern const Topic CLIENT;
-extern const Topic LAUNCHER_DIRECTORY;
-extern const Topic VERDICT; // on each candidate
-extern const Topic CLEAN_UP;
-extern const Topic END; // of the last launch
-
-// Every row that applies is a message.
-extern const Topic NOTES;
-extern const Topic WARNINGS; // on each candidate
-extern const Topic CLEAN_UP_NOTES;
-
-std::vector<Topic> allTopics();
+std::vector<NamedTopic> allTopics();
 
 } // namespace LauncherInspect

@@ -44,18 +44,18 @@ public:
   Report report() const {
     return {
         {"schemaVersion", SCHEMA_VERSION},
-        {"outcome", first(OUTCOME, chosen)},
+        {"outcome", first(outcome, chosen)},
         {"chosen", facts.chosen ? copy(chosen.decision) : Report()},
-        {"notes", all(NOTES, chosen)},
-        {"warnings", warnings()},
+        {"notes", all(notes, chosen)},
+        {"warnings", allWarnings()},
         {"clientVersion", redaction.text(facts.clientVersion)},
-        {"client", first(CLIENT, chosen)},
+        {"client", first(client, chosen)},
         {"home", redaction.text(facts.home.string())},
         {"workingDirectory", redaction.path(facts.workingDirectory)},
         {"launcherDirectory", redaction.path(facts.launcherDirectory)},
-        {"launcherDirectoryState", first(LAUNCHER_DIRECTORY, chosen)},
+        {"launcherDirectoryState", first(launcherDirectoryState, chosen)},
         {"candidates", candidates()},
-        {"cleanUp", cleanUp()},
+        {"cleanUp", describeCleanUp()},
         {"lastLaunch", lastLaunch()}};
   }
 
@@ -114,29 +114,30 @@ private:
         fmt::arg("versionStart", versionStart(about.version)));
   }
 
-  Report message(const MessageRow& row, const Candidate& about) const {
-    return {{"code", row.code}, {"text", fill(row.text, about.decision)}};
+  Report words(const Message& message, const Candidate& about) const {
+    return {{"code", message.code}, {"text", fill(message.text, about.decision)}};
   }
 
-  Report first(const Topic& topic, const Candidate& about) const {
-    const auto applies = [&](const MessageRow& row) { return row.applies({facts, about}); };
-    return message(*std::find_if(topic.rows.begin(), topic.rows.end(), applies), about);
+  Report first(Topic topic, const Candidate& about) const {
+    const auto messages = topic(facts, about);
+    const auto applies = [](const Message& message) { return message.applies; };
+    return words(*std::find_if(messages.begin(), messages.end(), applies), about);
   }
 
-  Report all(const Topic& topic, const Candidate& about) const {
-    Report messages = Report::array();
-    for (const auto& row : topic.rows) {
-      if (row.applies({facts, about}))
-        messages.push_back(message(row, about));
+  Report all(Topic topic, const Candidate& about) const {
+    Report list = Report::array();
+    for (const auto& message : topic(facts, about)) {
+      if (message.applies)
+        list.push_back(words(message, about));
     }
-    return messages;
+    return list;
   }
 
-  Report warnings() const {
+  Report allWarnings() const {
     Report list = Report::array();
     std::set<Path> warned; // a working folder that lies in the launcher folder is listed twice
     for (const auto& candidate : facts.candidates) {
-      const Report more = all(WARNINGS, candidate);
+      const Report more = all(warnings, candidate);
       if (warned.insert(candidate.decision.dir).second)
         list.insert(list.end(), more.begin(), more.end());
     }
@@ -161,8 +162,8 @@ private:
            {"launches", valueOrNull(records.launches)},
            {"lastLaunch", timeOrNull(records.lastLaunch)},
            {"startedSafely", valueOrNull(records.startedSafely)},
-           {"nearlyCorrupt", !all(WARNINGS, candidate).empty()},
-           {"verdict", first(VERDICT, candidate)}});
+           {"nearlyCorrupt", !all(warnings, candidate).empty()},
+           {"verdict", first(verdict, candidate)}});
     }
     return list;
   }
@@ -178,10 +179,10 @@ private:
     return list;
   }
 
-  Report cleanUp() const {
+  Report describeCleanUp() const {
     const CleanUpPreview& preview = facts.cleanUp;
-    Report object = first(CLEAN_UP, chosen);
-    object["notes"] = all(CLEAN_UP_NOTES, chosen);
+    Report object = first(cleanUp, chosen);
+    object["notes"] = all(cleanUpNotes, chosen);
     object["removed"] = launched(preview.removed);
     object["tied"] = launched(preview.tied);
     object["tiedKept"] = preview.tiedKept;
@@ -206,7 +207,7 @@ private:
     object["removalFailures"] = Report::array();
     for (const auto& reason : launch.removalFailures)
       object["removalFailures"].push_back(redaction.text(reason));
-    object["end"] = first(END, chosen);
+    object["end"] = first(launchEnd, chosen);
     return object;
   }
 
