@@ -2,29 +2,27 @@
 # Disturbs launches from outside and checks what every launch promises: fails each file-related
 # system call once with each of five errors, over four layouts; kills hosts at random moments; runs
 # two hosts at once; fills the disk. Prints one line per layout and ends with status 1 at the first
-# broken promise.
+# broken promise. Everything runs in sandboxes, whose temporary folders hold the homes.
 # Usage: scripts/fault-sweep.sh
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh build test
 cmake --preset release >/dev/null
-cmake --build --preset release --target ThinClientLauncher fault_host fault_application
+cmake --build --preset release --target fault_programs
 
 build=$PWD/build/release
-programs=("$build"/tests/faults/fault_host "$build"/ThinClientLauncher/libThinClientLauncher.dylib
-  "$build"/tests/faults/fault_application)
-scratch=$(mktemp -d /dev/shm/launcher-faults.XXXXXX)
-trap 'rm -rf "$scratch"' EXIT
-mkdir "$scratch"/{sweep,kill,pairs,disk}
+lab=$build/tests/lab/programs
+programs=("$lab"/launcher_host "$build"/ThinClientLauncher/libThinClientLauncher.dylib
+  "$build"/tests/faults/lay_out_home "$build"/tests/faults/fault_application)
 
-python3 tests/faults/sweep.py "${programs[@]}" "$scratch/sweep"
-python3 tests/faults/disruptions.py kill "${programs[@]}" "$scratch/kill"
-python3 tests/faults/disruptions.py pairs "${programs[@]}" "$scratch/pairs"
+"$lab"/sandbox python3 tests/faults/sweep.py "${programs[@]}"
+"$lab"/sandbox python3 tests/faults/disruptions.py kill "${programs[@]}"
+"$lab"/sandbox python3 tests/faults/disruptions.py pairs "${programs[@]}"
 
-# A small file system in a mount namespace of its own.
+# The temporary folder is a small file system, in a further mount namespace.
 # shellcheck disable=SC2016 # expanded by the inner shell
-unshare --user --map-root-user --mount bash -euc '
-  mount -t tmpfs -o size=16m launcher-faults "$4"
-  python3 tests/faults/disruptions.py full-disk "$1" "$2" "$3" "$4"
-' bash "${programs[@]}" "$scratch/disk"
+"$lab"/sandbox unshare --user --map-root-user --mount bash -euc '
+  mount -t tmpfs -o size=16m launcher-faults "$TMPDIR"
+  python3 tests/faults/disruptions.py full-disk "$@"
+' bash "${programs[@]}"

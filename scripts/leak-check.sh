@@ -5,16 +5,18 @@ cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh build test leaks
 cmake --preset release >/dev/null
-cmake --build --preset release --target ThinClientLauncher fault_host fault_application
+cmake --build --preset release --target fault_programs
 
 build=$PWD/build/release
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
-python3 tests/faults/homes.py cleaning "$scratch" "$build/tests/faults/fault_application"
-
-cd "$scratch/work"
-HOME=$scratch valgrind --quiet --error-exitcode=1 --leak-check=full \
-  --show-leak-kinds=definite,indirect --errors-for-leak-kinds=definite,indirect \
-  "$build/tests/faults/fault_host" "$build/ThinClientLauncher/libThinClientLauncher.dylib" \
-  undisturbed
+# shellcheck disable=SC2016 # expanded by the inner shell
+"$build"/tests/lab/programs/sandbox bash -euo pipefail -c '
+  "$1"/tests/faults/lay_out_home cleaning "$TMPDIR/home" "$1"/tests/faults/fault_application
+  cd "$TMPDIR/home/work"
+  HOME=$TMPDIR/home valgrind --quiet --error-exitcode=1 --leak-check=full \
+    --show-leak-kinds=definite,indirect --errors-for-leak-kinds=definite,indirect \
+    "$1"/tests/lab/programs/launcher_host \
+    load "$1"/ThinClientLauncher/libThinClientLauncher.dylib -- start-in-pauses -- \
+    launch launchermode 45.12.0.1000 -- outcome | tee answers
+  [ "$(tail -n 2 answers | paste -sd " ")" = "returned 0 started" ]
+' bash "$build"
 echo "valgrind: one launch, no memory lost, no invalid access"

@@ -202,7 +202,8 @@ private:
   sigset_t before;
 };
 
-// The default stack size may be smaller than a start needs: a host can set it for its threads.
+// The default stack size may be too small for a start: a host can set it for its threads, and its
+// thread-local variables take up part of each stack.
 constexpr std::size_t MINIMUM_STACK_SIZE = 1024 * 1024;
 
 bool createWorker(Start* start) {

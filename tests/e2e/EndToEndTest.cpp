@@ -1,7 +1,5 @@
 #include "EndToEndTest.h"
 
-#include "Process.h"
-
 #include <cerrno>
 #include <cstdlib>
 #include <sys/prctl.h>
@@ -16,6 +14,19 @@ static std::string sanitizerOptions(const char* variable, const fs::path& findin
   const char* const given = std::getenv(variable);
   return (given != nullptr ? std::string(given) + ":" : "") +
          "log_path=" + (findings / "finding").string();
+}
+
+std::string failure(const fs::path& executable, const std::string& reason) {
+  return "Failed to run the app: " + executable.string() + ": " + reason;
+}
+
+HostState part(const HostState& state, const std::string& prefix) {
+  HostState found;
+  for (const auto& [name, value] : state) {
+    if (name.compare(0, prefix.size(), prefix) == 0)
+      found.emplace(name, value);
+  }
+  return found;
 }
 
 EndToEnd::EndToEnd()
@@ -50,24 +61,26 @@ void EndToEnd::TearDown() {
     ADD_FAILURE() << readFile(finding.path());
 }
 
-fs::path EndToEnd::copyFolder(const std::string& name) const {
-  return home.launcherFolder() / name;
-}
-
-fs::path EndToEnd::makeCopy(const std::string& name, const std::string& version) {
-  return makeCopyIn(copyFolder(name), version);
-}
-
-fs::path EndToEnd::makeCopyIn(const fs::path& dir, const std::string& version) {
+Copy EndToEnd::makeCopy(const fs::path& dir, const std::string& version) const {
   return Copy(dir, version).executable(PROBE_PROGRAM);
+}
+
+void EndToEnd::shareHome() const {
+  fs::permissions(home.path(), fs::perms(0777));
+  for (const auto& entry : fs::recursive_directory_iterator(home.path()))
+    fs::permissions(entry.path(), fs::perms(0777));
 }
 
 HostProcess& EndToEnd::host() {
   if (!runningHost) {
-    runningHost.emplace(output());
-    EXPECT_EQ(runningHost->ask({"load", LAUNCHER_LIBRARY}), "loaded");
+    runningHost.emplace(HOST_PROGRAM, output());
+    EXPECT_EQ(runningHost->ask({"load", LAUNCHER_LIBRARY}), "done");
   }
   return *runningHost;
+}
+
+void EndToEnd::tell(const std::vector<std::string>& words) {
+  EXPECT_EQ(host().ask(words), "done") << words.at(0);
 }
 
 std::string EndToEnd::launch(const std::vector<std::string>& arguments) {
@@ -80,12 +93,6 @@ int EndToEnd::endHost() {
   const int status = host().end();
   runningHost.reset();
   return status;
-}
-
-int EndToEnd::run(const fs::path& program, const std::vector<std::string>& arguments) {
-  std::vector<std::string> words{program.string()};
-  words.insert(words.end(), arguments.begin(), arguments.end());
-  return waitFor(start({words}, output()));
 }
 
 std::string EndToEnd::outcome() {
@@ -105,12 +112,10 @@ std::vector<HostState> EndToEnd::reports() {
   return all;
 }
 
-std::vector<std::string> EndToEnd::launchLog() const {
-  return readMessages(home.launchLog());
-}
-
-std::vector<std::string> EndToEnd::loadLog() const {
-  return readMessages(home.loadLog());
+HostState EndToEnd::report() {
+  const auto all = reports();
+  EXPECT_EQ(all.size(), 1U);
+  return all.size() == 1 ? all[0] : HostState();
 }
 
 } // namespace test

@@ -15,6 +15,14 @@
 
 namespace test {
 
+constexpr const char* SUCCESS = "launch app succeed";
+
+// The system log's line for an executable that cannot be run.
+std::string failure(const std::filesystem::path& executable, const std::string& reason);
+
+// The entries whose name begins so.
+HostState part(const HostState& state, const std::string& prefix);
+
 // A machine with a home folder, an empty /Applications and a system log. At the end of each test
 // every process that it started must have ended.
 class EndToEnd : public testing::Test {
@@ -24,27 +32,27 @@ protected:
 
   void TearDown() override;
 
-  // --- Copies of the plug-in ---
+  // --- Copies of the plug-in, whose executable is the probe ---
 
-  std::filesystem::path copyFolder(const std::string& name) const;
+  Copy makeCopy(const std::filesystem::path& dir, const std::string& version = "45.12.0.1") const;
+  Copy makeCopy() const { return makeCopy(home.launcherFolder() / "copy"); }
 
-  // A copy in the launcher folder, or elsewhere, whose executable is the probe. Returns its folder.
-  std::filesystem::path makeCopy(const std::string& name, const std::string& version);
-  std::filesystem::path makeCopyIn(const std::filesystem::path& dir, const std::string& version);
+  // Gives every user access to the home.
+  void shareHome() const;
 
   // --- The host ---
 
   // The running host, which has loaded the launcher library; started when there is none.
   HostProcess& host();
 
-  // Lets it end; returns its wait status.
+  // Gives it a command that must succeed.
+  void tell(const std::vector<std::string>& words);
+
+  // Lets it end; returns its status.
   int endHost();
 
-  // One launch in that host: "returned 0", or what it was left with.
-  std::string launch(const std::vector<std::string>& arguments);
-
-  // Runs another program to its end; returns its wait status.
-  int run(const std::filesystem::path& program, const std::vector<std::string>& arguments);
+  // One launch in that host: "returned 0", or which exception left the library.
+  std::string launch(const std::vector<std::string>& arguments = {"launchermode"});
 
   // --- What came of it ---
 
@@ -56,9 +64,11 @@ protected:
   // among them reported.
   std::vector<HostState> reports();
 
-  // The lines of a log file, without the time stamps.
-  std::vector<std::string> launchLog() const;
-  std::vector<std::string> loadLog() const;
+  // The same for the only probe; empty when there is not exactly one.
+  HostState report();
+
+  // The lines of the launcher mode's log, without the time stamps.
+  std::vector<std::string> launchLog() const { return readMessages(home.launchLog()); }
 
   Sandbox::ScopedApplications applications;
   ScopedHome home;
@@ -70,7 +80,7 @@ private:
   // Where sanitizers write what they find, since started applications have no standard streams.
   std::filesystem::path findings() const { return home.path() / "findings"; }
 
-  // What hosts and programs print.
+  // What hosts print.
   std::filesystem::path output() const { return home.path() / "output"; }
 
   ScopedEnvironment addressFindings;

@@ -1,6 +1,6 @@
 #include "EndToEndTest.h"
+#include "User.h"
 
-#include <chrono>
 #include <ctime>
 
 namespace fs = std::filesystem;
@@ -10,46 +10,25 @@ using testing::ElementsAreArray;
 
 namespace test {
 
-namespace {
-
-// Sub-folders in the order in which the file system lists them.
-std::vector<fs::path> listing(const fs::path& dir) {
-  std::vector<fs::path> folders;
-  for (const auto& entry : fs::directory_iterator(dir)) {
-    if (entry.is_directory())
-      folders.push_back(entry.path());
+class LauncherMode : public EndToEnd {
+protected:
+  Copy makeVersion(const std::string& version) const {
+    return makeCopy(home.launcherFolder() / version, version);
   }
-  return folders;
-}
+};
 
-void setLaunchTime(const fs::path& dir, std::chrono::hours ago) {
-  writeFile(dir / "launch.dat", "0");
-  fs::last_write_time(dir / "launch.dat", fs::file_time_type::clock::now() - ago);
-}
-
-} // namespace
-
-class LauncherMode : public EndToEnd {};
-
-TEST_F(LauncherMode, StartsTheNewestFittingCopyKeepsItsRecordsAndRemovesOldCopies) {
-  makeCopyIn("/Applications", "45.11.0.5");
-  const fs::path chosen = makeCopy("45.12.0.900", "45.12.0.900");
-  const fs::path tooNew = makeCopy("45.13.0.10", "45.13.0.10");
-  const fs::path corrupt = makeCopy("45.12.0.950", "45.12.0.950");
-  const fs::path old = makeCopy("45.10.0.1", "45.10.0.1");
-  writeFile(corrupt / "launchCount.dat", "3");
-  writeFile(chosen / "launchCount.dat", "1");
-  writeFile(tooNew / "launchCount.dat", "7");
-  writeFile(tooNew / "started.dat", "");
-  setLaunchTime(tooNew, std::chrono::hours(1));
-  setLaunchTime(corrupt, std::chrono::hours(2));
-  setLaunchTime(old, std::chrono::hours(3));
-  const auto copies = listing(home.launcherFolder());
+TEST_F(LauncherMode, RunsAllSteps) {
+  makeCopy("/Applications", "45.11.0.5");
+  const Copy chosen = makeVersion("45.12.0.900").launches("1");
+  const Copy tooNew =
+      makeVersion("45.13.0.10").launches("7").startedSafely().launched(std::chrono::hours(1));
+  const Copy corrupt = makeVersion("45.12.0.950").launches("3").launched(std::chrono::hours(2));
+  const Copy old = makeVersion("45.10.0.1").launched(std::chrono::hours(3));
+  const auto copies = foldersIn(home.launcherFolder()); // in the order of the scan
 
   EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0");
-  EXPECT_THAT(systemLog->awaitMessages(1), ElementsAre("launch app succeed"));
+  EXPECT_THAT(systemLog->awaitMessages(1), ElementsAre(SUCCESS));
 
-  const auto name = [](const fs::path& dir) { return dir.string(); };
   std::vector<std::string> expected{
       "ThinClientLauncher DLL entry point called",
       "launcher mode",
@@ -57,76 +36,52 @@ TEST_F(LauncherMode, StartsTheNewestFittingCopyKeepsItsRecordsAndRemovesOldCopie
       "safe start Directory: /Applications, Launch Count: 0"};
   std::vector<std::string> candidates{"find a candidate with Version: 45.11.0.5"};
   for (const auto& dir : copies) {
-    if (dir == corrupt) {
-      expected.push_back("VDI supports CheckCorrupt: " + name(dir));
-      expected.push_back(
-          "VDI Directory marked as corrupt - Launch count: 3, Directory: " + name(dir));
-      expected.push_back("VDI Skipping corrupt directory: " + name(dir));
+    const std::string name = dir.string();
+    if (dir == corrupt.dir()) {
+      expected.push_back("VDI supports CheckCorrupt: " + name);
+      expected.push_back("VDI Directory marked as corrupt - Launch count: 3, Directory: " + name);
+      expected.push_back("VDI Skipping corrupt directory: " + name);
       continue;
     }
-    const std::string gate = dir == old ? "VDI does not support" : "VDI supports";
-    const std::string count = dir == tooNew ? "7" : dir == chosen ? "1" : "0";
-    expected.push_back(gate + " CheckCorrupt: " + name(dir));
-    expected.push_back("safe start Directory: " + name(dir) + ", Launch Count: " + count);
-    if (dir != tooNew)
+    const std::string gate = dir == old.dir() ? "VDI does not support" : "VDI supports";
+    const std::string count = dir == tooNew.dir() ? "7" : dir == chosen.dir() ? "1" : "0";
+    expected.push_back(gate + " CheckCorrupt: " + name);
+    expected.push_back("safe start Directory: " + name + ", Launch Count: " + count);
+    if (dir != tooNew.dir())
       candidates.push_back("find a candidate with Version: " + dir.filename().string());
   }
-  expected.push_back(
-      "VDI Wrote 1 corrupt versions to " + name(home.launcherFolder() / "corrupt.dat"));
+  const fs::path corruptVersions = home.launcherFolder() / "corrupt.dat";
+  expected.push_back("VDI Wrote 1 corrupt versions to " + corruptVersions.string());
   expected.insert(expected.end(), candidates.begin(), candidates.end());
-  expected.push_back("Best candidate: " + name(chosen) + " (version: 45.12.0.900)");
-  expected.push_back("VDI Launch count updated to: 2 for directory: " + name(chosen));
+  expected.push_back("Best candidate: " + chosen.name() + " (version: 45.12.0.900)");
+  expected.push_back("VDI Launch count updated to: 2 for directory: " + chosen.name());
   EXPECT_THAT(launchLog(), ElementsAreArray(expected));
 
-  EXPECT_EQ(readFile(chosen / "launchCount.dat"), "2");
-  EXPECT_NEAR(std::stod(readFile(chosen / "launch.dat")), static_cast<double>(::time(nullptr)), 90);
-  EXPECT_EQ(readFile(home.launcherFolder() / "corrupt.dat"), "45.12.0.950");
-  EXPECT_TRUE(fs::exists(tooNew));
-  EXPECT_TRUE(fs::exists(corrupt));
-  EXPECT_FALSE(fs::exists(old));
+  EXPECT_EQ(readFile(chosen.dir() / "launchCount.dat"), "2");
+  EXPECT_NEAR(
+      std::stod(readFile(chosen.dir() / "launch.dat")), static_cast<double>(::time(nullptr)), 90);
+  EXPECT_EQ(readFile(corruptVersions), "45.12.0.950");
+  EXPECT_TRUE(fs::exists(tooNew.dir()));
+  EXPECT_TRUE(fs::exists(corrupt.dir()));
+  EXPECT_FALSE(fs::exists(old.dir()));
   EXPECT_FALSE(fs::exists("/Applications/launchCount.dat"));
-
-  const auto started = reports();
-  ASSERT_EQ(started.size(), 1U);
-  EXPECT_EQ(started[0].at("executable"), executableIn(chosen).string());
+  EXPECT_EQ(report()["executable"], executableIn(chosen).string());
 }
 
-TEST_F(LauncherMode, StartsTheInstallersCopyAndKeepsNoRecordsOfIt) {
-  makeCopyIn("/Applications", "45.12.0.5");
-  makeCopy("old", "45.10.0.1");
+TEST_F(LauncherMode, PrefersInstallersCopy) {
+  makeCopy("/Applications");
+  makeCopy(fs::current_path());
+  makeCopy();
   EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0");
-  EXPECT_EQ(outcome(), "launch app succeed");
+  EXPECT_EQ(outcome(), SUCCESS);
   EXPECT_EQ(launchLog().back(), "not started from launcher folder, do not clean");
-  EXPECT_THAT(listing("/Applications"), ElementsAre("/Applications/OrlixVDIPlugin.app"));
-  EXPECT_FALSE(fs::exists("/Applications/launchCount.dat"));
-  EXPECT_FALSE(fs::exists("/Applications/launch.dat"));
-  const auto started = reports();
-  ASSERT_EQ(started.size(), 1U);
-  EXPECT_EQ(started[0].at("executable"), executableIn("/Applications").string());
+  EXPECT_THAT(
+      std::vector<fs::path>(fs::directory_iterator("/Applications"), {}),
+      ElementsAre("/Applications/OrlixVDIPlugin.app"));
+  EXPECT_EQ(report()["executable"], executableIn("/Applications").string());
 }
 
-TEST_F(LauncherMode, PrefersTheInstallersCopyAmongEqualVersions) {
-  makeCopyIn("/Applications", "45.12.0.5");
-  makeCopyIn(fs::current_path(), "45.12.0.5");
-  makeCopy("same", "45.12.0.5");
-  EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0");
-  EXPECT_EQ(outcome(), "launch app succeed");
-  const auto started = reports();
-  ASSERT_EQ(started.size(), 1U);
-  EXPECT_EQ(started[0].at("executable"), executableIn("/Applications").string());
-}
-
-TEST_F(LauncherMode, FallsBackToAllViableCopiesWhereNoneFitsTheClient) {
-  makeCopyIn("/Applications", "46.1.0.0");
-  makeCopy("newest", "46.2.0.0");
-  EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0");
-  EXPECT_EQ(outcome(), "launch app succeed");
-  const auto started = reports();
-  ASSERT_EQ(started.size(), 1U);
-  EXPECT_EQ(started[0].at("executable"), executableIn(copyFolder("newest")).string());
-}
-
-TEST_F(LauncherMode, GoesThroughAllStepsWithoutAnyCandidate) {
+TEST_F(LauncherMode, GoesOnWithoutCopies) {
   EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0");
   EXPECT_THAT(
       launchLog(),
@@ -136,34 +91,59 @@ TEST_F(LauncherMode, GoesThroughAllStepsWithoutAnyCandidate) {
           "hvd Client Version provided: 45.12.0.1000",
           "Best candidate:  (version: 0.0.0.0)",
           "not started from launcher folder, do not clean"));
-  EXPECT_EQ(
-      outcome(),
-      "Failed to run the app: " + executableIn(fs::current_path()).string() +
-          ": No such file or directory");
+  EXPECT_EQ(outcome(), failure(executableIn(fs::current_path()), "No such file or directory"));
 }
 
 // --- Errors of the file system ---
 
-TEST_F(LauncherMode, LeavesTheErrorOfAFolderWithoutPermissionToTheHostWhichLivesOn) {
-  makeCopyIn("/Applications", "45.12.0.5");
+TEST_F(LauncherMode, LetsErrorsOut) {
+  makeCopy("/Applications");
   fs::create_directories(home.launcherFolder());
-  fs::permissions(home.path(), fs::perms(0777));
-  for (const auto& entry : fs::recursive_directory_iterator(home.path()))
-    fs::permissions(entry.path(), fs::perms(0777));
+  shareHome();
   fs::permissions(home.launcherFolder(), fs::perms::none);
 
-  EXPECT_EQ(host().ask({"become-unprivileged"}), "unprivileged");
+  tell({"become-unprivileged"});
   EXPECT_EQ(launch({"launchermode", "45.12.0.5"}), "filesystem_error Permission denied");
   const auto firstLog = launchLog();
   EXPECT_EQ(firstLog.back(), "hvd Client Version provided: 45.12.0.5");
 
   fs::permissions(home.launcherFolder(), fs::perms(0777));
-  EXPECT_EQ(launch({"launchermode"}), "returned 0");
+  EXPECT_EQ(launch(), "returned 0");
   EXPECT_EQ(launchLog(), firstLog) << "the log of the launch that failed was still open";
-  EXPECT_EQ(launch({"launchermode"}), "returned 0");
+  EXPECT_EQ(launch(), "returned 0");
   EXPECT_EQ(launchLog().back(), "not started from launcher folder, do not clean");
   EXPECT_EQ(systemLog->await(2).size(), 2U);
   EXPECT_EQ(reports().size(), 2U);
+}
+
+// --- Homes that the environment does not name ---
+
+class UnnamedHome : public LauncherMode {
+protected:
+  // Starts a host without HOME, in which this user has this home by a password entry of such a
+  // size.
+  void startHostFor(uid_t user, std::size_t size) {
+    const ScopedEnvironment unnamed("HOME", std::nullopt);
+    tell({"password-entry", std::to_string(user), home.path().string(), std::to_string(size)});
+  }
+};
+
+TEST_F(UnnamedHome, IsThatOfTheEffectiveUser) {
+  if (::geteuid() != 0)
+    GTEST_SKIP() << "only root can run a process with two users";
+  shareHome();
+  startHostFor(NOBODY, 100);
+  tell({"become-set-user-id"});
+  EXPECT_EQ(launch(), "returned 0");
+  EXPECT_TRUE(fs::exists(home.launchLog()));
+  outcome();
+}
+
+TEST_F(UnnamedHome, MayStandInALongEntry) {
+  startHostFor(::geteuid(), 200 * 1024);
+  EXPECT_EQ(launch(), "returned 0");
+  EXPECT_TRUE(fs::exists(home.launchLog()));
+  outcome();
 }
 
 } // namespace test

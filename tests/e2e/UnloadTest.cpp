@@ -8,18 +8,16 @@ namespace test {
 
 class Unload : public EndToEnd {
 protected:
-  void SetUp() override {
-    // Starts safely, so that it is never judged corrupt however often it is launched.
-    writeFile(makeCopy("copy", "45.12.0.1") / "started.dat", "");
-  }
+  // Never judged corrupt, however often it is launched.
+  Unload() { makeCopy().startedSafely(); }
 
   // Closes the library while the application start is under way; finish lets the start go on.
   template <typename Finish>
   void closeDuringStart(Finish finish) {
-    ASSERT_EQ(host().ask({"launch-and-close", "launchermode"}), "returned 0, closed");
+    ASSERT_EQ(host().ask({"launch-and-close", "launchermode"}), "returned 0, done");
     ASSERT_EQ(host().threads(), 2);
     finish();
-    EXPECT_EQ(outcome(), "launch app succeed");
+    EXPECT_EQ(outcome(), SUCCESS);
     EXPECT_EQ(reports().size(), 1U);
   }
 
@@ -32,52 +30,52 @@ protected:
   static constexpr std::size_t REPETITIONS = 20;
 };
 
-TEST_F(Unload, UnmapsTheLibraryBeforeTheFirstLaunch) {
+TEST_F(Unload, UnmapsUnusedLibrary) {
   EXPECT_TRUE(host().hasLauncherMapped());
-  EXPECT_EQ(host().ask({"close"}), "closed");
+  tell({"close"});
   EXPECT_FALSE(host().hasLauncherMapped());
 }
 
-TEST_F(Unload, IsSafeStraightAfterTheEntryPointReturned) {
+TEST_F(Unload, IsSafeAfterLaunch) {
   for (std::size_t launches = 1; launches <= REPETITIONS; ++launches) {
-    ASSERT_EQ(host().ask({"launch-and-close", "launchermode"}), "returned 0, closed");
+    ASSERT_EQ(host().ask({"launch-and-close", "launchermode"}), "returned 0, done");
     ASSERT_EQ(systemLog->await(launches).size(), launches);
     EXPECT_EQ(endHost(), 0);
   }
-  EXPECT_THAT(systemLog->awaitMessages(REPETITIONS), Each("launch app succeed"));
+  EXPECT_THAT(systemLog->awaitMessages(REPETITIONS), Each(SUCCESS));
   EXPECT_EQ(reports().size(), REPETITIONS);
 }
 
-TEST_F(Unload, IsSafeAgainAndAgainInOneHost) {
+TEST_F(Unload, IsSafeRepeatedly) {
   for (std::size_t launches = 1; launches <= REPETITIONS; ++launches) {
-    ASSERT_EQ(host().ask({"launch-and-close", "launchermode"}), "returned 0, closed");
-    ASSERT_EQ(host().ask({"load", LAUNCHER_LIBRARY}), "loaded");
+    ASSERT_EQ(host().ask({"launch-and-close", "launchermode"}), "returned 0, done");
+    tell({"load", LAUNCHER_LIBRARY});
   }
   EXPECT_EQ(systemLog->await(REPETITIONS).size(), REPETITIONS);
   EXPECT_EQ(reports().size(), REPETITIONS);
 }
 
-TEST_F(Unload, IsSafeBeforeTheApplicationIsStarted) {
-  EXPECT_EQ(host().ask({"hold-up-forks"}), "held up");
-  closeDuringStart([this] { host().ask({"release-forks"}); });
+TEST_F(Unload, IsSafeBeforeFork) {
+  tell({"answer", "fork", "later"});
+  closeDuringStart([this] { tell({"answer", "fork", "yes"}); });
 }
 
-TEST_F(Unload, IsSafeBeforeTheOutcomeIsReported) {
+TEST_F(Unload, IsSafeBeforeReport) {
   systemLog->stall();
   closeDuringStart([] {});
 }
 
-TEST_F(Unload, LetsTheHostExitStraightAfterTheEntryPointReturned) {
+TEST_F(Unload, AllowsExitAfterLaunch) {
   for (std::size_t launches = 0; launches < REPETITIONS; ++launches)
     exitAfterLaunch();
 }
 
-TEST_F(Unload, LetsTheHostExitBeforeTheApplicationIsStarted) {
-  EXPECT_EQ(host().ask({"hold-up-forks"}), "held up");
+TEST_F(Unload, AllowsExitBeforeFork) {
+  tell({"answer", "fork", "later"});
   exitAfterLaunch();
 }
 
-TEST_F(Unload, LetsTheHostExitBeforeTheOutcomeIsReported) {
+TEST_F(Unload, AllowsExitBeforeReport) {
   systemLog->stall();
   exitAfterLaunch();
 }

@@ -1,13 +1,9 @@
-#!/usr/bin/env python3
-"""Lays out the homes of the fault tests, launches in them and checks what every launch promises.
+"""Homes of the fault tests: launches in them, and checks of what every launch promises."""
 
-Usage: homes.py LAYOUT HOME APPLICATION
-"""
-
+import collections
 import os
 import pathlib
 import re
-import shutil
 import subprocess
 import sys
 import time
@@ -19,12 +15,12 @@ NEWEST = "45.12.0.900"
 OTHER_FOLDERS_KEPT = 2
 TIME_LIMIT = 60  # seconds; for hangs, not for slow machines
 
-INFO_PLIST = """<?xml version="1.0" encoding="UTF-8"?>
-<plist version="1.0"><dict>
-<key>CFBundleExecutable</key><string>OrlixVDIPlugin</string>
-<key>CFBundleShortVersionString</key><string>{}</string>
-</dict></plist>
-"""
+if not os.path.isdir("/launcher-test"):
+    sys.exit("This deletes folders and starts what is installed: use scripts/fault-sweep.sh, "
+             "which runs it in a sandbox.")
+
+Programs = collections.namedtuple("Programs", "host library layouter application")
+End = collections.namedtuple("End", "launch outcome")
 
 
 class BrokenPromise(Exception):
@@ -36,62 +32,6 @@ def promise(holds, text):
         raise BrokenPromise(text)
 
 
-def add_copy(folder, version, application, launches=0, safe=True, hours_ago=None):
-    contents = folder / "OrlixVDIPlugin.app" / "Contents"
-    (contents / "MacOS").mkdir(parents=True)
-    (contents / "Info.plist").write_text(INFO_PLIST.format(version))
-    shutil.copy(application, contents / "MacOS" / "OrlixVDIPlugin")
-    if launches:
-        (folder / "launchCount.dat").write_text(str(launches))
-    if safe:
-        (folder / "started.dat").touch()
-    if hours_ago is not None:
-        record = folder / "launch.dat"
-        record.write_text("1700000000")
-        then = time.time() - 3600 * hours_ago
-        os.utime(record, (then, then))
-
-
-def lay_out_plain(launcher, work, application):
-    add_copy(launcher / NEWEST, NEWEST, application, launches=2, hours_ago=3)
-    add_copy(launcher / "45.11.0.1", "45.11.0.1", application, launches=5, hours_ago=30)
-
-
-def lay_out_corrupt(launcher, work, application):
-    lay_out_plain(launcher, work, application)
-    add_copy(launcher / "45.12.0.901", "45.12.0.901", application, launches=3, safe=False,
-             hours_ago=1)
-
-
-def lay_out_cleaning(launcher, work, application):
-    lay_out_plain(launcher, work, application)
-    for number, hours_ago in enumerate((40, 20, 50, 10, None)):
-        version = f"45.10.0.{number}"
-        add_copy(launcher / version, version, application, hours_ago=hours_ago)
-    (launcher / "45.10.0.2" / "link").symlink_to(work.parent / "precious")
-
-
-def lay_out_first(launcher, work, application):
-    shutil.rmtree(launcher)
-    add_copy(work, NEWEST, application)
-
-
-LAYOUTS = {"plain": lay_out_plain, "corrupt": lay_out_corrupt, "cleaning": lay_out_cleaning,
-           "first": lay_out_first}
-
-
-def lay_out(name, home, application):
-    """A home of the named layout. Beside the launcher's folders it holds things to lose."""
-    launcher = home / LAUNCHER_FOLDER
-    work = home / "work"
-    launcher.mkdir(parents=True)
-    work.mkdir()
-    for folder in (home / "precious", launcher.parent / "Other", home / "Library" / "Other"):
-        folder.mkdir()
-        (folder / "file").write_text("precious")
-    LAYOUTS[name](launcher, work, application)
-
-
 def snapshot(home):
     """All but what a launch may change: path, kind, content."""
     excluded = {home / LAUNCHER_FOLDER, home / LOG_FOLDER, home / "starts"}
@@ -99,10 +39,7 @@ def snapshot(home):
     for folder, folders, files in os.walk(home):
         here = pathlib.Path(folder)
         folders[:] = [name for name in folders if here / name not in excluded]
-        for name in folders + files:
-            path = here / name
-            if path in excluded:
-                continue
+        for path in {here / name for name in folders + files} - excluded:
             found[str(path)] = (os.readlink(path) if path.is_symlink()
                                 else path.read_bytes() if path.is_file() else "folder")
     return found
@@ -115,35 +52,55 @@ def has_to_go(name, times, launched):
     return len(later) >= OTHER_FOLDERS_KEPT
 
 
-class Folder:
-    """A folder of the launcher folder before a launch."""
-
-    def __init__(self, path):
-        self.name = path.name
-        record = path / "launch.dat"
-        self.launch_time = record.stat().st_mtime_ns if record.exists() else 0
+def finish(process):
+    """How the launch of a host ended, and what it says of the start."""
+    try:
+        answers = process.communicate(timeout=TIME_LIMIT)[0].splitlines()
+    except subprocess.TimeoutExpired:
+        process.kill()
+        raise BrokenPromise("the launch hangs") from None
+    if process.returncode == -9:
+        return End("killed", "unknown")
+    launch = next((answer for answer in answers
+                   if answer == "returned 0" or answer.startswith("filesystem_error ")), None)
+    promise(process.returncode == 0 and launch,
+            f"the host ended with {process.returncode}: {answers}")
+    return End("returned" if launch == "returned 0" else "file-system error", answers[-1])
 
 
 class Home:
     def __init__(self, path):
         self.path = path
         self.outside = snapshot(path)
-        self.folders = self.list_folders()
+        self.times = self.launch_times()
         self.starts = self.count_starts()
 
-    def list_folders(self):
+    @staticmethod
+    def lay_out(layout, path, programs):
+        subprocess.run([programs.layouter, layout, path, programs.application], check=True)
+        return Home(path)
+
+    def launch_times(self):
+        """Of the folders of the launcher folder, by name; 0 for one without a launch record."""
         launcher = self.path / LAUNCHER_FOLDER
-        return [Folder(entry) for entry in launcher.iterdir()
-                if entry.is_dir()] if launcher.is_dir() else []
+        records = {folder.name: folder / "launch.dat" for folder in launcher.iterdir()
+                   if folder.is_dir()} if launcher.is_dir() else {}
+        return {name: record.stat().st_mtime_ns if record.exists() else 0
+                for name, record in records.items()}
 
     def count_starts(self):
         file = self.path / "starts"
         return len(file.read_bytes()) if file.exists() else 0
 
-    def host(self, programs, mode="undisturbed"):
+    def host(self, programs, stopped=""):
+        """A host that launches; stopped: where it stops for a tracer, "caller" or "starter"."""
+        stop = ["stop", "--"] if stopped == "caller" else []
+        stopping = ["stopping"] if stopped == "starter" else []
+        commands = ["load", programs.library, "--", "start-in-pauses", *stopping, "--", *stop,
+                    "launch", "launchermode", "45.12.0.1000", "--", *stop, "outcome"]
         # A session of its own: a stopped host in the group of a shell that ends would hang it up.
         environment = {**os.environ, "HOME": str(self.path), "USER": "tester"}
-        return subprocess.Popen([programs.host, programs.library, mode], env=environment,
+        return subprocess.Popen([programs.host, *commands], env=environment,
                                 cwd=self.path / "work", stdout=subprocess.PIPE, text=True,
                                 start_new_session=True)
 
@@ -181,12 +138,10 @@ class Home:
 
     def check_removals(self, perhaps_never_launched=()):
         """By the launch times, or with one of the named folders taken for never launched."""
-        remaining = {folder.name for folder in self.list_folders()}
-        times = {folder.name: folder.launch_time for folder in self.folders}
         launched = self.launched()
-        removed = times.keys() - remaining
+        removed = self.times.keys() - self.launch_times().keys()
         promise(launched not in removed, "the launched copy was removed")
-        possible = [times] + [{**times, name: 0} for name in perhaps_never_launched]
+        possible = [self.times] + [{**self.times, name: 0} for name in perhaps_never_launched]
         promise(any(all(has_to_go(name, known, launched) for name in removed) for known in possible),
                 f"removed against the rule: {', '.join(sorted(removed))}")
 
@@ -194,18 +149,9 @@ class Home:
         """An undisturbed launch works, and no more starts have come up since the last one."""
         after = Home(self.path)
         promise(after.starts <= self.starts + starts, "more than one start")
-        process = after.host(programs)
-        outcome = process.communicate(timeout=TIME_LIMIT)[0].strip()
-        promise(process.returncode == 0, f"the next launch ended with {process.returncode}")
-        promise(outcome == "started", f"the next launch: {outcome}")
-        promise(after.await_starts(outcome) == 1, "the next launch did not start one copy")
+        end = finish(after.host(programs))
+        promise(end == End("returned", "started"), f"the next launch: {end}")
+        promise(after.await_starts(end.outcome) == 1, "the next launch did not start one copy")
         after.check_surroundings()
         after.check_removals()
-        log = (self.path / LOG_FILE).read_text()
-        promise("Best candidate: " in log, "the next launch left no complete log")
-
-
-if __name__ == "__main__":
-    if len(sys.argv) != 4 or sys.argv[1] not in LAYOUTS:
-        sys.exit(__doc__)
-    lay_out(sys.argv[1], pathlib.Path(sys.argv[2]), sys.argv[3])
+        promise(after.launched() is not None, "the next launch left no complete log")

@@ -1,7 +1,6 @@
-#!/usr/bin/env python3
 """Fails every file-related system call of a launch once, one at a time, with each error.
 
-Usage: sweep.py HOST LIBRARY APPLICATION SCRATCH_FOLDER
+Usage: sweep.py HOST LIBRARY LAYOUTER APPLICATION
 
 A launch has two actors: the thread that calls the entry point, and the thread (with the processes
 it forks until the application runs) that starts the application. A tracer attaches to one of them
@@ -18,17 +17,18 @@ import shutil
 import signal
 import subprocess
 import sys
+import tempfile
 import time
 
-from homes import BrokenPromise, Home, LAYOUTS, TIME_LIMIT, lay_out, promise
+from homes import BrokenPromise, End, Home, Programs, TIME_LIMIT, finish, promise
 
+LAYOUTS = ("plain", "corrupt", "cleaning", "first")
 ERRORS = ("EIO", "EACCES", "ENOSPC", "EMFILE", "ENOENT")
 ACTORS = ("caller", "starter")
 NOT_ABOUT_FILES = {"mmap", "poll"}
 CALL = re.compile(r"^(?P<thread>\d+)?\s*(?P<name>\w+)\(")
 EXECUTED = re.compile(r"^(?P<thread>\d+)?\s*(execve\(|<\.\.\. execve resumed).*= 0$")
 
-Programs = collections.namedtuple("Programs", "host library application")
 Fault = collections.namedtuple("Fault", "actor call index error")
 
 
@@ -71,26 +71,17 @@ def attach(process, actor, options):
     return tracer
 
 
-def detach(tracer):
-    tracer.send_signal(signal.SIGINT)
-    tracer.wait()
-
-
 def traced_launch(home, programs, actor, options):
-    """One launch with one actor traced. Returns the host's exit status and what it said."""
+    """One launch with one actor traced. Returns how it ended."""
     process = home.host(programs, actor)
     if wait_until_stopped(process):
         tracer = attach(process, actor, options)
         os.kill(process.pid, signal.SIGCONT)
         wait_until_stopped(process)
-        detach(tracer)
+        tracer.send_signal(signal.SIGINT)  # detaches
+        tracer.wait()
         os.kill(process.pid, signal.SIGCONT)
-    try:
-        outcome = process.communicate(timeout=TIME_LIMIT)[0].strip()
-    except subprocess.TimeoutExpired:
-        process.kill()
-        raise BrokenPromise("the launch hangs") from None
-    return process.returncode, outcome
+    return finish(process)
 
 
 def read_trace(file):
@@ -115,7 +106,7 @@ def without_application_support(failed):
 def folders_without_record(failed, home):
     """The folders whose launch record the file system denied to have."""
     if without_application_support(failed):
-        return [folder.name for folder in home.folders]
+        return list(home.times)
     matches = (re.search(r"/([^/]*)/launch\.dat\".*ENOENT", line) for line in failed)
     return [match[1] for match in matches if match]
 
@@ -140,8 +131,8 @@ class Sweep:
             trace = home.path / "trace"
             home.outside[str(trace)] = None
             options = ["-o", str(trace), "-e", "trace=%file,%desc"]
-            status, outcome = traced_launch(home, self.programs, actor, options)
-            promise((status, outcome) == (0, "started"), f"an undisturbed launch: {status} {outcome}")
+            end = traced_launch(home, self.programs, actor, options)
+            promise(end == End("returned", "started"), f"an undisturbed launch: {end}")
             counts = collections.Counter()
             highest = {}
             for thread, name in read_trace(trace):
@@ -172,20 +163,19 @@ class Sweep:
             trace.unlink(missing_ok=True)
 
     def check(self, home, fault, trace, options):
-        status, outcome = traced_launch(home, self.programs, fault.actor, options)
+        end = traced_launch(home, self.programs, fault.actor, options)
         failed = [line for line in trace.read_text(errors="replace").splitlines()
                   if "(INJECTED)" in line]
         promise(failed, "the call to fail never came")
-        promise(status in (0, 3), f"the host ended with {status}")
-        promise(home.await_starts(outcome) <= 1, "more than one start")
+        promise(home.await_starts(end.outcome) <= 1, "more than one start")
         home.check_surroundings(
             added={"work/corrupt.dat"} if without_application_support(failed) else set())
         home.check_removals(folders_without_record(failed, home))
         home.check_next_launch(self.programs)
-        return "file-system error" if status == 3 else outcome
+        return end.outcome if end.launch == "returned" else end.launch
 
     def sweep(self, layout):
-        lay_out(layout, self.template(layout), self.programs.application)
+        Home.lay_out(layout, self.template(layout), self.programs)
         faults = list(self.faults_of(layout))
         outcomes = collections.Counter()
         # A tracer and its host take turns: two at once keep two cores busy.
@@ -201,16 +191,12 @@ class Sweep:
               flush=True)
 
 
-def main():
+if __name__ == "__main__":
     if len(sys.argv) != 5:
         sys.exit(__doc__)
-    sweep = Sweep(Programs(*sys.argv[1:4]), pathlib.Path(sys.argv[4]))
+    sweep = Sweep(Programs(*sys.argv[1:]), pathlib.Path(tempfile.gettempdir()))
     try:
         for layout in LAYOUTS:
             sweep.sweep(layout)
     except BrokenPromise as broken:
         sys.exit(f"sweep.py: broken promise: {broken}")
-
-
-if __name__ == "__main__":
-    main()

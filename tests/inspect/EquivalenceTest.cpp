@@ -124,10 +124,10 @@ void expectSameRemovals(
   const json& cleanUp = report["cleanUp"];
   const auto removed = difference(before, folderNames(sample.random.launcherFolder));
   const auto foretold = namesIn(cleanUp["removed"], sample.home);
-  const auto undefined = namesIn(cleanUp["undefined"], sample.home);
-  const auto removedOfUndefined = undefined.size() - cleanUp["undefinedKept"].get<std::size_t>();
-  EXPECT_EQ(difference(removed, undefined), foretold);
-  EXPECT_EQ(removed.size(), foretold.size() + removedOfUndefined);
+  const auto tied = namesIn(cleanUp["tied"], sample.home);
+  const auto removedOfTied = tied.size() - cleanUp["tiedKept"].get<std::size_t>();
+  EXPECT_EQ(difference(removed, tied), foretold);
+  EXPECT_EQ(removed.size(), foretold.size() + removedOfTied);
 }
 
 // How often each thing that the test is about came up.
@@ -144,7 +144,7 @@ struct Coverage {
     for (const auto& note : report["notes"])
       fallback += note["code"] == "nothing-compatible";
     removals += !report["cleanUp"]["removed"].empty();
-    ties += !report["cleanUp"]["undefined"].empty();
+    ties += !report["cleanUp"]["tied"].empty();
   }
 };
 

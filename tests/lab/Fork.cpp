@@ -1,6 +1,7 @@
 #include "Fork.h"
 
 #include "Process.h"
+#include "User.h"
 
 #include <gtest/gtest.h>
 

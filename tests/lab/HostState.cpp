@@ -36,8 +36,9 @@ std::string describeDescriptor(int descriptor, const std::string& target) {
   constexpr std::array<const char*, 3> ACCESS{"read", "write", "read-write"};
   const int mode = ::fcntl(descriptor, F_GETFL) & O_ACCMODE;
   const std::string peer = socketPeer(descriptor);
+  const bool closesOnExec = (::fcntl(descriptor, F_GETFD) & FD_CLOEXEC) != 0;
   return target + " " + ACCESS.at(static_cast<std::size_t>(mode)) +
-         (peer.empty() ? "" : " connected to " + peer);
+         (closesOnExec ? " close-on-exec" : "") + (peer.empty() ? "" : " connected to " + peer);
 }
 
 void addDescriptors(HostState& state) {

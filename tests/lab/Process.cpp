@@ -1,10 +1,11 @@
 #include "Process.h"
 
+#include "User.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
 #include <glib.h>
-#include <grp.h>
 #include <memory>
 #include <stdexcept>
 #include <sys/wait.h>
@@ -83,11 +84,6 @@ Result run(const Command& command) {
       &error);
   throwOnError(error);
   return {statusOf(status), taken(out), taken(err)};
-}
-
-bool becomeUnprivileged() {
-  return ::geteuid() != 0 ||
-         (::setgroups(0, nullptr) == 0 && ::setgid(NOBODY) == 0 && ::setuid(NOBODY) == 0);
 }
 
 pid_t start(const Command& command, const std::filesystem::path& output, int inherited) {

@@ -26,11 +26,6 @@ struct Result {
 // Runs a program to its end and captures what it prints.
 Result run(const Command& command);
 
-constexpr uid_t NOBODY = 65534;
-
-// Makes this process the user "nobody"'s, whom permissions bind, if it is root's. Whether it could.
-bool becomeUnprivileged();
-
 constexpr int INHERITED_DESCRIPTOR = 3;
 
 // Starts a program. Its input is /dev/zero, and what it prints is appended to a file. It gets the

@@ -2,10 +2,10 @@
 
 #include "Home.h"
 #include "Process.h"
+#include "Threads.h"
 
 #include <array>
 #include <csignal>
-#include <iterator>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -17,11 +17,11 @@ namespace test {
 // Longer than any answer takes, so that a host that hangs fails its test instead of hanging it.
 constexpr timeval PATIENCE{90, 0};
 
-HostProcess::HostProcess(const fs::path& output) {
+HostProcess::HostProcess(const fs::path& program, const fs::path& output) {
   std::array<int, 2> ends{};
   if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
     throw std::runtime_error("cannot create a socket");
-  process = start({{HOST_PROGRAM, std::to_string(INHERITED_DESCRIPTOR)}}, output, ends[1]);
+  process = start({{program.string()}}, output, ends[1]);
   ::close(ends[1]);
   commands = ends[0];
   ::setsockopt(commands, SOL_SOCKET, SO_RCVTIMEO, &PATIENCE, sizeof PATIENCE);
@@ -53,16 +53,8 @@ bool HostProcess::hasLauncherMapped() const {
   return maps.find("libThinClientLauncher.dylib") != std::string::npos;
 }
 
-// The thread sanitizer has one of its own in the host.
-#ifdef __SANITIZE_THREAD__
-constexpr int SANITIZER_THREADS = 1;
-#else
-constexpr int SANITIZER_THREADS = 0;
-#endif
-
 int HostProcess::threads() const {
-  const fs::directory_iterator tasks("/proc/" + std::to_string(process) + "/task");
-  return static_cast<int>(std::distance(fs::begin(tasks), fs::end(tasks))) - SANITIZER_THREADS;
+  return countThreads(std::to_string(process));
 }
 
 int HostProcess::end() {

@@ -9,11 +9,11 @@
 
 namespace test {
 
-// A running host program (programs/Host.cpp), asked one thing at a time.
+// A running host program (programs/Host.cpp), given one command at a time.
 class HostProcess {
 public:
   // Starts the program; what it prints goes to the given file.
-  explicit HostProcess(const std::filesystem::path& output);
+  HostProcess(const std::filesystem::path& program, const std::filesystem::path& output);
   ~HostProcess();
   HostProcess(const HostProcess&) = delete;
   HostProcess& operator=(const HostProcess&) = delete;

@@ -1,10 +1,12 @@
 #pragma once
 
-// What the next launch would do, asked of the launcher's own rules, and what the last one did.
+// What the next launch would do, as the launcher's own rules decide it, and what the last one did.
 
 #include "CleanUp.h"
 #include "LaunchLog.h"
+#include "Selection.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -16,32 +18,23 @@ namespace LauncherInspect {
 using Path = std::filesystem::path;
 using FileTime = std::filesystem::file_time_type;
 
-enum class Verdict {
-  WouldStart,
-  Older,
-  SameVersion,
-  NotComparable,  // a component that is no number keeps the comparison from an end
-  NotAboveLowest, // no copy has a version that counts, and this one is not the first
-  NewerThanClient,
-  Corrupt,
-  NoBundle,
-  NoReadableVersion
-};
-
-// What the launcher has recorded about a copy. A fact that cannot be had is missing; most of them a
-// launch does not ask for.
+// What the launcher has recorded about a copy. Nothing: the record cannot be examined; the launch
+// itself does not ask for every record.
 struct Records {
   std::optional<std::uint32_t> launches;
   std::optional<FileTime> lastLaunch; // FileTime::min(): never
   std::optional<bool> startedSafely;
 };
 
+// How a version compares with that of the chosen copy. Unordered: neither exceeds the other, and
+// they are not equal, since a component is no number.
+enum class Order { Equal, Lower, Unordered };
+
 struct Candidate {
-  Path directory;
-  std::string version;            // empty: none to read
+  Selection::Candidate decision;
   std::optional<Records> records; // kept in the launcher folder only
-  Verdict verdict = Verdict::NoBundle;
-  bool nearlyCorrupt = false; // one more start that is not safe makes it corrupt
+  bool isChosen = false;
+  Order order = Order::Unordered;
 };
 
 // What the file system refused.
@@ -56,25 +49,25 @@ struct CleanUpPreview {
 
   bool happens = false; // only after a start from the launcher folder
   Folders removed;
-  Folders kept;                   // without the started copy, which always is
-  Folders undefined;              // of equal launch time, with places for some of them only
-  std::size_t undefinedKept = 0;  // how many of these are kept
+  Folders kept;                   // without the started copy, which is always kept
+  Folders tied;                   // of equal launch time, but only some of them are kept
+  std::size_t tiedKept = 0;       // how many of these
   std::optional<Failure> failure; // the copy has been started by then
 };
 
-struct Inspection {
+struct Facts {
   std::string clientVersion;
+  bool clientVersionIsOdd = false; // its compared components are not all numbers
   Path home;
   Path workingDirectory;
-  Path launcherFolder; // empty: the home has no Application Support folder
-  bool launcherFolderMissing = false;
+  Path launcherDirectory; // empty: the home has no Application Support folder
+  bool launcherDirectoryExists = false;
 
   std::vector<Candidate> candidates; // in scan order
   std::optional<std::size_t> chosen; // index of a candidate
-  std::size_t contenders = 0;        // how many copies the chosen one was compared with, and it
-  bool fellBackToViable = false;     // none of the viable copies is compatible
-  bool clientVersionIsOdd = false;   // its compared components are not all numbers
-  bool choseWithoutVersion = false;  // no contender has a version that counts
+  std::size_t eligible = 0;          // how many copies the chosen one was selected from
+  bool fellBack = false;             // no viable copy is compatible, so all of them are eligible
+  bool choseWithoutVersion = false;  // no eligible copy has a version that counts
   std::optional<Failure> failure;    // the launcher would stop here, before any start
   CleanUpPreview cleanUp;
   LastLaunch lastLaunch;
@@ -82,7 +75,7 @@ struct Inspection {
 
 // Looks into the home and the working folder of this process. Changes nothing and raises nothing of
 // the file system.
-Inspection inspect(const std::string& clientVersion);
+Facts findFacts(const std::string& clientVersion);
 
 // The first components of a version, as text.
 std::string firstComponents(const std::string& version, std::size_t count);

@@ -1,9 +1,7 @@
 // launcher-inspect: tells what the next launch would do.
 
 #include "Arguments.h"
-#include "Disclosure.h"
 #include "DisplayText.h"
-#include "Inspection.h"
 #include "JsonReport.h"
 #include "Terminal.h"
 #include "TextReport.h"
@@ -12,16 +10,29 @@
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <pwd.h>
+#include <stdexcept>
 #include <string>
 #include <system_error>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
 using namespace LauncherInspect;
 
-// The launcher's rules ask for the home and the working folder of their process: this one takes the
-// places that it was told.
+static void requireUsable(const char* option, const fs::path& folder, std::error_code error) {
+  if (error)
+    throw UsageError(
+        std::string(option) + ": \"" + folder.string() + "\" is no folder that can be used (" +
+        error.message() + "); name an existing one");
+}
+
+// The launcher's rules ask for the home and the working folder of their process.
 static void enterHome(const fs::path& home) {
+  std::error_code error;
+  if (!fs::is_directory(home, error) && !error)
+    error = std::make_error_code(std::errc::not_a_directory);
+  requireUsable("--home", home, error);
   const fs::path absolute = fs::absolute(home);
   ::setenv("HOME", absolute.c_str(), 1);
   ::setenv("CFFIXED_USER_HOME", absolute.c_str(), 1); // what Foundation goes by
@@ -30,33 +41,29 @@ static void enterHome(const fs::path& home) {
 static void enterWorkingDirectory(const fs::path& folder) {
   std::error_code error;
   fs::current_path(folder, error);
-  if (error)
-    throw UsageError(
-        "--working-directory: \"" + folder.string() + "\" cannot be entered (" + error.message() +
-        "); name a folder that this user can enter");
+  requireUsable("--working-directory", folder, error);
 }
 
+// The name that the launcher masks in its log, or that of the user who runs this process.
 static std::string nameToMask() {
-  const std::string name = findLoginName();
-  if (name.empty())
-    throw UsageError("--mask: this user has no login name; set USER to the name to mask");
-  return name;
+  if (const char* const user = std::getenv("USER"); user != nullptr && *user != '\0')
+    return user;
+  if (const passwd* const entry = ::getpwuid(::geteuid()))
+    return entry->pw_name;
+  throw UsageError("--mask: this user has no login name; set USER to the name to mask");
 }
 
-static int report(const Arguments& arguments) {
+static int inspect(const Arguments& arguments) {
   if (arguments.home)
     enterHome(*arguments.home);
   if (arguments.workingDirectory)
     enterWorkingDirectory(*arguments.workingDirectory);
   const std::string mask = arguments.mask ? nameToMask() : "";
-  const Inspection inspection = inspect(arguments.clientVersion);
-  const Disclosure disclosure(inspection.home, mask);
-  std::cout << (arguments.json ? toJson(inspection, disclosure)
-                               : toText(inspection, disclosure, describeOutput()))
-            << std::flush;
+  const Report report = makeReport(findFacts(arguments.clientVersion), mask);
+  std::cout << (arguments.json ? toJson(report) : toText(report, describeOutput())) << std::flush;
   if (!std::cout)
     throw std::runtime_error("the report cannot be written; is there room where it goes?");
-  return inspection.chosen ? COPY_WOULD_START : NO_COPY_WOULD_START;
+  return report.at("chosen").is_null() ? NO_COPY_WOULD_START : COPY_WOULD_START;
 }
 
 static void complain(const std::string& message) {
@@ -66,7 +73,7 @@ static void complain(const std::string& message) {
 int main(int argc, char** argv) {
   try {
     const auto arguments = readArguments(argc, argv);
-    return arguments ? report(*arguments) : COPY_WOULD_START;
+    return arguments ? inspect(*arguments) : COPY_WOULD_START;
   } catch (const UsageError& error) {
     complain(error.what());
     std::cerr << "Run \"launcher-inspect --help\" for the options.\n";
