@@ -67,13 +67,13 @@ void checkCleanUp(
     const std::vector<fs::path>& before,
     const std::vector<fs::path>& after) {
   const auto remains = [&](const std::string& name) {
-    return std::find(after.begin(), after.end(), home.launcherFolder() / name) != after.end();
+    return std::find(after.begin(), after.end(), home.launcherFolder / name) != after.end();
   };
   FUZZ_CHECK(remains(chosen));
   FUZZ_CHECK(after.size() == std::min<std::size_t>(before.size(), 3));
-  for (const auto& entry : home.entries()) {
+  for (const auto& entry : home.entries) {
     const auto later =
-        std::count_if(home.entries().begin(), home.entries().end(), [&](const auto& other) {
+        std::count_if(home.entries.begin(), home.entries.end(), [&](const auto& other) {
           return &other != &entry && other.name != chosen && other.launchTime >= entry.launchTime;
         });
     FUZZ_CHECK(entry.name == chosen || later >= 2 || remains(entry.name));
@@ -86,20 +86,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const fs::path folderBefore = fs::current_path();
   const test::ScopedHome scope;
   const test::RandomHome home(numbersOf(data, size), scope.path());
-  fs::current_path(home.workingFolder());
+  fs::current_path(home.workingFolder);
   const auto outside = contentOf(scope.path() / "outside");
   const auto work = contentOf(scope.path() / "work");
-  const auto folders = test::foldersIn(home.launcherFolder());
+  const auto folders = test::foldersIn(home.launcherFolder);
   const auto chosen = home.chosenInLauncherFolder(folders);
 
-  launch(home.clientVersion());
+  launch(home.clientVersion);
   fs::current_path(folderBefore);
 
-  const auto remaining = test::foldersIn(home.launcherFolder());
+  const auto remaining = test::foldersIn(home.launcherFolder);
   FUZZ_CHECK(contentOf(scope.path() / "outside") == outside);
   FUZZ_CHECK(contentOf(scope.path() / "work") == work);
   if (chosen) {
-    const fs::path record = home.launcherFolder() / *chosen / "launchCount.dat";
+    const fs::path record = home.launcherFolder / *chosen / "launchCount.dat";
     FUZZ_CHECK(test::readFile(record) == std::to_string(home.find(*chosen).launches + 1));
     checkCleanUp(home, *chosen, folders, remaining);
   } else {

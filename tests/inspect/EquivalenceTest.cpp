@@ -88,9 +88,9 @@ json foretell(const Sample& sample) {
         "--home",
         sample.home,
         "--working-directory",
-        sample.random.workingFolder(),
+        sample.random.workingFolder,
         "--client-version",
-        sample.random.clientVersion()}});
+        sample.random.clientVersion}});
   EXPECT_LE(result.status, 1) << result.err;
   const json report = json::parse(result.out);
   EXPECT_EQ(result.status == 0, !report["chosen"].is_null());
@@ -99,8 +99,8 @@ json foretell(const Sample& sample) {
 
 void launch(const Sample& sample) {
   const Result result = test::run(
-      {{IMPATIENT_HOST, LAUNCHER_LIBRARY, "launchermode", sample.random.clientVersion()},
-       sample.random.workingFolder(),
+      {{IMPATIENT_HOST, LAUNCHER_LIBRARY, "launchermode", sample.random.clientVersion},
+       sample.random.workingFolder,
        {{"HOME", sample.home}, {"USER", "nobody-at-all"}}});
   EXPECT_EQ(result.status, 0) << result.err;
 }
@@ -122,7 +122,7 @@ void expectSameChoice(const json& report, const Sample& sample) {
 void expectSameRemovals(
     const json& report, const Sample& sample, const std::set<std::string>& before) {
   const json& cleanUp = report["cleanUp"];
-  const auto removed = difference(before, folderNames(sample.random.launcherFolder()));
+  const auto removed = difference(before, folderNames(sample.random.launcherFolder));
   const auto foretold = namesIn(cleanUp["removed"], sample.home);
   const auto tied = namesIn(cleanUp["tied"], sample.home);
   const auto removedOfTied = tied.size() - cleanUp["tiedKept"].get<std::size_t>();
@@ -159,7 +159,7 @@ TEST_P(RandomHomes, LaunchAsForetold) {
   for (unsigned seed = first; seed < first + HOMES_PER_GROUP; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     const Sample sample(seed);
-    const auto before = folderNames(sample.random.launcherFolder());
+    const auto before = folderNames(sample.random.launcherFolder);
     const json report = foretell(sample);
     launch(sample);
     expectSameChoice(report, sample);

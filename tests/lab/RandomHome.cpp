@@ -4,7 +4,6 @@
 #include "VersionOracle.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <utility>
 
@@ -14,16 +13,13 @@ namespace test {
 
 namespace {
 
-const std::string LONG_NAME(255, 'n');
-
-const std::array<std::string, 15> NAMES{
+const std::vector<std::string> NAMES{
     "45.12.0.900",
     "45.13.0.10",
     "a b",
     "line\nfeed",
     "\"quoted\"",
     "\xFF\xFE",
-    LONG_NAME,
     ".hidden",
     "corrupt.dat",
     "back\\slash",
@@ -33,27 +29,63 @@ const std::array<std::string, 15> NAMES{
     "\xC3\xBCmlaut",
     "~"};
 
-const std::array<std::string, 22> VERSIONS{
+const std::vector<std::string> VERSIONS{
     "",         "45.12.0.900", "45.12.0.901", "45.13.0.10",    "45.10.0.32950", "45.10.0.32951",
     "45.12",    "45",          "99999999999", "45.x.1",        "...",           "0.0.0.0",
     "46.1.2.3", " 45.12.1",    "-1.5",        "45.12.0.900.7", "45.12.0.900",   "45.12.0.0900",
     "44.9",     "45.12.",      "x.1",         "0.0.0.1"};
 
-const std::array<std::string, 8> CLIENT_VERSIONS{
+const std::vector<std::string> CLIENT_VERSIONS{
     "", "1.0.0.1", "45.12.0.1000", "45", "nonsense", "45.10.0.1", "44.0", "45.x"};
 
-const std::array<std::pair<std::string, std::uint32_t>, 8> LAUNCH_COUNTS{
-    {{"", 0},
-     {"2", 2},
-     {"3", 3},
-     {" 7\n", 7},
-     {"x3", 0},
-     {"4294967295", 4294967295U},
-     {"1e9", 1},
-     {"4", 4}}};
+// The content of a record and the number in it.
+const std::vector<std::pair<std::string, std::uint32_t>> LAUNCH_COUNTS{
+    {"", 0}, {"2", 2}, {"3", 3}, {" 7\n", 7}, {"x3", 0}, {"4294967295", 4294967295U}, {"1e9", 1}};
 
 // A few moments, so that several copies were launched at the same one.
 constexpr int LAUNCH_TIMES = 3;
+
+template <typename List>
+const auto& any(const RandomNumber& below, const List& list) {
+  return list[below(list.size())];
+}
+
+void addBundle(const RandomNumber& below, const fs::path& dir, RandomEntry& entry) {
+  const std::size_t kind = below(8);
+  entry.hasBundle = kind != 0;
+  if (kind == 1) {
+    writeFile(bundleIn(dir), "a file");
+  } else if (kind == 2) {
+    Copy(dir, "").list("no list");
+  } else if (kind > 2) {
+    entry.version = any(below, VERSIONS);
+    Copy(dir, entry.version);
+  }
+}
+
+void addSafeStart(const RandomNumber& below, const fs::path& mark, RandomEntry& entry) {
+  const std::size_t kind = below(4);
+  if (kind == 1)
+    writeFile(mark, "");
+  else if (kind == 2)
+    fs::create_directory(mark);
+  else if (kind == 3)
+    fs::create_symlink("nowhere", mark);
+  entry.startedSafely = kind == 1 || kind == 2;
+}
+
+RandomEntry addCopy(const RandomNumber& below, const fs::path& dir) {
+  RandomEntry entry;
+  entry.name = dir.filename();
+  fs::create_directories(dir);
+  addBundle(below, dir, entry);
+  const auto& [content, launches] = any(below, LAUNCH_COUNTS);
+  if (!content.empty())
+    writeFile(dir / "launchCount.dat", content);
+  entry.launches = launches;
+  addSafeStart(below, dir / "started.dat", entry);
+  return entry;
+}
 
 void writeLaunchTime(const fs::path& dir, int order) {
   static const auto now = fs::file_time_type::clock::now();
@@ -63,153 +95,105 @@ void writeLaunchTime(const fs::path& dir, int order) {
 
 } // namespace
 
-RandomHome::RandomHome(RandomNumber number, const fs::path& home)
-    : below(std::move(number)),
-      launcher(home / "Library" / "Application Support" / "VantuOrlixVDILauncher"),
-      outside(home / "outside"), client(any(CLIENT_VERSIONS)) {
+RandomHome::RandomHome(const RandomNumber& below, const fs::path& home)
+    : launcherFolder(home / "Library" / "Application Support" / "VantuOrlixVDILauncher"),
+      clientVersion(any(below, CLIENT_VERSIONS)), outside(home / "outside") {
   writeFile(outside / "precious" / "file", "precious");
-  fs::create_directories(launcher.parent_path());
+  fs::create_directories(launcherFolder);
   const std::size_t missing = below(16);
+  if (missing == 1 || missing == 2)
+    fs::remove(launcherFolder);
   if (missing == 1)
-    fs::remove(launcher.parent_path());
-  else if (missing != 2)
-    fillLauncherFolder();
-  chooseWorkingFolder(home / "work");
-}
-
-void RandomHome::fillLauncherFolder() {
-  fs::create_directory(launcher);
-  for (auto count = below(12); count > 0; --count) {
-    const std::string& name = any(NAMES);
-    if (!fs::exists(fs::symlink_status(launcher / name)))
-      addEntry(name);
+    fs::remove(launcherFolder.parent_path());
+  for (auto count = missing == 1 || missing == 2 ? 0 : below(12); count > 0; --count) {
+    const std::string& name = any(below, NAMES);
+    if (!fs::exists(fs::symlink_status(launcherFolder / name)))
+      addEntry(below, name);
   }
+  chooseWorkingFolder(below, home / "work");
 }
 
-void RandomHome::addEntry(const std::string& name) {
+void RandomHome::addEntry(const RandomNumber& below, const std::string& name) {
+  const fs::path place = launcherFolder / name;
   const std::size_t kind = below(8);
   if (kind == 0) {
-    writeFile(launcher / name, "a file");
+    writeFile(place, "a file");
   } else if (kind == 1) {
-    fs::create_symlink(launcher / "nowhere", launcher / name);
-  } else if (kind == 2) {
-    addLinkToFolder(name);
+    fs::create_symlink("nowhere", place);
+  } else if (kind == 2) { // to a folder outside, which may gain records and nothing else
+    const fs::path target = outside / std::to_string(entries.size());
+    entries.push_back(addCopy(below, target));
+    entries.back().name = name;
+    fs::create_directory_symlink(target, place);
   } else {
-    Entry entry = addCopy(launcher / name);
-    entry.launchTime = static_cast<int>(below(LAUNCH_TIMES));
-    if (entry.launchTime > 0)
-      writeLaunchTime(launcher / name, entry.launchTime);
-    inLauncherFolder.push_back(entry);
+    entries.push_back(addCopy(below, place));
+    entries.back().launchTime = static_cast<int>(below(LAUNCH_TIMES));
+    if (entries.back().launchTime > 0)
+      writeLaunchTime(place, entries.back().launchTime);
   }
 }
 
-// To a folder outside, which may gain records and nothing else.
-void RandomHome::addLinkToFolder(const std::string& name) {
-  const fs::path target = outside / std::to_string(inLauncherFolder.size());
-  Entry entry = addCopy(target);
-  fs::create_directory_symlink(target, launcher / name);
-  entry.name = name;
-  inLauncherFolder.push_back(entry);
-}
-
-RandomHome::Entry RandomHome::addCopy(const fs::path& dir) {
-  Entry entry;
-  entry.name = dir.filename();
-  fs::create_directories(dir);
-  addBundle(dir, entry);
-  const auto& [content, launches] = any(LAUNCH_COUNTS);
-  if (!content.empty())
-    writeFile(dir / "launchCount.dat", content);
-  entry.launches = launches;
-  addSafeStart(dir, entry);
-  return entry;
-}
-
-void RandomHome::addBundle(const fs::path& dir, Entry& entry) {
-  const std::size_t kind = below(8);
-  entry.hasBundle = kind != 0;
-  if (kind == 1) {
-    writeFile(bundleIn(dir), "a file");
-  } else if (kind == 2) {
-    Copy(dir, "").list("no list");
-  } else if (kind > 2) {
-    entry.version = any(VERSIONS);
-    Copy(dir, entry.version);
-  }
-}
-
-void RandomHome::addSafeStart(const fs::path& dir, Entry& entry) {
-  const std::size_t kind = below(4);
-  if (kind == 1)
-    writeFile(dir / "started.dat", "");
-  else if (kind == 2)
-    fs::create_directory(dir / "started.dat");
-  else if (kind == 3)
-    fs::create_symlink(dir / "nowhere", dir / "started.dat");
-  entry.startedSafely = kind == 1 || kind == 2;
-}
-
-void RandomHome::chooseWorkingFolder(const fs::path& ordinary) {
+void RandomHome::chooseWorkingFolder(const RandomNumber& below, const fs::path& ordinary) {
   fs::create_directory(ordinary);
-  work = ordinary;
+  workingFolder = ordinary;
   const std::size_t kind = below(8);
   if (kind == 1) {
-    inWorkingFolder = addCopy(ordinary);
-  } else if (kind == 2 && fs::exists(launcher)) {
-    work = launcher;
-  } else if (kind == 3 && !inLauncherFolder.empty()) {
-    const Entry& entry = any(inLauncherFolder);
-    if (!fs::is_symlink(launcher / entry.name)) {
-      work = launcher / entry.name;
+    inWorkingFolder = addCopy(below, ordinary);
+  } else if (kind == 2 && fs::exists(launcherFolder)) {
+    workingFolder = launcherFolder;
+  } else if (kind == 3 && !entries.empty()) {
+    const RandomEntry& entry = any(below, entries);
+    if (!fs::is_symlink(launcherFolder / entry.name)) {
+      workingFolder = launcherFolder / entry.name;
       inWorkingFolder = entry;
     }
   }
 }
 
-const RandomHome::Entry& RandomHome::find(const std::string& name) const {
-  return *std::find_if(inLauncherFolder.begin(), inLauncherFolder.end(), [&](const Entry& entry) {
-    return entry.name == name;
-  });
+const RandomEntry& RandomHome::find(const std::string& name) const {
+  return *std::find_if(
+      entries.begin(), entries.end(), [&](const auto& entry) { return entry.name == name; });
 }
 
-bool RandomHome::isViable(const Entry& entry) const {
-  const bool isJudged = (&entry != &inWorkingFolder || work.parent_path() == launcher) &&
-                        !entry.version.empty() &&
+bool RandomHome::isViable(const RandomEntry& entry) const {
+  const bool isMember = &entry != &inWorkingFolder || workingFolder.parent_path() == launcherFolder;
+  const bool isJudged = isMember && !entry.version.empty() &&
                         VersionOracle::exceeds(entry.version, "45.10.0.32950", 4);
   return entry.hasBundle && !(isJudged && entry.launches >= 3 && !entry.startedSafely);
 }
 
-bool RandomHome::isCompatible(const Entry& entry) const {
-  return client.empty() || client == "1.0.0.1" ||
-         (!entry.version.empty() && !VersionOracle::exceeds(entry.version, client, 2));
+bool RandomHome::isCompatible(const RandomEntry& entry) const {
+  return clientVersion.empty() || clientVersion == "1.0.0.1" ||
+         (!entry.version.empty() && !VersionOracle::exceeds(entry.version, clientVersion, 2));
 }
 
 std::optional<std::string>
 RandomHome::chosenInLauncherFolder(const std::vector<fs::path>& order) const {
-  std::vector<const Entry*> viable{&inWorkingFolder};
-  for (const auto& dir : order)
-    viable.push_back(&find(dir.filename()));
-  const auto removeUnless = [](std::vector<const Entry*>& list, const auto& condition) {
-    list.erase(std::remove_if(list.begin(), list.end(), std::not_fn(condition)), list.end());
+  std::vector<const RandomEntry*> viable;
+  std::vector<const RandomEntry*> compatible;
+  const auto judge = [&](const RandomEntry& entry) {
+    if (isViable(entry))
+      viable.push_back(&entry);
+    if (isViable(entry) && isCompatible(entry))
+      compatible.push_back(&entry);
   };
-  removeUnless(viable, [&](const Entry* entry) { return isViable(*entry); });
-  std::vector<const Entry*> eligible = viable;
-  removeUnless(eligible, [&](const Entry* entry) { return isCompatible(*entry); });
-  if (eligible.empty())
-    eligible = viable;
-  if (eligible.empty())
-    return std::nullopt;
-  const Entry* best = eligible.front();
+  judge(inWorkingFolder);
+  for (const auto& dir : order)
+    judge(find(dir.filename()));
+
+  const RandomEntry* best = viable.empty() ? nullptr : viable.front();
   std::string bestVersion = "0.0.0.0";
-  for (const Entry* entry : eligible) {
+  if (!compatible.empty())
+    best = compatible.front();
+  for (const RandomEntry* entry : compatible.empty() ? viable : compatible) {
     if (!entry->version.empty() && VersionOracle::exceeds(entry->version, bestVersion, 4)) {
       best = entry;
       bestVersion = entry->version;
     }
   }
-  if (best == &inWorkingFolder && work.parent_path() != launcher)
-    return std::nullopt;
-  return best->name;
+  const bool isElsewhere =
+      best == &inWorkingFolder && workingFolder.parent_path() != launcherFolder;
+  return best == nullptr || isElsewhere ? std::nullopt : std::optional(best->name);
 }
 
 } // namespace test
