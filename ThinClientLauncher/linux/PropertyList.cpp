@@ -61,9 +61,8 @@ std::pair<std::string_view, bool> takeTag(std::string_view& rest) {
   const std::string_view tag = rest.substr(0, rest.find('>'));
   require(tag.size() > 1 && tag.size() < rest.size() && tag.front() == '<');
   rest.remove_prefix(tag.size() + 1);
-  const auto isNameEnd = [](char c) { return c <= ' ' || c == '/'; };
-  const auto end = std::find_if(tag.begin() + 2, tag.end(), isNameEnd);
-  return {tag.substr(1, static_cast<std::size_t>(end - tag.begin()) - 1), tag.back() == '/'};
+  const auto end = g_ascii_isalpha(tag.back()) ? tag.size() : tag.find_first_of(" \t\r\n/", 2);
+  return {tag.substr(1, end - 1), tag.back() == '/'};
 }
 
 std::string_view takeContent(std::string_view& rest, std::string_view name) {
