@@ -145,7 +145,7 @@ Facts personalFacts() {
   facts.clientVersionIsOdd = facts.fellBack = true;
   facts.workingDirectory = facts.launcherDirectory = facts.lastLaunch.log = outside;
   for (auto& candidate : facts.candidates) {
-    candidate.decision.dir = outside / "alice";
+    candidate.decision.dir = outside / "alice" / candidate.decision.dir.filename();
     candidate.decision.version = "45.alice";
   }
   for (auto* folders : {&facts.cleanUp.removed, &facts.cleanUp.tied, &facts.cleanUp.kept})
@@ -171,7 +171,7 @@ TEST(Report, MasksEveryText) {
     EXPECT_THAT(report(facts, "alice").dump(), Not(HasSubstr("alice")));
   }
   EXPECT_EQ(report(chosen, "alice")["home"], "/home/*****");
-  EXPECT_EQ(report(chosen, "alice")["candidates"][4]["directory"], "/srv/*****/*****");
+  EXPECT_EQ(report(chosen, "alice")["candidates"][5]["directory"], "/srv/*****/*****/again");
 }
 
 // --- Messages that the sample does not have ---

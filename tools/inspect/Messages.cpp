@@ -24,7 +24,7 @@ Messages notes(const Facts& facts, const Candidate& candidate) {
        "{candidates} candidates: {bundleless} without application bundle, {corrupt} corrupt. "
        "There is nothing to fall back to."},
       {"nothing-compatible",
-       facts.fellBack,
+       candidate.isChosen && facts.fellBack,
        "No copy is compatible with client {client}: the launcher falls back to all viable copies "
        "({eligible})."},
       {"odd-client-version",
