@@ -5,12 +5,11 @@
 #include "LauncherHelper.h"
 #include "Logger.h"
 #include "Platform.h"
+#include "PlistOracle.h"
 #include "ThinClientLauncherBase.h"
-#include "linux/PlainXmlList.h"
 #include "linux/PropertyList.h"
 
 #include <benchmark/benchmark.h>
-#include <plist/plist.h>
 
 #include <algorithm>
 #include <chrono>
@@ -31,6 +30,8 @@ const std::filesystem::path& bundle() {
   static const auto path = home.workFolder() / "OrlixVDIPlugin.app";
   return path;
 }
+
+constexpr const char* VERSION_KEY = "CFBundleShortVersionString";
 
 std::string listContent() {
   return test::readFile(bundle() / "Contents" / "Info.plist");
@@ -59,23 +60,20 @@ void readVersion(benchmark::State& state) {
 }
 BENCHMARK(readVersion);
 
-void readPlainXml(benchmark::State& state) {
+void readBinaryList(benchmark::State& state) {
+  const test::ScopedFolder folder;
+  test::writeFile(folder.path() / "Info.plist", test::PlistOracle(listContent()).toBinary());
+  for (auto _ : state)
+    benchmark::DoNotOptimize(PropertyList::readText(folder.path() / "Info.plist", VERSION_KEY));
+}
+BENCHMARK(readBinaryList);
+
+void parseWithLibplist(benchmark::State& state) {
   const std::string content = listContent();
   for (auto _ : state)
-    benchmark::DoNotOptimize(PropertyList::readPlainXml(content, "CFBundleShortVersionString"));
+    benchmark::DoNotOptimize(test::PlistOracle(content).text(VERSION_KEY));
 }
-BENCHMARK(readPlainXml);
-
-void parseWholeXml(benchmark::State& state) {
-  const std::string content = listContent();
-  for (auto _ : state) {
-    plist_t list = nullptr;
-    plist_from_xml(content.data(), static_cast<std::uint32_t>(content.size()), &list);
-    benchmark::DoNotOptimize(plist_dict_get_item(list, "CFBundleShortVersionString"));
-    plist_free(list);
-  }
-}
-BENCHMARK(parseWholeXml);
+BENCHMARK(parseWithLibplist);
 
 void compareVersions(benchmark::State& state) {
   const std::string a = "45.12.0.900";

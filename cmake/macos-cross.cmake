@@ -1,5 +1,5 @@
-# Builds for macOS on a machine that is none, against the sysroot that scripts/check-macos.sh lays
-# out in the build folder. Never used on a Mac.
+# Builds for macOS on Linux, against the sysroot that scripts/check-macos.sh creates in the build
+# folder. Not used on a Mac.
 set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_SYSTEM_VERSION 20.0)
 
@@ -22,9 +22,8 @@ foreach(tool AR RANLIB STRIP LIPO OTOOL INSTALL_NAME_TOOL NM)
   set(CMAKE_${tool} ${llvm}/bin/llvm-${name})
 endforeach()
 
-# -B is where the compiler finds the tool that joins the architectures. The sysroot's own
-# __config_site comes before Debian's: it leaves availability on, so that nothing binds to what
-# macOS 11 lacks.
+# -B names the folder in which the compiler finds lipo. The sysroot's __config_site must precede
+# Debian's: it keeps libc++'s availability checks, so that nothing binds to what macOS 11 lacks.
 set(join -B${CMAKE_OSX_SYSROOT}/bin)
 set(libcxx "-isystem ${CMAKE_OSX_SYSROOT}/usr/include/libc++-config")
 set(CMAKE_C_FLAGS_INIT ${join})

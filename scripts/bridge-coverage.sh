@@ -14,7 +14,7 @@ rm -f "$build"/*.profraw
 LLVM_PROFILE_FILE=$build/%p.profraw "$tests" --gtest_brief=1
 llvm-profdata-16 merge -o "$profile" "$build"/*.profraw
 
-# In this form a line reads "  12|  0|text"; lines without code have no count.
+# The listing reads "  12|  0|text". Lines without code have no count.
 lines=$(llvm-cov-16 show "$tests" -instr-profile "$profile" ThinClientLauncher/macos/LauncherHelper.mm)
 missed=$(grep -E '^ *[0-9]+\| +0\|' <<<"$lines" || true)
 echo "$(grep -cE '^ *[0-9]+\| +[1-9]' <<<"$lines") lines with code are executed."

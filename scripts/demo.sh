@@ -1,12 +1,18 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and shows one launch in a throw-away home folder.
+# Installs what is missing, builds, and shows one launch in a temporary home folder.
 # Usage: scripts/demo.sh [--keep]
 # Exit status: 0 when the started application entered load mode, 1 otherwise, 2 for wrong usage.
+#
+# It starts nothing if the launcher would choose a copy outside that folder, such as an installed
+# one. As every launch, it leaves the line "launch app succeed" in the system log. On a Mac, where
+# the system gives the application the real user's home folder, the log of load mode there gets two
+# lines. Redirecting either would need rights that a demo does not ask for.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 build=build/demo
 client_version=45.12.0.1000
+chosen_version=45.12.0.900
 
 if [ -t 1 ] && [ -z "${NO_COLOR:-}" ]; then
   bold=$'\e[1m' dim=$'\e[2m' good=$'\e[32m' bad=$'\e[31m' plain=$'\e[0m'
@@ -42,14 +48,13 @@ make_folders() {
   launcher="$home/Library/Application Support/VantuOrlixVDILauncher"
   logs=$home/Library/Logs/VantuOrlixVDI
   load_mode_logs=$logs
-  # There the system starts the application, which then has the real user's home.
   [ "$(uname)" = Darwin ] && load_mode_logs=$HOME/Library/Logs/VantuOrlixVDI
   mkdir -p "$launcher" "$home/work"
 }
 
 clean_up() {
   if [ "$keep" = yes ]; then
-    printf '\nThe folder of the demo is left in %s\n' "$folder"
+    printf '\nThe folder of the demo is kept: %s\n' "$folder"
   else
     rm -rf "$folder"
   fi
@@ -98,9 +103,26 @@ add_copies() {
   add_copy 45.9.0.88 12 60 yes
   add_copy 45.11.0.400 5 30 yes
   add_copy 45.11.0.700 0 0 no
-  add_copy 45.12.0.900 1 7 no
+  add_copy "$chosen_version" 1 7 no
   add_copy 45.12.0.950 3 1 no
   add_copy 45.13.0.10 4 2 yes
+}
+
+# --- What launcher-inspect tells, by the launcher's own rules, without starting or changing anything
+
+inspect() {
+  "$build/tools/inspect/launcher-inspect" --home "$home" --working-directory "$home/work" \
+    --client-version "$client_version" "$@"
+}
+
+require_own_choice() {
+  local own="~${launcher#"$home"}/$chosen_version" choice
+  choice=$({ inspect --json || true; } |
+    sed -n '/^ *"chosen": {/,/}/s/^ *"directory": "\(.*\)",*$/\1/p')
+  [ "$choice" = "$own" ] && return
+  echo "demo.sh: Nothing was started: the launcher would choose ${choice:-no copy} instead of the" \
+    "demo's $own." >&2
+  exit 1
 }
 
 # --- The launch ---
@@ -115,7 +137,7 @@ launch() {
 
 entered_load_mode() {
   grep -qs 'load mode, load main dll' "$load_mode_logs/vdi-launch-loadmode-log.txt" &&
-    [ -e "$launcher/45.12.0.900/started.dat" ]
+    [ -e "$launcher/$chosen_version/started.dat" ]
 }
 
 # The application runs on its own: it may need a moment longer than the launch.
@@ -130,15 +152,10 @@ wait_for_load_mode() {
 
 # --- What a person sees ---
 
-# What launcher-inspect tells, by the launcher's own rules, without starting or changing anything.
-inspect() {
-  "$build/tools/inspect/launcher-inspect" --home "$home" --working-directory "$home/work" \
-    --client-version "$client_version"
-}
-
-# The launcher folder's path, long and with the user's name masked, is left out of each line.
+# Leaves the launcher folder's path, in which the log masks the user's name, out of each line.
 show_log() {
   local line masked="$folder/*****/${launcher#"$home"/}/"
+  [ -e "$1" ] || return 0
   printf '  %s%s%s\n' "$dim" "~${1#"$home"}" "$plain"
   while IFS= read -r line; do
     printf '  %s\n' "${line//"$masked"/}"
@@ -147,11 +164,11 @@ show_log() {
 
 show_records() {
   local file
-  for file in corrupt.dat 45.12.0.900/launchCount.dat 45.12.0.900/launch.dat; do
+  for file in corrupt.dat "$chosen_version"/{launchCount.dat,launch.dat}; do
     printf '  %-30s%s\n' "$file" "$(cat "$launcher/$file")"
   done
-  [ ! -e "$launcher/45.12.0.900/started.dat" ] ||
-    printf '  %-30s%s\n' 45.12.0.900/started.dat '(written by the application)'
+  [ ! -e "$launcher/$chosen_version/started.dat" ] ||
+    printf '  %-30s%s\n' "$chosen_version/started.dat" '(written by the application)'
 }
 
 show_removed() {
@@ -163,7 +180,7 @@ show_removed() {
 
 show_verdict() {
   if [ "$1" -eq 0 ]; then
-    printf '\n%s45.12.0.900 was started and entered load mode.%s\n' "$good" "$plain"
+    printf '\n%s%s was started and entered load mode.%s\n' "$good" "$chosen_version" "$plain"
   else
     printf '\n%sThe application did not enter load mode.%s\n' "$bad" "$plain"
   fi
@@ -173,6 +190,7 @@ read_arguments "$@"
 build_everything
 make_folders
 add_copies
+require_own_choice
 
 heading "Before the launch: what launcher-inspect foresees"
 inspect

@@ -13,6 +13,7 @@ build cmake configures the build
 build ninja runs the build
 build cli11 reads the arguments of launcher-inspect
 build fmt lays out its text
+build utf8proc tells which characters are printable, and how wide
 build nlohmann-json writes its JSON
 test googletest test framework
 LIST
@@ -23,13 +24,14 @@ debian_packages() {
 build g++ compiles the library
 build cmake configures the build
 build ninja-build runs the build
-build pkg-config finds the two libraries of the Linux bridge
+build pkg-config finds the library of the Linux bridge
 build libglib2.0-dev starts processes from inside a host without zombies or leaked descriptors
-build libplist-dev reads property lists, XML and binary
 build libcli11-dev reads the arguments of launcher-inspect
 build libfmt-dev lays out its text
+build libutf8proc-dev tells which characters are printable, and how wide
 build nlohmann-json3-dev writes its JSON
 test googletest test framework, compiled with the flags of each build
+test libplist-dev reads property lists, as an oracle
 test groff-base checks the manual page
 test zsh checks the completion for zsh
 test strace traces what a process asks of the system
@@ -51,10 +53,12 @@ macos llvm-16 joins the architectures and lists symbols
 macos libc++-16-dev headers of the standard library of macOS
 macos libc++abi-16-dev the names of its runtime part
 macos python3 runs the checker of the linked library
-macos python3-pip fetches the headers of Darwin
+macos python3-pip fetches the headers of Darwin and the reader of Mach-O files
 leaks valgrind finds memory lost or misused in programs as they ship
+fuzz libplist-dev reads property lists, as an oracle
 fuzz libclang-rt-16-dev libFuzzer and the sanitizers of clang
 bench libbenchmark-dev micro-benchmarks with repetitions and random interleaving
+bench libplist-dev reads property lists in the baseline
 bench libplist-utils the tool that the shell script of the comparison calls
 bench gnuplot-nox draws the plot
 bench binutils section sizes and relocations

@@ -1,111 +1,185 @@
 #include "PropertyList.h"
 
-#include "BinaryListGuard.h"
 #include "Descriptor.h"
-#include "PlainXmlList.h"
 
 #include <glib.h>
-#include <plist/plist.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <fcntl.h>
-#include <memory>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
-
-namespace PropertyList {
+#include <vector>
 
 namespace {
 
-constexpr std::size_t MAXIMUM_FILE_SIZE = 256 * 1024;
-constexpr std::string_view BINARY_LIST_MAGIC = "bplist0";
-// What libplist pays for more than linearly: containers with stack, since it frees nested ones
-// recursively, keys and entities with time.
-constexpr std::size_t MAXIMUM_XML_CONTAINERS = 500;
-constexpr std::size_t MAXIMUM_XML_KEYS = 1000;
-constexpr std::size_t MAXIMUM_XML_ENTITIES = 1000;
+constexpr off_t MAXIMUM_FILE_SIZE = 256 * 1024;
 
-struct ListDeleter {
-  void operator()(void* list) const { plist_free(list); }
-};
-using List = std::unique_ptr<void, ListDeleter>;
+struct Unreadable {};
 
-bool isReadableList(const struct stat& status) {
-  return S_ISREG(status.st_mode) && status.st_size > 0 &&
-         static_cast<std::uintmax_t>(status.st_size) <= MAXIMUM_FILE_SIZE;
+void require(bool condition) {
+  if (!condition)
+    throw Unreadable();
 }
 
-// The file's type is asked for before it is opened, since opening a device can have effects. What
-// takes its place in between costs no more than the size read here.
-std::string readFile(const std::filesystem::path& file) {
-  struct stat status {};
-  if (::stat(file.c_str(), &status) != 0 || !isReadableList(status))
-    return {};
-  const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  if (descriptor < 0)
-    return {};
-  std::string content(static_cast<std::size_t>(status.st_size), '\0');
-  std::size_t filled = 0;
-  while (filled < content.size()) {
-    const ssize_t got = ::read(descriptor, content.data() + filled, content.size() - filled);
-    if (got < 0 && errno == EINTR)
-      continue;
-    if (got <= 0)
-      break;
-    filled += static_cast<std::size_t>(got);
-  }
-  content.resize(filled);
+std::string decoded(std::string_view content) {
+  require(g_utf8_validate_len(content.data(), content.size(), nullptr)); // no NUL either
+  const auto isPlain = [](char c) { return c != '&' && c != '<' && c != '\r'; };
+  if (std::all_of(content.begin(), content.end(), isPlain))
+    return std::string(content);
+  const auto append = [](GMarkupParseContext*, const char* part, gsize size, void* text, GError**) {
+    static_cast<std::string*>(text)->append(part, size);
+  };
+  const GMarkupParser parser{nullptr, nullptr, append, nullptr, nullptr};
+  const std::string element = "<text>" + std::string(content) + "</text>";
+  std::string text;
+  g_autoptr(GMarkupParseContext) context =
+      g_markup_parse_context_new(&parser, G_MARKUP_TREAT_CDATA_AS_TEXT, &text, nullptr);
+  require(g_markup_parse_context_parse(context, element.data(), gssize(element.size()), nullptr));
+  return text;
+}
+
+inline bool skip(std::string_view& rest, std::string_view start, std::string_view end) {
+  const auto at = rest.substr(0, start.size()) == start ? rest.find(end, start.size()) : rest.npos;
+  if (at != rest.npos)
+    rest.remove_prefix(at + end.size());
+  return at != rest.npos;
+}
+
+void skipMarkup(std::string_view& rest) {
+  do {
+    while (!rest.empty() && g_ascii_isspace(rest.front()))
+      rest.remove_prefix(1);
+  } while (skip(rest, "<!--", "-->") || skip(rest, "<?", "?>") || skip(rest, "<!DOCTYPE", ">"));
+}
+
+// The name, with the slash of an end tag, and whether the element is an empty one.
+std::pair<std::string_view, bool> takeTag(std::string_view& rest) {
+  skipMarkup(rest);
+  const std::string_view tag = rest.substr(0, rest.find('>'));
+  require(tag.size() > 1 && tag.size() < rest.size() && tag.front() == '<');
+  rest.remove_prefix(tag.size() + 1);
+  const auto isNameEnd = [](char c) { return c <= ' ' || c == '/'; };
+  const auto end = std::find_if(tag.begin() + 2, tag.end(), isNameEnd);
+  return {tag.substr(1, static_cast<std::size_t>(end - tag.begin()) - 1), tag.back() == '/'};
+}
+
+std::string_view takeContent(std::string_view& rest, std::string_view name) {
+  const std::string_view whole = rest;
+  do
+    rest.remove_prefix(std::min(rest.find('<'), rest.size()));
+  while (skip(rest, "<!--", "-->") || skip(rest, "<![CDATA[", "]]>"));
+  const std::string_view content = whole.substr(0, whole.size() - rest.size());
+  require(rest.substr(0, 2) == "</" && takeTag(rest).first.substr(1) == name);
   return content;
 }
 
-std::size_t countOccurrences(std::string_view text, std::string_view what) {
-  std::size_t count = 0;
-  for (auto at = text.find(what); at != std::string_view::npos; at = text.find(what, at + 1))
-    ++count;
-  return count;
+// Of repeated keys the last counts. GLib's parser would take ten times as long for a whole list.
+std::string textInXml(std::string_view rest, std::string_view key) {
+  std::string text, open = "p"; // what is open, by initials: the plist, arrays, dicts
+  bool hasKey = false, isWanted = false;
+  require(takeTag(rest).first == "plist");
+  do {
+    const auto [name, isEmpty] = takeTag(rest);
+    if (name == "/array" || name == "/dict") {
+      require(name[1] == open.back() && !hasKey);
+      open.pop_back();
+      continue;
+    }
+    const bool isContainer = name == "array" || name == "dict";
+    const std::string_view raw = isContainer || isEmpty ? "" : takeContent(rest, name);
+    if (isWanted)
+      text = name == "string" ? decoded(raw) : "";
+    require((name == "key") == (open.back() == 'd' && !hasKey)); // a key, then its value
+    hasKey = name == "key";
+    isWanted = hasKey && open.size() == 2 && raw.size() >= key.size() && decoded(raw) == key;
+    if (isContainer && !isEmpty)
+      open += name.front();
+  } while (open.size() > 1);
+  require(takeTag(rest).first == "/plist");
+  skipMarkup(rest);
+  require(rest.empty());
+  return text;
 }
 
-bool isModestXml(std::string_view content) {
-  return countOccurrences(content, "<array") + countOccurrences(content, "<dict") <=
-             MAXIMUM_XML_CONTAINERS &&
-         countOccurrences(content, "<key") <= MAXIMUM_XML_KEYS &&
-         countOccurrences(content, "&") <= MAXIMUM_XML_ENTITIES;
+struct Object {
+  enum Kind { NUMBER = 0x1, ASCII_TEXT = 0x5, UTF16_TEXT = 0x6, DICTIONARY = 0xD };
+  std::uint64_t kind;
+  std::uint64_t count; // of bytes, UTF-16 units or entries
+  std::uint64_t body;
+};
+
+std::uint64_t numberAt(std::string_view list, std::uint64_t position, std::uint64_t size) {
+  require(size <= 8 && position <= list.size() && size <= list.size() - position);
+  std::uint64_t number = 0;
+  for (const char byte : list.substr(position, size))
+    number = number << 8 | static_cast<unsigned char>(byte);
+  return number;
 }
 
-List parse(const std::string& content) {
-  const auto size = static_cast<std::uint32_t>(content.size());
-  plist_t list = nullptr;
-  if (content.compare(0, BINARY_LIST_MAGIC.size(), BINARY_LIST_MAGIC) == 0) {
-    if (isModestBinaryList(content))
-      plist_from_bin(content.data(), size, &list);
-  } else if (isModestXml(content)) {
-    plist_from_xml(content.data(), size, &list);
+Object objectAt(std::string_view list, std::uint64_t reference, std::uint64_t referenceSize) {
+  const std::uint64_t index = numberAt(list, reference, referenceSize);
+  const std::uint64_t offsetSize = numberAt(list, list.size() - 26, 1);
+  const std::uint64_t table = numberAt(list, list.size() - 8, 8);
+  const std::uint64_t position = numberAt(list, table + index * offsetSize, offsetSize);
+  const std::uint64_t marker = numberAt(list, position, 1);
+  if ((marker & 0xF) != 0xF)
+    return {marker >> 4, marker & 0xF, position + 1};
+  const std::uint64_t number = numberAt(list, position + 1, 1); // the count is an object too
+  const std::uint64_t size = std::uint64_t{1} << (number & 0xF);
+  const std::uint64_t count = numberAt(list, position + 2, size);
+  require(number >> 4 == Object::NUMBER && count <= list.size());
+  return {marker >> 4, count, position + 2 + size};
+}
+
+std::string textOf(std::string_view list, const Object& object) {
+  const std::uint64_t unitSize = object.kind == Object::UTF16_TEXT ? 2 : 1;
+  require(unitSize == 2 || object.kind == Object::ASCII_TEXT);
+  std::vector<gunichar2> units(object.count + 1);
+  for (std::uint64_t i = 0; i < object.count; ++i)
+    units[i] = static_cast<gunichar2>(numberAt(list, object.body + i * unitSize, unitSize));
+  glong converted = 0, written = 0; // a NUL ends the conversion
+  g_autofree char* text = g_utf16_to_utf8(units.data(), -1, &converted, &written, nullptr);
+  require(text && converted == glong(object.count) && (unitSize == 2 || written == converted));
+  return text;
+}
+
+// Looks into the top dictionary alone. Of repeated keys, which all tools store as ASCII, the first
+// counts.
+std::string textInBinary(std::string_view list, std::string_view key) {
+  const std::uint64_t width = numberAt(list, list.size() - 25, 1);
+  const Object top = objectAt(list, list.size() - 16, 8);
+  require(top.kind == Object::DICTIONARY);
+  for (std::uint64_t i = 0; i < top.count; ++i) {
+    const Object name = objectAt(list, top.body + i * width, width);
+    if (name.kind == Object::ASCII_TEXT && list.substr(name.body, name.count) == key)
+      return textOf(list, objectAt(list, top.body + (top.count + i) * width, width));
   }
-  return List(list);
+  return {};
 }
 
-std::string validText(std::string_view text) {
-  const bool isValid = g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr);
-  return isValid ? std::string(text) : std::string();
+// Opening a device can have effects, so the file's type is asked for first.
+std::string readFile(const std::filesystem::path& file) {
+  struct stat status {};
+  require(::stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode));
+  require(status.st_size <= MAXIMUM_FILE_SIZE);
+  const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  std::string content(static_cast<std::size_t>(status.st_size), '\0');
+  for (std::size_t filled = 0; filled < content.size();) {
+    const ssize_t got = ::read(descriptor, content.data() + filled, content.size() - filled);
+    require(got > 0 || (got < 0 && errno == EINTR));
+    filled += static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+  }
+  return content;
 }
 
 } // namespace
 
-std::string readText(const std::filesystem::path& file, const char* key) {
-  const std::string content = readFile(file);
-  if (const auto text = readPlainXml(content, key))
-    return validText(*text);
-  const List list = parse(content);
-  if (!list || plist_get_node_type(list.get()) != PLIST_DICT)
-    return {};
-  const plist_t value = plist_dict_get_item(list.get(), key);
-  if (value == nullptr || plist_get_node_type(value) != PLIST_STRING)
-    return {};
-  std::uint64_t length = 0;
-  const char* const text = plist_get_string_ptr(value, &length);
-  return text == nullptr ? std::string() : validText({text, static_cast<std::size_t>(length)});
+std::string PropertyList::readText(const std::filesystem::path& file, const char* key) try {
+  const std::string list = readFile(file);
+  return list.compare(0, 8, "bplist00") == 0 ? textInBinary(list, key) : textInXml(list, key);
+} catch (const Unreadable&) {
+  return {};
 }
-
-} // namespace PropertyList

@@ -1,17 +1,14 @@
-# GLib starts processes, libplist reads a bundle's property list.
+# GLib starts processes and decodes XML texts.
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
 pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0>=2.74)
-pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0>=2.2)
 
 target_sources(launcher_objects PRIVATE
   linux/ApplicationStart.cpp
-  linux/BinaryListGuard.cpp
-  linux/PlainXmlList.cpp
   linux/Platform.cpp
   linux/PropertyList.cpp)
 target_link_libraries(launcher_objects PUBLIC
-  PkgConfig::GLIB PkgConfig::PLIST Threads::Threads ${CMAKE_DL_LIBS})
+  PkgConfig::GLIB Threads::Threads ${CMAKE_DL_LIBS})
 
 # A library that defines a unique symbol is never unmapped.
 foreach(objects IN ITEMS launcher_rules launcher_objects)

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Lays out a folder in which clang and lld find what a build for macOS needs.
+"""Creates a folder in which clang and lld find what a build for macOS needs.
 
 Usage: lay_out.py WHEEL LLVM SYSROOT
 
-WHEEL is the ziglang wheel, LLVM the folder of Debian's LLVM. SYSROOT is made afresh.
+WHEEL is the ziglang wheel, LLVM the folder of Debian's LLVM. SYSROOT is replaced.
 """
 
 import pathlib
@@ -44,7 +44,7 @@ def extract_darwin(wheel, sysroot):
 
 
 def write_libcxx_stub(llvm, sysroot):
-    """The Mac's libc++ exports what Debian's does, that of libc++abi included."""
+    """The Mac's libc++ exports what Debian's libc++ and libc++abi do."""
     listing = subprocess.run(
         [llvm / "bin/llvm-nm", "--dynamic", "--defined-only", "--format=just-symbols"]
         + [llvm / "lib" / name for name in ("libc++.so.1", "libc++abi.so.1")],
@@ -54,7 +54,7 @@ def write_libcxx_stub(llvm, sysroot):
 
 
 def write_libcxx_configuration(llvm, sysroot):
-    """Debian's, with availability on: without it the library would bind what macOS 11 lacks."""
+    """Takes out of Debian's file the line that allows what macOS 11 lacks."""
     configuration = (llvm / "include/c++/v1/__config_site").read_text()
     switch = "#define _LIBCPP_HAS_NO_VENDOR_AVAILABILITY_ANNOTATIONS\n"
     if switch not in configuration:
@@ -65,7 +65,7 @@ def write_libcxx_configuration(llvm, sysroot):
 
 
 def name_lipo(llvm, sysroot):
-    """The compiler joins the architectures with a tool that it knows by this name."""
+    """The compiler calls the tool that joins the architectures by this name."""
     (sysroot / "bin").mkdir()
     (sysroot / "bin/lipo").symlink_to(llvm / "bin/llvm-lipo")
 

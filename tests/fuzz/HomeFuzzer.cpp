@@ -1,53 +1,37 @@
-// Whole launches in random homes: the copy that must be chosen is, its launch is counted, the
-// folders that must stay do, no more are removed than the rule says, and nothing outside the
-// launcher folder and the log folder changes but the records of a linked copy.
+// Whole launches in random homes: the right copy is chosen and its launch counted, the folders that
+// must stay do, no more are removed than the rule says, and nothing outside the launcher folder and
+// the log folder changes, except the records of a linked copy.
 
 #include "FuzzCheck.h"
 #include "Home.h"
 #include "RandomHome.h"
+#include "SystemLog.h"
 #include "ThinClientLauncherEntryPoint.h"
 
 #include <glib.h>
 
 #include <algorithm>
 #include <map>
-#include <semaphore.h>
 
 namespace fs = std::filesystem;
 
-static sem_t startReported;
-
-// Stands in for GLib's: a random home has no program to run, and forking what a fuzzer has become
-// takes longer than everything else.
+// A fake of GLib's, which starts nothing: a random home has no program to run, and forking what a
+// fuzzer has become takes longer than everything else.
 extern "C" gboolean g_spawn_async(
-    const gchar*,
-    gchar**,
-    gchar**,
-    GSpawnFlags,
-    GSpawnChildSetupFunc,
-    gpointer,
-    GPid*,
-    GError** error) {
-  g_set_error_literal(error, G_SPAWN_ERROR, G_SPAWN_ERROR_FAILED, "nothing is started here");
-  return FALSE;
-}
-
-// Stands in for the C library's, to learn that the start is over.
-extern "C" void syslog(int, const char*, ...) {
-  sem_post(&startReported);
+    const gchar*, gchar**, gchar**, GSpawnFlags, GSpawnChildSetupFunc, gpointer, GPid*, GError**) {
+  return TRUE;
 }
 
 namespace {
 
-std::vector<std::string> foldersIn(const fs::path& dir) {
-  std::vector<std::string> names;
-  if (!fs::exists(dir))
-    return names;
-  for (const auto& entry : fs::directory_iterator(dir)) {
-    if (entry.is_directory())
-      names.push_back(entry.path().filename());
-  }
-  return names;
+// The bytes of an input as numbers; zeros when they are used up.
+test::RandomNumber numbersOf(const std::uint8_t* data, std::size_t size) {
+  return [data, size](std::size_t limit) mutable {
+    if (size == 0)
+      return std::size_t{0};
+    --size;
+    return *data++ % limit;
+  };
 }
 
 // Everything below a folder but the records, links not followed.
@@ -64,60 +48,59 @@ std::map<std::string, std::string> contentOf(const fs::path& dir) {
   return content;
 }
 
+// Returns when the start of the application has ended too.
 void launch(const std::string& clientVersion) {
+  test::SystemLog systemLog;
   std::string mode = "launchermode";
   std::string client = clientVersion;
   std::string program = "host";
   char* arguments[] = {program.data(), mode.data(), client.data(), nullptr};
   FUZZ_CHECK(ThinClientLauncherEntryPoint(3, arguments) == 0);
-  while (sem_wait(&startReported) != 0) {
-  }
+  FUZZ_CHECK(systemLog.await(1).size() == 1);
 }
 
 // Those that the clean-up may not remove: the chosen one, and every folder with fewer than two
 // others that were launched at the same time or later.
 void checkCleanUp(
-    const RandomHome& home,
+    const test::RandomHome& home,
     const std::string& chosen,
-    const std::vector<std::string>& before,
-    const std::vector<std::string>& after) {
+    const std::vector<fs::path>& before,
+    const std::vector<fs::path>& after) {
   const auto remains = [&](const std::string& name) {
-    return std::find(after.begin(), after.end(), name) != after.end();
+    return std::find(after.begin(), after.end(), home.launcherFolder / name) != after.end();
   };
   FUZZ_CHECK(remains(chosen));
   FUZZ_CHECK(after.size() == std::min<std::size_t>(before.size(), 3));
-  for (const auto& copy : home.copies()) {
+  for (const auto& entry : home.entries) {
     const auto later =
-        std::count_if(home.copies().begin(), home.copies().end(), [&](const RandomCopy& other) {
-          return &other != &copy && other.name != chosen && other.launchTime >= copy.launchTime;
+        std::count_if(home.entries.begin(), home.entries.end(), [&](const auto& other) {
+          return &other != &entry && other.name != chosen && other.launchTime >= entry.launchTime;
         });
-    FUZZ_CHECK(copy.name == chosen || later >= 2 || remains(copy.name));
+    FUZZ_CHECK(entry.name == chosen || later >= 2 || remains(entry.name));
   }
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const fs::path before = fs::current_path();
+  const fs::path folderBefore = fs::current_path();
   const test::ScopedHome scope;
-  sem_init(&startReported, 0, 0);
-  Bytes bytes(data, size);
-  const RandomHome home(bytes, scope.path());
-  fs::current_path(home.workFolder());
+  const test::RandomHome home(numbersOf(data, size), scope.path());
+  fs::current_path(home.workingFolder);
   const auto outside = contentOf(scope.path() / "outside");
-  const auto work = contentOf(home.workFolder());
-  const auto folders = foldersIn(scope.launcherFolder());
+  const auto work = contentOf(scope.path() / "work");
+  const auto folders = test::foldersIn(home.launcherFolder);
   const auto chosen = home.chosenInLauncherFolder(folders);
 
-  launch(home.clientVersion());
-  fs::current_path(before);
+  launch(home.clientVersion);
+  fs::current_path(folderBefore);
 
-  const auto remaining = foldersIn(scope.launcherFolder());
+  const auto remaining = test::foldersIn(home.launcherFolder);
   FUZZ_CHECK(contentOf(scope.path() / "outside") == outside);
   FUZZ_CHECK(contentOf(scope.path() / "work") == work);
   if (chosen) {
-    const fs::path record = scope.launcherFolder() / *chosen / "launchCount.dat";
-    FUZZ_CHECK(test::readFile(record) == std::to_string(home.find(*chosen)->launches + 1));
+    const fs::path record = home.launcherFolder / *chosen / "launchCount.dat";
+    FUZZ_CHECK(test::readFile(record) == std::to_string(home.find(*chosen).launches + 1));
     checkCleanUp(home, *chosen, folders, remaining);
   } else {
     FUZZ_CHECK(remaining == folders);

@@ -16,8 +16,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string b = text.substr(std::min(middle + 1, text.size()));
 
   using Launcher = ThinClientLauncherBase;
-  FUZZ_CHECK(Launcher::splitVersion(a) == VersionOracle::split(a));
-  FUZZ_CHECK(Launcher::isGreaterVersion(a, b, count) == VersionOracle::exceeds(a, b, count));
-  FUZZ_CHECK(Launcher::isGreaterVersion(b, a, count) == VersionOracle::exceeds(b, a, count));
+  FUZZ_CHECK(Launcher::splitVersion(a) == test::VersionOracle::split(a));
+  FUZZ_CHECK(Launcher::isGreaterVersion(a, b, count) == test::VersionOracle::exceeds(a, b, count));
+  FUZZ_CHECK(Launcher::isGreaterVersion(b, a, count) == test::VersionOracle::exceeds(b, a, count));
   return 0;
 }

@@ -31,12 +31,7 @@ protected:
   }
 
   fs::path makeCopy(const std::string& name, int hoursAgo) const {
-    const fs::path dir = home.launcherFolder() / name;
-    test::Copy(dir, "45.12.0.900");
-    test::writeFile(dir / "launch.dat", "0");
-    fs::last_write_time(
-        dir / "launch.dat", fs::file_time_type::clock::now() - std::chrono::hours(hoursAgo));
-    return dir;
+    return home.copy(name).launched(std::chrono::hours(hoursAgo));
   }
 
   const test::ScopedHome home;
@@ -46,7 +41,7 @@ protected:
   const ThinClientLauncherBase launcher{};
 };
 
-TEST_F(HostileFolder, ALinkedCopyIsRemovedAsALink) {
+TEST_F(HostileFolder, LosesNoTargetOfLinks) {
   const fs::path launched = makeCopy("launched", 0);
   makeCopy("recent", 1);
   makeCopy("less recent", 2);
@@ -59,7 +54,7 @@ TEST_F(HostileFolder, ALinkedCopyIsRemovedAsALink) {
   EXPECT_TRUE(fs::exists(home.launcherFolder() / "less recent"));
 }
 
-TEST_F(HostileFolder, OddNamesAreChosenRecordedAndRemoved) {
+TEST_F(HostileFolder, TakesOddNames) {
   const std::vector<std::string> names{
       "line\nfeed", "\"quoted\" 'twice'", "\xFF\xFE not UTF-8", std::string(255, 'n'), "-rf", "*"};
   for (const auto& name : names) {
@@ -118,7 +113,7 @@ void fillFolder(const fs::path& dir) {
     test::writeFile(dir / name, "to be removed");
 }
 
-TEST_F(HostileFolder, SwappingASubFolderForALinkDuringRemovalLosesNothingOutside) {
+TEST_F(HostileFolder, SurvivesSwappedSubFolder) {
   const fs::path copy = home.launcherFolder() / "copy";
   const Swapper swapper(copy / "Contents", copy / "link");
   for (int swaps = 0; swaps < SWAPS;) {
@@ -133,7 +128,7 @@ TEST_F(HostileFolder, SwappingASubFolderForALinkDuringRemovalLosesNothingOutside
   }
 }
 
-TEST_F(HostileFolder, SwappingACopyForALinkDuringTheCleanUpLosesNothingOutside) {
+TEST_F(HostileFolder, SurvivesSwappedCopy) {
   const fs::path launched = makeCopy("launched", 0);
   const Swapper swapper(home.launcherFolder() / "copy", home.launcherFolder() / "link");
   for (int swaps = 0; swaps < SWAPS;) {

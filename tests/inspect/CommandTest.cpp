@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include <pty.h>
+#include <pwd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,6 +15,7 @@ namespace fs = std::filesystem;
 
 using nlohmann::json;
 using test::Result;
+using test::ScopedEnvironment;
 using test::ScopedHome;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
@@ -27,28 +29,52 @@ Result inspect(std::vector<std::string> arguments, const fs::path& workingDirect
   return test::run({arguments, workingDirectory});
 }
 
+class Command : public ::testing::Test {
+protected:
+  const ScopedHome home;
+};
+
 } // namespace
 
-TEST(Command, EndsWithZeroWhenACopyWouldStart) {
-  const ScopedHome home;
-  test::Copy(home.launcherFolder() / "a", "45.12.0.900");
+TEST_F(Command, EndsWithZero) {
+  home.copy("a");
   const Result result = inspect({"--client-version", "45.12.0.1000"});
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.out, StartsWith("Would start 45.12.0.900\n"));
   EXPECT_EQ(result.err, "");
 }
 
-TEST(Command, EndsWithOneWhenNoCopyWouldStart) {
-  const ScopedHome home;
+TEST_F(Command, EndsWithOne) {
   const Result result = inspect({});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.out, StartsWith("Nothing would start: no candidate is viable\n"));
 }
 
-TEST(Command, LooksIntoAnotherHome) {
-  const ScopedHome own;
+TEST_F(Command, EndsWithTwoOnWrongUsage) {
+  const std::pair<std::vector<std::string>, std::string> rows[] = {
+      {{"--home", "/no/folder"}, "No such file or directory); name an existing one"},
+      {{"--home", "/dev/null"}, "Not a directory); name an existing one"},
+      {{"--home", ""}, "name an existing one"},
+      {{"--working-directory", "/no/folder"}, "No such file or directory); name an existing one"},
+      {{"--working-directory", "/dev/null"}, "Not a directory); name an existing one"},
+      {{"--home"}, "give the option once, with one value"},
+      {{"--json", "--client-version", "1", "--client-version", "2"}, "give the option once"},
+      {{"--no-such-option"}, "not expected: --no-such-option"},
+      {{"word"}, "not expected: word"},
+      {{"--home", "/\x1b[31m\n\u202E"}, R"("/\x1b[31m\n\xe2\x80\xae" is no folder)"},
+      {{"\x1b[31m"}, R"(not expected: \x1b[31m)"}};
+  for (const auto& [arguments, message] : rows) {
+    const Result result = inspect(arguments);
+    EXPECT_EQ(result.status, 2) << message;
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(result.err, StartsWith("launcher-inspect: "));
+    EXPECT_THAT(result.err, AllOf(HasSubstr(message), HasSubstr("--help\" for")));
+  }
+}
+
+TEST_F(Command, InspectsOtherHome) {
   const test::ScopedFolder other;
-  test::Copy(other.path() / "Library/Application Support/VantuOrlixVDILauncher/a", "45.12.0.900");
+  test::Copy(other.path() / "Library/Application Support/VantuOrlixVDILauncher/a");
   EXPECT_EQ(inspect({"--home", other.path()}).status, 0);
   const fs::path name = other.path().filename();
   const Result relative =
@@ -57,80 +83,46 @@ TEST(Command, LooksIntoAnotherHome) {
   EXPECT_EQ(relative.status, 0);
 }
 
-TEST(Command, SeesWhatAHostInTheWorkingDirectorySees) {
-  const ScopedHome home;
+TEST_F(Command, SeesWorkingDirectory) {
   const test::ScopedFolder work;
-  test::Copy(work.path(), "45.12.0.900");
+  test::Copy(work.path());
   EXPECT_EQ(inspect({}).status, 1);
   const Result result = inspect({"--json", "--working-directory", work.path()});
   EXPECT_EQ(json::parse(result.out)["chosen"]["directory"], work.path().string());
 }
 
-TEST(Command, PrintsOneJsonObject) {
-  const ScopedHome home;
-  test::Copy(home.launcherFolder() / "a\xff\n\"b", "45.12.0.900");
-  const Result result = inspect({"--json"});
-  const json report = json::parse(result.out);
-  EXPECT_EQ(report["chosen"]["version"], "45.12.0.900");
+TEST_F(Command, PrintsJson) {
+  home.copy("a\xff\n\"b");
+  const json report = json::parse(inspect({"--json", "--client-version", ""}).out);
+  EXPECT_EQ(report["clientVersion"], "");
   EXPECT_TRUE(report["chosen"].contains("directoryBytes"));
 }
 
-TEST(Command, MasksTheLoginNameAsTheLauncherDoes) {
-  const ScopedHome home;
-  const test::ScopedEnvironment user("USER", "launcher-test");
-  EXPECT_THAT(inspect({}).out, HasSubstr("/launcher-test-"));
-  EXPECT_THAT(
-      inspect({"--mask"}).out,
-      AllOf(Not(HasSubstr("/launcher-test-")), HasSubstr("/*************-")));
-}
-
-TEST(Command, MasksTheAccountsNameWhereUserIsEmpty) {
-  const ScopedHome home;
-  const test::ScopedEnvironment user("USER", "");
-  EXPECT_EQ(inspect({"--mask"}).status, 1);
-}
-
-TEST(Command, PrintsItsVersion) {
-  const Result result = inspect({"--version"});
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.out, "launcher-inspect " LAUNCHER_VERSION "\n");
-}
-
-TEST(Command, PrintsItsHelp) {
-  const Result result = inspect({"--help"});
-  EXPECT_EQ(result.status, 0);
-  EXPECT_THAT(result.out, HasSubstr("--working-directory DIR"));
-}
-
-TEST(Command, EndsWithTwoOnWrongUsageAndSaysWhatToDo) {
-  const ScopedHome home;
-  const std::vector<std::pair<std::vector<std::string>, std::string>> rows = {
-      {{"--home", "/no/such/folder"}, "No such file or directory); name an existing one"},
-      {{"--home", "/dev/null"}, "Not a directory); name an existing one"},
-      {{"--home", ""}, "name an existing one"},
-      {{"--working-directory", "/no/such/folder"}, "name an existing one"},
-      {{"--home"}, "give the option once, with one value"},
-      {{"--json", "--client-version", "1", "--client-version", "2"}, "give the option once"},
-      {{"--no-such-option"}, "not expected: --no-such-option"},
-      {{"word"}, "not expected: word"}};
-  for (const auto& [arguments, message] : rows) {
-    const Result result = inspect(arguments);
-    EXPECT_EQ(result.status, 2) << message;
-    EXPECT_EQ(result.out, "");
+TEST_F(Command, MasksLoginName) {
+  home.copy("alice's");
+  const ScopedEnvironment user("USER", "alice");
+  EXPECT_THAT(inspect({}).out, HasSubstr("alice's"));
+  for (const char* form : {"--mask", "--json"})
     EXPECT_THAT(
-        result.err,
-        AllOf(StartsWith("launcher-inspect: "), HasSubstr(message), HasSubstr("--help\" for")));
-  }
+        inspect({"--mask", form}).out, AllOf(HasSubstr("*****'s"), Not(HasSubstr("alice"))));
 }
 
-TEST(Command, AnEmptyClientVersionIsNone) {
-  const ScopedHome home;
-  EXPECT_EQ(json::parse(inspect({"--json", "--client-version", ""}).out)["clientVersion"], "");
+TEST_F(Command, MasksAccountName) {
+  const std::string account = ::getpwuid(::geteuid())->pw_name;
+  home.copy(account + "'s");
+  const ScopedEnvironment user("USER", "");
+  EXPECT_THAT(inspect({"--mask"}).out, AllOf(HasSubstr("*'s"), Not(HasSubstr(account + "'s"))));
 }
 
-TEST(Command, FailsWhenItsReportCannotBeWritten) {
-  const ScopedHome home;
-  test::Copy(home.launcherFolder() / "a", "45.12.0.900");
+TEST_F(Command, PrintsVersionAndHelp) {
+  EXPECT_EQ(inspect({"--version"}).status, 0);
+  EXPECT_EQ(inspect({"--version"}).out, "launcher-inspect " LAUNCHER_VERSION "\n");
+  EXPECT_EQ(inspect({"--help"}).status, 0);
+  EXPECT_THAT(inspect({"--help"}).out, HasSubstr("--working-directory DIR"));
+}
+
+TEST_F(Command, FailsOnFullDisk) {
+  home.copy("a");
   const Result result = test::run({{"sh", "-c", "exec \"$0\" >/dev/full", LAUNCHER_INSPECT}});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.err, HasSubstr("cannot be written"));
@@ -140,51 +132,35 @@ TEST(Command, FailsWhenItsReportCannotBeWritten) {
 
 namespace {
 
-class AfterALaunch : public ::testing::Test {
+class AfterALaunch : public Command {
 protected:
-  json lastLaunch(const fs::path& workingDirectory) {
+  json lastLaunch(const fs::path& workingDirectory = "/") const {
     test::run({{IMPATIENT_HOST, LAUNCHER_LIBRARY, "launchermode", "45.12"}, workingDirectory});
     return json::parse(inspect({"--json"}).out)["lastLaunch"];
   }
 
-  const ScopedHome home;
-
 private:
-  const test::ScopedEnvironment user{"USER", "test"}; // which the log masks in the home's name
+  const ScopedEnvironment user{"USER", "test"}; // which the log masks in the home's name
 };
 
 } // namespace
 
-TEST_F(AfterALaunch, TheLogTellsTheCopyAndThatItIsRecorded) {
-  test::Copy(home.launcherFolder() / "a", "45.12.0.900");
-  test::writeFile(home.launcherFolder() / "a/launchCount.dat", "6");
-  test::writeFile(home.launcherFolder() / "a/started.dat", "");
-  const json launch = lastLaunch("/");
+TEST_F(AfterALaunch, TellsRecordedCopy) {
+  home.copy("a").launches("6").startedSafely();
+  const json launch = lastLaunch();
   EXPECT_EQ(launch["end"]["code"], "recorded");
   EXPECT_EQ(launch["launches"], 7);
   EXPECT_EQ(launch["clientVersion"], "45.12");
-  EXPECT_EQ(
-      launch["chosen"],
-      (json{
-          {"directory", "~/Library/Application Support/VantuOrlixVDILauncher/a"},
-          {"version", "45.12.0.900"}}));
+  const std::string folder = "~/Library/Application Support/VantuOrlixVDILauncher/a";
+  EXPECT_EQ(launch["chosen"], (json{{"directory", folder}, {"version", "45.12.0.900"}}));
 }
 
-TEST_F(AfterALaunch, TheLogTellsThatACopyElsewhereIsNotRecorded) {
-  test::Copy(home.path(), "45.12.0.900");
+TEST_F(AfterALaunch, TellsOtherEnds) {
+  EXPECT_EQ(lastLaunch()["end"]["code"], "nothing-chosen");
+  test::Copy(home.path());
   EXPECT_EQ(lastLaunch(home.path())["end"]["code"], "unrecorded");
-}
-
-TEST_F(AfterALaunch, TheLogTellsThatNothingWasChosen) {
-  const json launch = lastLaunch("/");
-  EXPECT_EQ(launch["end"]["code"], "nothing-chosen");
-  EXPECT_TRUE(launch["chosen"].is_null());
-}
-
-TEST_F(AfterALaunch, TheLogTellsThatARecordCouldNotBeWritten) {
-  test::Copy(home.launcherFolder() / "a", "45.12.0.900");
-  fs::create_directory(home.launcherFolder() / "a/launchCount.dat");
-  EXPECT_EQ(lastLaunch("/")["end"]["code"], "at-choice");
+  fs::create_directory(home.copy("a").dir() / "launchCount.dat");
+  EXPECT_EQ(lastLaunch()["end"]["code"], "at-choice");
 }
 
 // --- Width and colour ---
@@ -209,37 +185,47 @@ std::string onTerminal(unsigned short columns) {
   return text;
 }
 
-class OnTerminal : public ::testing::Test {
+const auto HAS_COLOUR = HasSubstr("\x1b[");
+const auto IS_WIDE = HasSubstr("VERDICT"); // which needs more than 80 columns
+
+class OnTerminal : public Command {
 protected:
-  OnTerminal() { test::Copy(home.launcherFolder() / "a", "45.12.0.900"); }
+  OnTerminal() { home.copy("a"); }
 
 private:
-  const ScopedHome home;
-  const test::ScopedEnvironment aTerminal{"TERM", "xterm"};
-  const test::ScopedEnvironment noWidth{"COLUMNS", std::nullopt};
-  const test::ScopedEnvironment noChoice{"NO_COLOR", std::nullopt};
+  const ScopedEnvironment aTerminal{"TERM", "xterm"};
+  const ScopedEnvironment noWidth{"COLUMNS", std::nullopt};
+  const ScopedEnvironment noChoice{"NO_COLOR", std::nullopt};
 };
 
 } // namespace
 
-TEST_F(OnTerminal, HasColourAndTheTerminalsWidth) {
-  EXPECT_THAT(
-      onTerminal(200), AllOf(HasSubstr("\x1b["), HasSubstr("no          would start: the")));
-  EXPECT_THAT(onTerminal(80), AllOf(HasSubstr("\x1b["), Not(HasSubstr("no          would start"))));
+TEST_F(OnTerminal, HasColourAndWidth) {
+  EXPECT_THAT(onTerminal(200), AllOf(HAS_COLOUR, IS_WIDE));
+  EXPECT_THAT(onTerminal(80), AllOf(HAS_COLOUR, Not(IS_WIDE)));
 }
 
-TEST_F(OnTerminal, HasNoColourWithNoColorSet) {
-  const test::ScopedEnvironment noColor("NO_COLOR", "1");
-  EXPECT_THAT(onTerminal(80), Not(HasSubstr("\x1b[")));
+TEST_F(OnTerminal, ObeysColumns) {
+  const std::tuple<const char*, unsigned short, bool> rows[] = {
+      {"200", 80, true}, {"80", 200, false}, {"wide", 200, true}, {"-1", 80, false}};
+  for (const auto& [columns, width, isWide] : rows) {
+    const ScopedEnvironment variable("COLUMNS", columns);
+    EXPECT_EQ(onTerminal(width).find("VERDICT") != std::string::npos, isWide) << columns;
+  }
 }
 
-TEST_F(OnTerminal, HasNoColourOnADumbTerminal) {
-  const test::ScopedEnvironment term("TERM", "dumb");
-  EXPECT_THAT(onTerminal(80), Not(HasSubstr("\x1b[")));
+TEST_F(OnTerminal, ObeysNoColor) {
+  const ScopedEnvironment noColor("NO_COLOR", "1");
+  EXPECT_THAT(onTerminal(80), Not(HAS_COLOUR));
 }
 
-TEST_F(OnTerminal, APipeHasNoColourAndEightyColumnsUnlessColumnsSaysOtherwise) {
-  EXPECT_THAT(inspect({}).out, AllOf(Not(HasSubstr("\x1b[")), Not(HasSubstr("VERDICT"))));
-  const test::ScopedEnvironment columns("COLUMNS", "200");
-  EXPECT_THAT(inspect({}).out, AllOf(Not(HasSubstr("\x1b[")), HasSubstr("VERDICT")));
+TEST_F(OnTerminal, KnowsDumbTerminal) {
+  const ScopedEnvironment term("TERM", "dumb");
+  EXPECT_THAT(onTerminal(80), Not(HAS_COLOUR));
+}
+
+TEST_F(OnTerminal, DiffersFromPipe) {
+  EXPECT_THAT(inspect({}).out, AllOf(Not(HAS_COLOUR), Not(IS_WIDE)));
+  const ScopedEnvironment columns("COLUMNS", "200");
+  EXPECT_THAT(inspect({}).out, AllOf(Not(HAS_COLOUR), IS_WIDE));
 }

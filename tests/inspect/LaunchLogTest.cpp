@@ -1,18 +1,23 @@
 #include "LaunchLog.h"
 
 #include "Home.h"
-#include "Wording.h"
+#include "Report.h"
 
 #include <gmock/gmock.h>
 
 using namespace LauncherInspect;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::StartsWith;
 
 namespace {
 
 const std::string STAMP = "2026-03-07 14:05:09.007 ";
 const std::string ENTERED = STAMP + "ThinClientLauncher DLL entry point called\n";
 const std::string CHOICE = STAMP + "Best candidate: /home/*****/copies/a (version: 45.12.0.900)\n";
+const std::string NOTHING = STAMP + "Best candidate:  (version: 0.0.0.0)\n";
+const std::string COUNT = STAMP + "VDI Launch count updated to: ";
+const std::string UNCLEANED = STAMP + "not started from launcher folder, do not clean\n";
 
 LastLaunch read(const std::string& content) {
   const test::ScopedFolder folder;
@@ -20,16 +25,18 @@ LastLaunch read(const std::string& content) {
   return readLaunchLog(folder.path() / "log.txt");
 }
 
-std::string endCode(const LastLaunch& launch) {
-  return endOf(launch, {"/", ""}).code;
+std::string endOf(const LastLaunch& launch) {
+  Facts facts;
+  facts.lastLaunch = launch;
+  const Report end = makeReport(facts, "")["lastLaunch"]["end"];
+  return end["code"].get<std::string>() + ": " + end["text"].get<std::string>();
 }
 
 } // namespace
 
-TEST(LaunchLog, TellsWhenForWhichClientAndWhichCopy) {
+TEST(LaunchLog, TellsTheLaunch) {
   const auto launch =
       read(ENTERED + STAMP + "hvd Client Version provided: 45.12.0.1000\n" + CHOICE);
-  EXPECT_EQ(launch.state, LogState::Read);
   EXPECT_EQ(launch.time, "2026-03-07 14:05:09.007");
   EXPECT_EQ(launch.clientVersion, "45.12.0.1000");
   ASSERT_TRUE(launch.chosen);
@@ -37,74 +44,56 @@ TEST(LaunchLog, TellsWhenForWhichClientAndWhichCopy) {
   EXPECT_EQ(launch.chosen->version, "45.12.0.900");
 }
 
-TEST(LaunchLog, ThatEndsBeforeTheChoiceSaysSo) {
-  EXPECT_EQ(endCode(read(ENTERED + STAMP + "launcher mode\n")), "before-choice");
+TEST(LaunchLog, TellsTheEnd) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"", "no-launch: unknown: the log holds no launch"},
+      {"Dear diary\n", "no-launch"},
+      {CHOICE, "no-launch"},
+      {ENTERED + STAMP + "launcher mode\n", "before-choice: before a copy was chosen: cut short"},
+      {ENTERED + STAMP + "Best candidate: /a (vers", "before-choice"},
+      {ENTERED + CHOICE, "at-choice: after the choice: cut short"},
+      {ENTERED + CHOICE + COUNT + "4 for directory: /a\n",
+       "recorded: start requested and recorded as launch 4;"},
+      {ENTERED + CHOICE + COUNT + "* for directory: /a\n",
+       "recorded: start requested and recorded;"},
+      {ENTERED + CHOICE + UNCLEANED, "unrecorded: start requested, not recorded outside"},
+      {ENTERED + NOTHING + UNCLEANED, "nothing-chosen: no copy was viable, nothing was started"},
+      {ENTERED + NOTHING + COUNT + "1 for directory: \n", "nothing-chosen"}};
+  for (const auto& [log, end] : rows)
+    EXPECT_THAT(endOf(read(log)), StartsWith(end)) << log;
 }
 
-TEST(LaunchLog, ThatEndsAtTheChoiceSaysSo) {
-  EXPECT_EQ(endCode(read(ENTERED + CHOICE)), "at-choice");
-}
-
-TEST(LaunchLog, WithTheLaunchCountTellsThatTheLaunchWasRecorded) {
-  const auto launch =
-      read(ENTERED + CHOICE + STAMP + "VDI Launch count updated to: 4 for directory: /a\n");
-  EXPECT_EQ(endCode(launch), "recorded");
-  EXPECT_EQ(launch.launchCount, 4u);
-}
-
-TEST(LaunchLog, OfACopyElsewhereTellsThatNothingIsRecorded) {
+TEST(LaunchLog, SaysWhyItIsUnread) {
+  const test::ScopedFolder folder;
+  const auto log = folder.path() / "log.txt";
+  EXPECT_THAT(endOf(readLaunchLog(log)), StartsWith("no-log: none: there is no log"));
+  EXPECT_THAT(endOf(readLaunchLog(folder.path())), EndsWith("read (it is no regular file)"));
+  test::writeFile(log, ENTERED);
+  std::filesystem::resize_file(log, std::uintmax_t{1} << 31);
+  EXPECT_THAT(endOf(readLaunchLog(log)), EndsWith("read (it is larger than any launch's log)"));
+  const auto longName = folder.path() / std::string(300, 'a');
   EXPECT_EQ(
-      endCode(read(ENTERED + CHOICE + STAMP + "not started from launcher folder, do not clean\n")),
-      "unrecorded");
+      endOf(readLaunchLog(longName)),
+      "unreadable: unknown: the log cannot be read (File name too long)");
 }
 
-TEST(LaunchLog, OfALaunchWithoutAnyCopySaysSo) {
-  const auto launch = read(
-      ENTERED + STAMP + "Best candidate:  (version: 0.0.0.0)\n" + STAMP +
-      "not started from launcher folder, do not clean\n");
-  EXPECT_EQ(endCode(launch), "nothing-chosen");
-}
-
-TEST(LaunchLog, NamesRemovalsThatFailed) {
+TEST(LaunchLog, NamesFailedRemovals) {
   const auto launch = read(ENTERED + CHOICE + STAMP + "remove directory failed: Busy\n");
   EXPECT_THAT(launch.removalFailures, ElementsAre("Busy"));
 }
 
-TEST(LaunchLog, WithALineFeedInAFolderNameIsReadWhole) {
+TEST(LaunchLog, KeepsLineFeeds) {
   const auto launch =
-      read(ENTERED + STAMP + "Best candidate: /a (version: 1)\nb (version: 45.12.0.900)\n");
+      read("b\n" + ENTERED + STAMP + "Best candidate: /a (version: 1)\nb (version: 45.12)\n");
   ASSERT_TRUE(launch.chosen);
   EXPECT_EQ(launch.chosen->directory, "/a (version: 1)\nb");
-  EXPECT_EQ(launch.chosen->version, "45.12.0.900");
+  EXPECT_EQ(launch.chosen->version, "45.12");
 }
 
-TEST(LaunchLog, WithMaskedMessagesAndTimesIsStillRead) {
+TEST(LaunchLog, ReadsMaskedTexts) {
   const auto launch = read("**26-03-07 14:05:09.007 ThinCli**tLauncher DLL **try point called\n"
                            "**26-03-07 14:05:09.007 Best candid***: /a (version: 45)\n");
   EXPECT_EQ(launch.time, "**26-03-07 14:05:09.007");
   ASSERT_TRUE(launch.chosen);
   EXPECT_EQ(launch.chosen->directory, "/a");
-}
-
-TEST(LaunchLog, ThatDoesNotExistTellsOfNoLaunch) {
-  const test::ScopedFolder folder;
-  EXPECT_EQ(endCode(readLaunchLog(folder.path() / "log.txt")), "no-log");
-}
-
-TEST(LaunchLog, ThatHoldsNoLaunchIsNotGuessedAt) {
-  EXPECT_EQ(endCode(read("")), "no-launch");
-  EXPECT_EQ(endCode(read("Dear diary\n")), "no-launch");
-  EXPECT_EQ(endCode(read(CHOICE)), "no-launch");
-}
-
-TEST(LaunchLog, ThatIsAFolderIsUnreadable) {
-  const test::ScopedFolder folder;
-  EXPECT_EQ(endCode(readLaunchLog(folder.path())), "unreadable");
-}
-
-TEST(LaunchLog, LargerThanAnyIsUnreadable) {
-  const test::ScopedFolder folder;
-  test::writeFile(folder.path() / "log.txt", ENTERED);
-  std::filesystem::resize_file(folder.path() / "log.txt", std::uintmax_t{1} << 31);
-  EXPECT_EQ(endCode(readLaunchLog(folder.path() / "log.txt")), "unreadable");
 }

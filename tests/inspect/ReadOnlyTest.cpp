@@ -130,7 +130,7 @@ public:
 
 } // namespace
 
-TEST(ReadOnly, TheWholeTreeIsTheSameTimesIncluded) {
+TEST(ReadOnly, KeepsWholeTree) {
   const ScopedHome home;
   layOut(home.path());
   const auto before = snapshot(home.path());
@@ -141,7 +141,7 @@ TEST(ReadOnly, TheWholeTreeIsTheSameTimesIncluded) {
   EXPECT_EQ(snapshot(home.path()), before);
 }
 
-TEST(ReadOnly, ALaunchIsSeenToChangeTheSameTree) {
+TEST(ReadOnly, LaunchChangesTree) {
   const ScopedHome home;
   layOut(home.path());
   const auto before = snapshot(home.path());
@@ -149,14 +149,14 @@ TEST(ReadOnly, ALaunchIsSeenToChangeTheSameTree) {
   EXPECT_NE(snapshot(home.path()), before);
 }
 
-TEST(ReadOnly, NothingIsCreatedInAnEmptyHome) {
+TEST(ReadOnly, CreatesNothing) {
   const test::ScopedFolder home;
   const Result result = test::run({{LAUNCHER_INSPECT, "--home", home.path()}, home.path()});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(fs::directory_iterator(home.path()), fs::directory_iterator());
 }
 
-TEST(ReadOnly, NoSystemCallChangesAnything) {
+TEST(ReadOnly, MakesNoChangingCall) {
 #ifdef __SANITIZE_THREAD__
   GTEST_SKIP() << "the thread sanitizer writes a file of its own";
 #endif
@@ -166,7 +166,7 @@ TEST(ReadOnly, NoSystemCallChangesAnything) {
   EXPECT_THAT(changes({LAUNCHER_INSPECT, "--json", "--mask"}, home.path() / "work"), IsEmpty());
 }
 
-TEST(ReadOnly, TheTraceShowsTheChangesOfALaunch) {
+TEST(ReadOnly, TraceShowsLaunch) {
   const ScopedHome home;
   layOut(home.path());
   const auto found = changes({IMPATIENT_HOST, LAUNCHER_LIBRARY}, home.path() / "work");
@@ -174,7 +174,7 @@ TEST(ReadOnly, TheTraceShowsTheChangesOfALaunch) {
     EXPECT_THAT(found, ::testing::Contains(::testing::HasSubstr(part)));
 }
 
-TEST(ReadOnly, AnotherUserSeesTheSameInACopiedHome) {
+TEST(ReadOnly, ServesOtherUsers) {
   const OthersHome others;
   layOut(others.home);
   const auto before = snapshot(others.home);
@@ -182,7 +182,7 @@ TEST(ReadOnly, AnotherUserSeesTheSameInACopiedHome) {
   EXPECT_EQ(snapshot(others.home), before);
 }
 
-TEST(ReadOnly, AnUnreadableLauncherFolderIsSaidNotGuessed) {
+TEST(ReadOnly, SaysLockedLauncherFolder) {
   const OthersHome others;
   layOut(others.home);
   const fs::path closed = others.home / "Library/Application Support/VantuOrlixVDILauncher";
@@ -198,7 +198,7 @@ TEST(ReadOnly, AnUnreadableLauncherFolderIsSaidNotGuessed) {
   EXPECT_TRUE(report["chosen"].is_null());
 }
 
-TEST(ReadOnly, AnUnreadableLogIsSaidNotGuessed) {
+TEST(ReadOnly, SaysLockedLog) {
   const OthersHome others;
   const fs::path log = others.home / "Library/Logs/VantuOrlixVDI/vdi-launch-launchmode-log.txt";
   test::writeFile(log, "2026-03-07 14:05:09.007 ThinClientLauncher DLL entry point called\n");

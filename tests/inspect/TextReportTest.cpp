@@ -1,16 +1,16 @@
 #include "TextReport.h"
 
 #include "DisplayText.h"
-#include "SampleInspection.h"
+#include "SampleFacts.h"
 
 #include <gmock/gmock.h>
 
-#include <ctime>
-#include <sstream>
-
 using namespace LauncherInspect;
+using test::sampleFacts;
+using ::testing::Each;
 using ::testing::HasSubstr;
 using ::testing::Not;
+using ::testing::StartsWith;
 
 namespace {
 
@@ -18,17 +18,8 @@ class TextReport : public ::testing::Test {
 protected:
   TextReport() { tzset(); }
 
-  static std::string
-  render(const Inspection& inspection, const Terminal& terminal, const std::string& mask = "") {
-    return toText(inspection, {inspection.home, mask}, terminal);
-  }
-
-  static std::size_t widestLine(const std::string& text) {
-    std::size_t width = 0;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);)
-      width = std::max(width, displayWidth(line));
-    return width;
+  static std::string render(const Facts& facts, std::size_t width = 80, bool colour = false) {
+    return toText(makeReport(facts, ""), {width, colour});
   }
 
 private:
@@ -36,23 +27,23 @@ private:
 };
 
 // Names that no layout expects.
-Inspection oddInspection() {
-  Inspection inspection = test::sampleInspection();
-  const Path odd = inspection.launcherFolder / "line\nfeed \\ \xff \x1b[31m";
-  inspection.candidates[4].directory = odd;
-  inspection.candidates[4].version = std::string(300, '4') + "\n";
-  inspection.candidates[1].directory = Path("/") / std::string(200, 'x') / "y z";
-  inspection.workingDirectory = inspection.candidates[1].directory;
-  inspection.clientVersion = "45.12\n.0";
-  inspection.lastLaunch.chosen->directory = odd.string();
-  inspection.cleanUp.kept[0].dir = odd;
-  return inspection;
+Facts oddFacts() {
+  Facts facts = sampleFacts();
+  const Path odd = facts.launcherDirectory / "line\nfeed \\ \xff \x1b[31m";
+  facts.candidates[4].decision.dir = odd;
+  facts.candidates[4].decision.version = std::string(300, '4') + "\n";
+  facts.candidates[1].decision.dir = Path("/") / std::string(200, 'x') / "y z";
+  facts.workingDirectory = facts.candidates[1].decision.dir;
+  facts.clientVersion = "45.12\n.0";
+  facts.lastLaunch.chosen->directory = odd.string();
+  facts.cleanUp.kept[0].dir = odd;
+  return facts;
 }
 
 } // namespace
 
 TEST_F(TextReport, FillsEightyColumns) {
-  EXPECT_EQ(render(test::sampleInspection(), {80, false}), R"(Would start 45.12.0.900
+  EXPECT_EQ(render(sampleFacts()), R"(Would start 45.12.0.900
   ~/Library/Application Support/VantuOrlixVDILauncher/45.12.0.900
 
 Asked for
@@ -73,24 +64,25 @@ Candidates, in scan order
     ~/work         -                      -  -                    -
       no application bundle (no OrlixVDIPlugin.app)
   In the launcher folder:
-    45.13.0.10     45.13.0.10             0  never                no
+    newer          45.13.0.10             0  never                no
       newer than the client (45.13 > 45.12)
-    45.12.0.950    45.12.0.950            3  2026-03-07 14:05:09  no
+    corrupt        45.12.0.950            3  2026-03-07 14:05:09  no
       corrupt (launched 3 times, never started safely)
   > 45.12.0.900    45.12.0.900           12  2026-03-07 14:05:09  yes
       would start: the highest version of 3 compatible copies
     again          45.12.0.900            2  2026-03-07 14:05:09  no
       same version, comes later (45.12.0.900)
-    broken         -                      0  never                no
+    broken         -                      ?  ?                    ?
       no readable version (none in the bundle's Info.plist)
 
 Clean-up after this launch
   keeps the started copy and the two others that were launched last
-  undefined        never                45.13.0.10
-  undefined        never                broken
-                   ^ equal launch times: 1 of these 2 is kept, and which is not
-                   defined
-  keeps            2026-03-07 14:05:09  45.12.0.950
+  removes          never                broken
+  tied             never                newer
+  tied             never                again
+                   ^ equal launch times: the launcher keeps 1 of these 2, and
+                   which is not defined
+  keeps            2026-03-07 14:05:09  corrupt
   keeps            by this launch       45.12.0.900
 
 Last launch, as its log tells
@@ -106,55 +98,58 @@ Last launch, as its log tells
 )");
 }
 
-TEST_F(TextReport, PutsTheVerdictBesideTheFactsWhereThereIsRoom) {
-  const std::string text = render(test::sampleInspection(), {160, false});
+TEST_F(TextReport, PutsVerdictsBeside) {
   EXPECT_THAT(
-      text,
-      HasSubstr(
-          "  > 45.12.0.900    45.12.0.900           12  2026-03-07 14:05:09  yes         would "
-          "start: the highest version of 3 compatible copies\n"));
+      render(sampleFacts(), 160),
+      HasSubstr("  > 45.12.0.900    45.12.0.900           12  2026-03-07 14:05:09  yes         "
+                "would start: the highest version of 3 compatible copies\n"));
 }
 
-TEST_F(TextReport, HasNoLineWiderThanTheTerminal) {
+TEST_F(TextReport, KeepsWithinTheWidth) {
   for (const std::size_t width : {72u, 80u, 100u, 132u, 200u}) {
-    EXPECT_LE(widestLine(render(test::sampleInspection(), {width, false})), width);
-    EXPECT_LE(widestLine(render(oddInspection(), {width, false})), width);
+    for (const Facts& facts : {sampleFacts(), oddFacts()}) {
+      for (const auto& line : test::splitLines(render(facts, width)))
+        EXPECT_LE(displayWidth(line), width) << line;
+    }
   }
 }
 
-TEST_F(TextReport, ShowsOddNamesWithoutBreakingTheLayout) {
-  const std::string text = render(oddInspection(), {80, false});
+TEST_F(TextReport, EscapesOddNames) {
+  const std::string text = render(oddFacts());
   EXPECT_THAT(text, HasSubstr("  > line\\nfeed \\\\ \\xff \\x1b[31m\n"));
-  for (const char byte : text)
-    EXPECT_TRUE(byte == '\n' || static_cast<unsigned char>(byte) >= ' ');
+  EXPECT_THAT(text, HasSubstr("keeps            by this launch       line\\nfeed"));
+  for (const auto& line : test::splitLines(text)) {
+    for (const char byte : line)
+      EXPECT_GE(static_cast<unsigned char>(byte), ' ') << line;
+  }
 }
 
-TEST_F(TextReport, HasColourOnlyWhenAskedFor) {
-  EXPECT_THAT(render(test::sampleInspection(), {80, false}), Not(HasSubstr("\x1b")));
-  EXPECT_THAT(render(test::sampleInspection(), {80, true}), HasSubstr("\x1b[1m"));
+TEST_F(TextReport, ColoursOnlyWhenAsked) {
+  EXPECT_THAT(render(sampleFacts()), Not(HasSubstr("\x1b")));
+  const auto lines = test::splitLines(render(sampleFacts(), 80, true));
+  const auto styled = [&lines](const std::string& text) {
+    for (const auto& line : lines) {
+      if (line.find(text) != std::string::npos)
+        return line.substr(0, line.find(text.front()));
+    }
+    return std::string("missing");
+  };
+  const std::string green = "\x1b[1m\x1b[32m";
+  EXPECT_THAT(styled("Would start 45"), green);
+  EXPECT_THAT(styled("would start: the"), green + "      ");
+  EXPECT_THAT(styled("corrupt (launched"), "\x1b[31m      ");
+  EXPECT_THAT(styled("same version"), "\x1b[33m      ");
+  EXPECT_THAT(styled("newer than"), "      ");
 }
 
-TEST_F(TextReport, SaysThatTheLauncherWouldStopAtAnError) {
-  Inspection inspection;
-  inspection.home = "/home/alice";
-  inspection.failure = Failure{"/home/alice/Library", "Permission denied"};
-  EXPECT_THAT(
-      render(inspection, {80, false}),
-      HasSubstr("Nothing would start: the launcher would stop at an error. ~/Library: Permission\n"
-                "denied."));
+TEST_F(TextReport, StopsAtAFailure) {
+  Facts facts;
+  facts.failure = Failure{"/Library", "Permission denied"};
+  const std::string text = render(facts);
+  EXPECT_THAT(text, StartsWith("Nothing would start: the launcher would stop at an error."));
+  EXPECT_THAT(text, Not(HasSubstr("Candidates")));
 }
 
-TEST_F(TextReport, SaysThatThereIsNoLauncherFolder) {
-  Inspection inspection;
-  EXPECT_THAT(render(inspection, {80, false}), HasSubstr("none, since there is no Application"));
-  inspection.launcherFolder = "/home/alice/L";
-  inspection.launcherFolderMissing = true;
-  EXPECT_THAT(
-      render(inspection, {80, false}), HasSubstr("launcher folder  /home/alice/L (missing)"));
-}
-
-TEST_F(TextReport, MasksTheLoginName) {
-  EXPECT_THAT(render(test::sampleInspection(), {80, false}), HasSubstr("/home/alice"));
-  EXPECT_THAT(render(test::sampleInspection(), {80, false}, "alice"), Not(HasSubstr("alice")));
-  EXPECT_THAT(render(test::sampleInspection(), {80, false}, "alice"), HasSubstr("/home/*****"));
+TEST_F(TextReport, ShowsALogWithoutLaunch) {
+  EXPECT_THAT(render(Facts()), HasSubstr("  launch           none: there is no log of a launch\n"));
 }

@@ -1,241 +1,203 @@
-#include "Disclosure.h"
+// What the rules decide in real homes, and the messages on it.
+
 #include "Home.h"
-#include "Inspection.h"
-#include "Wording.h"
+#include "Report.h"
 
 #include <gmock/gmock.h>
 
-#include <optional>
-#include <ostream>
+#include <regex>
+#include <sstream>
+
+namespace fs = std::filesystem;
 
 using namespace LauncherInspect;
 using test::ScopedHome;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
 
 namespace {
 
-struct Copy {
-  std::string folder;
-  std::string version; // "-": no bundle
-  std::optional<std::string> launchCount = std::nullopt;
-  bool startedSafely = false;
-};
-
-struct Case {
-  const char* behaviour;
-  std::string clientVersion;
-  std::vector<Copy> copies;
-  // For each copy.
-  std::vector<std::string> verdicts;
-};
-
-std::ostream& operator<<(std::ostream& stream, const Case& row) {
-  return stream << row.behaviour;
-}
-
-void layOut(const ScopedHome& home, const std::vector<Copy>& copies) {
-  for (const auto& copy : copies) {
-    const auto dir = home.launcherFolder() / copy.folder;
-    std::filesystem::create_directories(dir);
-    if (copy.version != "-")
-      test::Copy(dir, copy.version);
-    if (copy.launchCount)
-      test::writeFile(dir / "launchCount.dat", *copy.launchCount);
-    if (copy.startedSafely)
-      test::writeFile(dir / "started.dat", "");
+// Lays out copies in folders a, b, c ... of the launcher folder. Each is described by a word:
+// its version ("-": no bundle, "?": none to read), ":" and its launches, "s" if it has started
+// safely, "@" and the hours since its last launch.
+void layOut(const ScopedHome& home, const std::string& copies) {
+  const std::regex pattern("([^:@s]*)(:([^@s]*))?(s?)(@(.*))?");
+  std::istringstream words(copies);
+  char folder = 'a';
+  for (std::string word; words >> word; ++folder) {
+    std::smatch part;
+    std::regex_match(word, part, pattern);
+    test::Copy copy = home.copy(std::string(1, folder), part[1] == "?" ? "" : part.str(1));
+    if (part[1] == "-")
+      fs::remove_all(test::bundleIn(copy));
+    if (part[2].matched)
+      copy.launches(part[3]);
+    if (part[4] == "s")
+      copy.startedSafely();
+    if (part[5].matched)
+      copy.launched(std::chrono::hours(std::stoi(part[6])));
   }
 }
 
-const Candidate& candidateIn(const Inspection& inspection, const std::string& folder) {
-  for (const auto& candidate : inspection.candidates) {
-    if (candidate.records && candidate.directory.filename() == folder)
-      return candidate;
+Facts findFactsAt(const fs::path& workingDirectory, const std::string& clientVersion = "") {
+  const fs::path before = fs::current_path();
+  fs::current_path(workingDirectory);
+  const Facts facts = findFacts(clientVersion);
+  fs::current_path(before);
+  return facts;
+}
+
+Report reportOn(const std::string& copies, const std::string& clientVersion = "") {
+  const ScopedHome home;
+  layOut(home, copies);
+  return makeReport(findFacts(clientVersion), "");
+}
+
+// This member of the verdict on each copy, by folder.
+std::vector<std::string> verdicts(const Report& report, const char* member) {
+  std::map<std::string, std::string> byFolder;
+  for (const auto& candidate : report["candidates"]) {
+    if (candidate["inLauncherDirectory"])
+      byFolder[candidate["directory"]] = candidate["verdict"][member];
   }
-  throw std::runtime_error("not a candidate: " + folder);
-}
-
-std::string verdictText(const Inspection& inspection, const std::string& folder) {
-  const Disclosure disclosure(inspection.home, "");
-  const Statement verdict = verdictOf(candidateIn(inspection, folder), inspection, disclosure);
-  return verdict.code + ": " + verdict.text;
-}
-
-std::vector<std::string> codes(const std::vector<Statement>& statements) {
   std::vector<std::string> list;
-  for (const auto& statement : statements)
-    list.push_back(statement.code);
+  for (const auto& [folder, text] : byFolder)
+    list.push_back(text);
   return list;
 }
 
-const std::string CLIENT = "45.12.0.1000";
+std::vector<std::string> codes(const Report& messages) {
+  std::vector<std::string> list;
+  for (const auto& message : messages)
+    list.push_back(message["code"]);
+  return list;
+}
+
+struct Case {
+  const char* behaviour;
+  const char* clientVersion;
+  const char* copies;
+  std::vector<std::string> verdicts;
+};
 
 const Case CASES[] = {
-    {"TheOnlyCopyWouldStart",
-     "",
-     {{"a", "45.12.0.900"}},
-     {"would-start: would start: the only viable copy"}},
-    {"TheHighestVersionWouldStartAndTheOtherIsOlder",
-     CLIENT,
-     {{"a", "45.12.0.900"}, {"b", "45.9.0.1"}},
-     {"would-start: would start: the highest version of 2 compatible copies",
-      "older: viable, older than the chosen copy (45.9.0.1 < 45.12.0.900)"}},
-    {"AnInstalledVersionAboveTheClientsIsNewer",
-     CLIENT,
-     {{"a", "45.12.0.900"}, {"b", "45.13.0.10"}},
-     {"would-start: would start: the only compatible copy",
-      "newer-than-client: newer than the client (45.13 > 45.12)"}},
-    {"AClientVersionOfOneComponentIsShownAsItIs",
-     "45",
-     {{"a", "44.0.0.0"}, {"b", "45.10"}},
-     {"would-start: would start: the only compatible copy",
-      "newer-than-client: newer than the client (45.10 > 45)"}},
-    {"ThreeLaunchesWithoutASafeStartAreCorrupt",
-     CLIENT,
-     {{"a", "45.12.0.900"}, {"b", "45.12.0.950", "3"}},
-     {"would-start: would start: the only compatible copy",
-      "corrupt: corrupt (launched 3 times, never started safely)"}},
-    {"ThreeLaunchesWithASafeStartAreNotCorrupt",
-     CLIENT,
-     {{"a", "45.12.0.900"}, {"b", "45.12.0.950", "7", true}},
-     {"older: viable, older than the chosen copy (45.12.0.900 < 45.12.0.950)",
-      "would-start: would start: the highest version of 2 compatible copies"}},
-    {"AnOldVersionIsNeverCorrupt",
-     CLIENT,
-     {{"a", "45.10.0.32950", "9"}},
-     {"would-start: would start: the only compatible copy"}},
-    {"AFolderWithoutBundleIsNoCopy",
-     CLIENT,
-     {{"a", "45.12.0.900"}, {"b", "-"}},
-     {"would-start: would start: the only compatible copy",
-      "no-bundle: no application bundle (no OrlixVDIPlugin.app)"}},
-    {"ACopyWithoutVersionIsNotCompatible",
-     CLIENT,
-     {{"a", "45.12.0.900"}, {"b", ""}},
-     {"would-start: would start: the only compatible copy",
-      "no-readable-version: no readable version (none in the bundle's Info.plist)"}},
-    {"ACopyWithoutVersionNeverWinsAgainstAVersion",
-     "",
-     {{"a", "0.0.0.1"}, {"b", ""}},
-     {"would-start: would start: the highest version of 2 viable copies",
-      "no-readable-version: no readable version (none in the bundle's Info.plist)"}},
-    {"ACopyWithoutVersionStartsWhenThereIsNoOther",
-     "",
-     {{"a", ""}},
-     {"would-start: would start: no copy has a version above 0.0.0.0, so the first one is taken"}},
-    {"WhereNothingIsCompatibleAllViableCopiesCompete",
-     "40.1.0.0",
-     {{"a", "45.12.0.900"}, {"b", "45.9.0.1"}},
-     {"would-start: would start: the highest version of 2 viable copies",
-      "older: viable, older than the chosen copy (45.9.0.1 < 45.12.0.900)"}},
-    {"ALongerVersionExceedsItsBeginning",
-     "",
-     {{"a", "45.10.0"}, {"b", "45.10"}},
-     {"would-start: would start: the highest version of 2 viable copies",
-      "older: viable, older than the chosen copy (45.10 < 45.10.0)"}},
-};
+    {"OnlyCopy", "", "45.12", {"would-start"}},
+    {"HighestVersion", "45.12", "45.12.0.900 45.9.0.1", {"would-start", "older"}},
+    {"NewerThanClient", "45.12", "45.12.0.9 45.13.0.1", {"would-start", "newer-than-client"}},
+    {"ShortClient", "45", "44.0.0.0 45.10", {"would-start", "newer-than-client"}},
+    {"Corrupt", "45.12", "45.12.0.900 45.12.0.950:3", {"would-start", "corrupt"}},
+    {"SafelyStarted", "45.12", "45.12.0.900 45.12.0.950:7s", {"older", "would-start"}},
+    {"NeverCorrupt", "45.12", "45.10.0.32950:9", {"would-start"}},
+    {"NoBundle", "45.12", "45.12.0.900 -", {"would-start", "no-bundle"}},
+    {"NoVersionForClient", "45.12", "45.12.0.900 ?", {"would-start", "no-readable-version"}},
+    {"NoVersion", "", "0.0.0.1 ?", {"would-start", "no-readable-version"}},
+    {"NoVersionAtAll", "", "?", {"would-start"}},
+    {"Fallback", "40.1.0.0", "45.12.0.900 45.9.0.1", {"would-start", "older"}},
+    {"LongerVersion", "", "45.10.0 45.10", {"would-start", "older"}}};
 
 class VerdictTable : public ::testing::TestWithParam<Case> {};
 
 } // namespace
 
-TEST_P(VerdictTable, NamesTheReason) {
-  const Case& row = GetParam();
-  const ScopedHome home;
-  layOut(home, row.copies);
-  const Inspection inspection = inspect(row.clientVersion);
-  std::vector<std::string> verdicts;
-  for (const auto& copy : row.copies)
-    verdicts.push_back(verdictText(inspection, copy.folder));
-  EXPECT_EQ(verdicts, row.verdicts);
+TEST_P(VerdictTable, NamesReason) {
+  const auto& [behaviour, clientVersion, copies, expected] = GetParam();
+  EXPECT_EQ(verdicts(reportOn(copies, clientVersion), "code"), expected) << behaviour;
 }
 
 INSTANTIATE_TEST_SUITE_P(Verdict, VerdictTable, ::testing::ValuesIn(CASES), [](const auto& row) {
   return std::string(row.param.behaviour);
 });
 
-// Which of two equal copies is listed first is the file system's business.
-TEST(Verdict, TheLaterOfTwoEqualVersionsComesLater) {
-  const ScopedHome home;
-  layOut(home, {{"a", "45.12.0.900.1"}, {"b", "45.12.0.0900.2"}});
-  const Inspection inspection = inspect("");
-  ASSERT_EQ(inspection.candidates.size(), 4u);
-  EXPECT_EQ(inspection.chosen, 2u);
-  EXPECT_EQ(inspection.candidates[3].verdict, Verdict::SameVersion);
+TEST(Verdict, SaysWhyItWon) {
+  const char* const rows[][3] = {
+      {"", "45.12", "would start: the only viable copy"},
+      {"45.12", "45.12", "would start: the only compatible copy"},
+      {"", "45.12 45.9", "would start: the highest version of 2 viable copies"},
+      {"40.1", "45.12 45.9", "would start: the highest version of 2 viable copies"},
+      {"", "?", "would start: no copy has a version above 0.0.0.0, so the first one is taken"}};
+  for (const auto& [clientVersion, copies, text] : rows)
+    EXPECT_EQ(verdicts(reportOn(copies, clientVersion), "text")[0], text);
 }
 
-TEST(Verdict, AVersionWhoseComparisonFailsIsNotCalledEqualOrOlder) {
-  const ScopedHome home;
-  layOut(home, {{"a", "45.x"}, {"b", "45.9"}});
-  const Inspection inspection = inspect("");
-  EXPECT_EQ(inspection.chosen, 2u);
-  EXPECT_EQ(inspection.candidates[3].verdict, Verdict::NotComparable);
+// The working folder is scanned first, so this does not depend on the order of the file system.
+TEST(Verdict, SaysWhyItCameSecond) {
+  const char* const rows[][3] = {
+      {"45.12.0.900.1", "45.12.0.0900.2", "same version, comes later (45.12.0.0900.2)"},
+      {"45.x", "45.x", "same version, comes later (45.x)"},
+      {"45.x", "45.9", "viable, not comparable with the chosen copy (45.9, 45.x)"},
+      {"45.9", "45.x", "viable, not comparable with the chosen copy (45.x, 45.9)"},
+      {"x.1", "y.1", "viable, version not above 0.0.0.0 (y.1)"}};
+  for (const auto& [first, second, text] : rows) {
+    const ScopedHome home;
+    const test::Copy copy(home.path() / "work", first);
+    layOut(home, second);
+    const Facts facts = findFactsAt(copy);
+    EXPECT_EQ(facts.chosen, 1u);
+    EXPECT_THAT(verdicts(makeReport(facts, ""), "text"), ElementsAre(text));
+  }
 }
 
-TEST(Verdict, WithoutAnyVersionAboveTheLowestTheFirstCopyIsTaken) {
-  const ScopedHome home;
-  layOut(home, {{"a", "x.1"}, {"b", "y.1"}});
-  const Inspection inspection = inspect("");
-  EXPECT_EQ(inspection.chosen, 2u);
-  EXPECT_TRUE(inspection.choseWithoutVersion);
-  EXPECT_EQ(inspection.candidates[3].verdict, Verdict::NotAboveLowest);
+TEST(Verdict, TakesShortClientAsItIs) {
+  EXPECT_EQ(verdicts(reportOn("44 45.1", "45"), "text")[1], "newer than the client (45.1 > 45)");
 }
 
-TEST(Verdict, FoldersOutsideOfTheLauncherFolderHaveNoRecords) {
-  const ScopedHome home;
-  const Inspection inspection = inspect("");
-  ASSERT_EQ(inspection.candidates.size(), 2u);
-  EXPECT_EQ(inspection.candidates[0].directory, "/Applications");
-  EXPECT_EQ(inspection.candidates[1].directory, std::filesystem::current_path());
-  EXPECT_FALSE(inspection.candidates[0].records);
-  EXPECT_FALSE(inspection.candidates[1].records);
-}
-
-TEST(Choice, FallingBackToAllViableCopiesIsSaid) {
-  const ScopedHome home;
-  layOut(home, {{"a", "45.12.0.900"}});
-  const Inspection inspection = inspect("40.1");
-  EXPECT_TRUE(inspection.fellBackToViable);
-  EXPECT_THAT(codes(notesOn(inspection, {home.path(), ""})), ElementsAre("nothing-compatible"));
-}
-
-TEST(Choice, NothingViableIsSaid) {
-  const ScopedHome home;
-  layOut(home, {{"a", "45.12.0.900", "3"}, {"b", "-"}});
-  const Inspection inspection = inspect("");
-  const Disclosure disclosure(home.path(), "");
-  EXPECT_FALSE(inspection.chosen);
-  EXPECT_EQ(outcomeOf(inspection, disclosure).code, "nothing-viable");
+TEST(Messages, NoteTheUnusual) {
+  EXPECT_THAT(codes(reportOn("45.12", "45.12x")["notes"]), IsEmpty());
+  EXPECT_THAT(codes(reportOn("45.12", "v45")["notes"]), ElementsAre("odd-client-version"));
+  EXPECT_THAT(codes(reportOn("45.12", "40.1")["notes"]), ElementsAre("nothing-compatible"));
+  const Report nothing = reportOn("45.12:3 - -", "40.1");
+  EXPECT_THAT(codes(nothing["notes"]), ElementsAre("nothing-viable"));
   EXPECT_EQ(
-      notesOn(inspection, disclosure).at(0).text,
-      "4 candidates: 3 without application bundle, 1 corrupt. There is nothing to fall back to.");
+      nothing["notes"][0]["text"],
+      "5 candidates: 4 without application bundle, 1 corrupt. There is nothing to fall back to.");
 }
 
-TEST(Choice, AClientVersionThatIsNoNumberIsSaid) {
-  const ScopedHome home;
-  layOut(home, {{"a", "45.12.0.900"}});
-  const Inspection inspection = inspect("v45.12");
-  EXPECT_THAT(codes(notesOn(inspection, {home.path(), ""})), ElementsAre("odd-client-version"));
-  EXPECT_THAT(codes(notesOn(inspect("45.12x"), {home.path(), ""})), IsEmpty());
+TEST(Messages, WarnEarly) {
+  const Report report =
+      reportOn("45.12.0.1:1 45.12.0.2:2 45.12.0.3:2s 45.10.0.32950:2 -:2 45.12.0.4:3");
+  ASSERT_THAT(codes(report["warnings"]), ElementsAre("nearly-corrupt"));
+  EXPECT_THAT(report["warnings"][0]["text"].get<std::string>(), EndsWith("/b"));
 }
 
-TEST(EarlyWarning, TwoLaunchesWithoutASafeStartAreWarnedOf) {
+TEST(Facts, RecordsInLauncherFolder) {
   const ScopedHome home;
-  layOut(
-      home,
-      {{"one", "45.12.0.1", "1"},
-       {"two", "45.12.0.2", "2"},
-       {"safe", "45.12.0.3", "2", true},
-       {"old", "45.10.0.32950", "2"},
-       {"none", "-", "2"},
-       {"corrupt", "45.12.0.4", "3"}});
-  const auto warnings = warningsOn(inspect(""), {home.path(), ""});
-  ASSERT_EQ(codes(warnings), std::vector<std::string>{"nearly-corrupt"});
-  EXPECT_EQ(
-      warnings[0].text,
-      "45.12.0.2 has used 2 of its 3 launches without a safe start; after one more it counts as "
-      "corrupt. It lies in ~/Library/Application Support/VantuOrlixVDILauncher/two");
+  layOut(home, "-:word");
+  fs::create_symlink("launch.dat", home.launcherFolder() / "a/launch.dat");
+  const auto candidates = findFactsAt(home.path()).candidates;
+  ASSERT_EQ(candidates.size(), 3u);
+  EXPECT_EQ(candidates[0].decision.dir, "/Applications");
+  EXPECT_EQ(candidates[1].decision.dir, home.path());
+  EXPECT_FALSE(candidates[0].records);
+  EXPECT_FALSE(candidates[1].records);
+  ASSERT_TRUE(candidates[2].records);
+  EXPECT_EQ(candidates[2].records->launches, 0u);
+  EXPECT_FALSE(candidates[2].records->lastLaunch);
+  EXPECT_EQ(candidates[2].records->startedSafely, false);
 }
+
+TEST(Facts, LauncherFolder) {
+  const ScopedHome home;
+  EXPECT_EQ(findFacts("").launcherDirectory, home.launcherFolder());
+  EXPECT_FALSE(findFacts("").launcherDirectoryExists);
+  layOut(home, "-");
+  EXPECT_TRUE(findFacts("").launcherDirectoryExists);
+  fs::remove_all(home.applicationSupport());
+  EXPECT_EQ(findFacts("").launcherDirectory, "");
+}
+
+TEST(Facts, Failure) {
+  const ScopedHome home;
+  layOut(home, "45.12");
+  fs::create_symlink("loop", home.launcherFolder() / "loop");
+  const Facts facts = findFacts("");
+  ASSERT_TRUE(facts.failure);
+  EXPECT_EQ(facts.failure->reason, "Too many levels of symbolic links");
+  EXPECT_FALSE(facts.chosen);
+}
+
+// --- Clean-up: the copy in folder a is chosen ---
 
 namespace {
 
@@ -246,72 +208,51 @@ std::vector<std::string> names(const CleanUpPreview::Folders& folders) {
   return list;
 }
 
-void recordLaunch(const std::filesystem::path& dir, std::chrono::hours ago) {
-  test::writeFile(dir / "launch.dat", "1");
-  std::filesystem::last_write_time(dir / "launch.dat", FileTime::clock::now() - ago);
+CleanUpPreview cleanUpOf(const std::string& copies) {
+  const ScopedHome home;
+  layOut(home, copies);
+  return findFacts("").cleanUp;
 }
 
 } // namespace
 
-TEST(CleanUpPreview, NamesTheLeastRecentlyLaunchedFolders) {
-  const ScopedHome home;
-  layOut(
-      home, {{"chosen", "45.12.0.900"}, {"a", "-"}, {"b", "44.0"}, {"c", "44.1"}, {"d", "44.2"}});
-  int hours = 1;
-  for (const char* name : {"a", "b", "c", "d"})
-    recordLaunch(home.launcherFolder() / name, std::chrono::hours(hours++));
-  const CleanUpPreview cleanUp = inspect("").cleanUp;
-  EXPECT_THAT(names(cleanUp.removed), ElementsAre("d", "c"));
-  EXPECT_THAT(names(cleanUp.kept), ElementsAre("b", "a"));
-  EXPECT_THAT(cleanUp.undefined, IsEmpty());
+TEST(CleanUpPreview, RemovesTheEarliest) {
+  const auto cleanUp = cleanUpOf("45.12 44.0@1 44.0@2 44.0@3 44.0@4");
+  EXPECT_TRUE(cleanUp.happens);
+  EXPECT_THAT(names(cleanUp.removed), ElementsAre("e", "d"));
+  EXPECT_THAT(names(cleanUp.kept), ElementsAre("c", "b"));
+  EXPECT_THAT(cleanUp.tied, IsEmpty());
 }
 
-TEST(CleanUpPreview, ReportsTiesThatLeaveTheOutcomeUndefined) {
-  const ScopedHome home;
-  layOut(home, {{"chosen", "45.12.0.900"}, {"a", "44.0"}, {"b", "44.1"}, {"c", "44.2"}});
-  recordLaunch(home.launcherFolder() / "a", std::chrono::hours(1));
-  const CleanUpPreview cleanUp = inspect("").cleanUp;
-  EXPECT_THAT(names(cleanUp.undefined), ::testing::UnorderedElementsAre("b", "c"));
-  EXPECT_EQ(cleanUp.undefinedKept, 1u);
-  EXPECT_THAT(names(cleanUp.removed), IsEmpty());
-  EXPECT_THAT(names(cleanUp.kept), ElementsAre("a"));
+TEST(CleanUpPreview, SeparatesTies) {
+  const auto cleanUp = cleanUpOf("45.12 44.0@1 44.0 44.0 44.0");
+  EXPECT_THAT(names(cleanUp.tied), UnorderedElementsAre("c", "d", "e"));
+  EXPECT_EQ(cleanUp.tiedKept, 1u);
+  EXPECT_THAT(cleanUp.removed, IsEmpty());
+  EXPECT_THAT(names(cleanUp.kept), ElementsAre("b"));
 }
 
-TEST(CleanUpPreview, ATieOnOneSideOfTheCutIsNoMatter) {
-  const ScopedHome home;
-  layOut(
-      home,
-      {{"chosen", "45.12.0.900"}, {"a", "44.0"}, {"b", "44.1"}, {"c", "44.2"}, {"d", "44.3"}});
-  recordLaunch(home.launcherFolder() / "a", std::chrono::hours(1));
-  recordLaunch(home.launcherFolder() / "b", std::chrono::hours(2));
-  const CleanUpPreview cleanUp = inspect("").cleanUp;
-  EXPECT_THAT(names(cleanUp.removed), ::testing::UnorderedElementsAre("c", "d"));
-  EXPECT_THAT(names(cleanUp.kept), ElementsAre("b", "a"));
-  EXPECT_THAT(cleanUp.undefined, IsEmpty());
+TEST(CleanUpPreview, LeavesTiesOffTheCut) {
+  const auto cleanUp = cleanUpOf("45.12 44.0@1 44.0@2 44.0 44.0");
+  EXPECT_THAT(names(cleanUp.removed), UnorderedElementsAre("d", "e"));
+  EXPECT_THAT(names(cleanUp.kept), ElementsAre("c", "b"));
+  EXPECT_THAT(cleanUp.tied, IsEmpty());
 }
 
-TEST(CleanUpPreview, ALinkToTheStartedCopyCountsAsLaunchedNow) {
+TEST(CleanUpPreview, KnowsLinksToStarted) {
   const ScopedHome home;
-  layOut(home, {{"a", "44.0"}, {"b", "44.1"}, {"c", "44.2"}});
-  test::Copy(home.path() / "elsewhere", "45.12.0.900");
+  layOut(home, "44.0@1 44.0 44.0");
+  const test::Copy elsewhere(home.path() / "elsewhere");
   for (const char* name : {"link", "other link"})
-    std::filesystem::create_directory_symlink(
-        home.path() / "elsewhere", home.launcherFolder() / name);
-  recordLaunch(home.launcherFolder() / "a", std::chrono::hours(1));
-  const Inspection inspection = inspect("");
-  EXPECT_EQ(names(inspection.cleanUp.kept).at(0), "a");
-  EXPECT_THAT(names(inspection.cleanUp.kept).at(1), ::testing::HasSubstr("link"));
+    fs::create_directory_symlink(elsewhere, home.launcherFolder() / name);
+  EXPECT_THAT(names(findFacts("").cleanUp.kept), ElementsAre("a", EndsWith("link")));
 }
 
-TEST(CleanUpPreview, DoesNotHappenForACopyOutsideOfTheLauncherFolder) {
+TEST(CleanUpPreview, ChosenElsewhere) {
   const ScopedHome home;
-  layOut(home, {{"a", "-"}, {"b", "-"}, {"c", "-"}});
-  const auto before = std::filesystem::current_path();
-  test::Copy(home.path(), "45.12.0.900");
-  std::filesystem::current_path(home.path());
-  const Inspection inspection = inspect("");
-  std::filesystem::current_path(before);
-  EXPECT_EQ(inspection.chosen, 1u);
-  EXPECT_EQ(cleanUpOf(inspection, {home.path(), ""}).code, "not-in-launcher-folder");
-  EXPECT_THAT(inspection.cleanUp.removed, IsEmpty());
+  layOut(home, "- - -");
+  const Facts facts = findFactsAt(test::Copy(home.path()));
+  EXPECT_EQ(facts.chosen, 1u);
+  EXPECT_FALSE(facts.cleanUp.happens);
+  EXPECT_THAT(facts.cleanUp.removed, IsEmpty());
 }

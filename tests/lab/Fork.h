@@ -32,8 +32,8 @@ private:
   std::filesystem::perms before;
 };
 
-// Runs the body in a child and then ends that child. Whether the body was entered and then kept the
-// processor busy, many times longer than any call takes, without returning.
+// Runs the body in a child that is ended after 30 ms of processor time, many times more than any
+// call takes. Whether the body was still running then.
 bool neverReturns(const Body& body);
 
 } // namespace test

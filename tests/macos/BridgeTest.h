@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FakePlatform.h"
 #include "Home.h"
 
 #include <filesystem>
@@ -10,7 +11,7 @@
 namespace test {
 
 // Every test of the bridge starts with an empty home folder, in which Application Support exists,
-// and with nothing recorded.
+// and with no calls noted.
 class BridgeTest : public testing::Test {
 protected:
   BridgeTest();
@@ -20,50 +21,26 @@ protected:
   static std::filesystem::path applicationSupport();
   static std::filesystem::path launcherFolder();
 
-  // A folder of this test's own: Foundation remembers bundles by their path.
-  std::filesystem::path folder() const { return scratch.path(); }
+  // A folder of this test's own, with an executable beside an empty Frameworks folder: Foundation
+  // remembers bundles by their path, the loader libraries.
+  const std::filesystem::path& folder() const { return scratch.path(); }
+  std::filesystem::path frameworks() const { return folder() / "App.app/Contents/Frameworks"; }
+
+  // What the libraries of the tests recorded about their calls.
+  std::vector<std::string> record() const { return readLines(folder() / "record"); }
+
+  // Calls an entry function with these arguments.
+  template <typename Function>
+  static auto enter(Function function, std::vector<std::string> arguments) {
+    std::vector<char*> argv;
+    for (std::string& argument : arguments)
+      argv.push_back(argument.data());
+    argv.push_back(nullptr);
+    return function(static_cast<int>(arguments.size()), argv.data());
+  }
 
 private:
   ScopedFolder scratch;
-};
-
-// Lays out OrlixVDIPlugin.app in dir with this property list, where GNUstep looks for it.
-void makeGnustepBundle(const std::filesystem::path& dir, const std::string& propertyList);
-
-// The same with just a version.
-void makeCopy(const std::filesystem::path& dir, const std::string& version);
-
-// Opens the launcher's log for the length of the scope.
-class OpenLog {
-public:
-  explicit OpenLog(std::filesystem::path file);
-  ~OpenLog();
-  OpenLog(const OpenLog&) = delete;
-  OpenLog& operator=(const OpenLog&) = delete;
-
-  std::vector<std::string> messages() const;
-
-private:
-  std::filesystem::path file;
-};
-
-// The messages of a log file, without their time stamps.
-std::vector<std::string> messagesIn(const std::filesystem::path& logFile);
-
-// Catches what NSLog writes during the scope.
-class CapturedSystemLog {
-public:
-  CapturedSystemLog();
-  ~CapturedSystemLog();
-  CapturedSystemLog(const CapturedSystemLog&) = delete;
-  CapturedSystemLog& operator=(const CapturedSystemLog&) = delete;
-
-  // Without time, process and thread.
-  std::vector<std::string> messages() const;
-
-private:
-  ScopedFolder folder;
-  int standardError;
 };
 
 } // namespace test

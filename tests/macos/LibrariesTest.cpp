@@ -1,199 +1,167 @@
 #include "BridgeTest.h"
 #include "LauncherHelper.h"
+#include "Logger.h"
 #include "Platform.h"
-#include "PlatformCalls.h"
 
-#include <cstdlib>
 #include <dlfcn.h>
 
 namespace fs = std::filesystem;
+namespace fake = test::FakePlatform;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
-using testing::StrEq;
 
 namespace {
 
-const std::string MAIN_LIBRARY = "@executable_path/../Frameworks/libnexal_vdi_main.dylib";
-const std::string OWN_LAUNCHER = "@executable_path/../Frameworks/libThinClientLauncher.dylib";
-const char* const LAUNCHER_NAME = "libThinClientLauncher.dylib";
+const std::string MAIN_NAME = "libnexal_vdi_main.dylib";
+const std::string LAUNCHER_NAME = "libThinClientLauncher.dylib";
+const std::string OWN_FRAMEWORKS = "@executable_path/../Frameworks/";
 
+// With a launcher folder of the test's own and an open log.
 class Libraries : public test::BridgeTest {
 protected:
-  Libraries() : log(folder() / "log.txt") {
-    fs::create_directories(frameworks());
-    fs::create_directories(contents() / "MacOS");
-    test::setExecutableFolder(contents() / "MacOS");
-    test::nameFolders({{folder()}}); // the loader remembers libraries by their path
+  Libraries() {
+    fake::nameFolders({folder()});
+    Logger::open(folder() / "log.txt", true);
   }
+  ~Libraries() override { Logger::close(); }
 
   fs::path launcherFolder() const { return folder() / "VantuOrlixVDILauncher"; }
 
-  fs::path contents() const { return folder() / "App.app" / "Contents"; }
-  fs::path frameworks() const { return contents() / "Frameworks"; }
-
-  void installMainLibrary(const char* probe) const {
-    fs::copy_file(probe, frameworks() / "libnexal_vdi_main.dylib");
+  static void install(const fs::path& library, const char* original = FAKE_LAUNCHER_LIBRARY) {
+    fs::create_directories(library.parent_path());
+    fs::copy_file(original, library);
   }
 
-  static void installLauncher(const fs::path& dir, const char* probe = PROBE_LIBRARY) {
-    fs::create_directories(dir);
-    fs::copy_file(probe, dir / LAUNCHER_NAME);
+  static void loadLauncher(const std::vector<std::string>& arguments) {
+    enter(LauncherHelper::loadLauncherDll, arguments);
   }
 
-  static void loadLauncher(std::vector<std::string> arguments) {
-    std::vector<char*> argv;
-    for (std::string& argument : arguments)
-      argv.push_back(argument.data());
-    const int argc = static_cast<int>(argv.size());
-    argv.push_back(nullptr);
-    LauncherHelper::loadLauncherDll(argc, argv.data());
-  }
-
-  static std::string mode() { return std::to_string(RTLD_NOW | RTLD_GLOBAL); }
-
-  // The loads so far, as path and mode.
-  static std::vector<std::string> loads() {
-    std::vector<std::string> texts;
-    for (const test::LibraryLoad& load : test::libraryLoads())
-      texts.push_back(load.path + " " + std::to_string(load.mode));
-    return texts;
-  }
-
-  test::OpenLog log;
-};
-
-class WorkingFolder {
-public:
-  explicit WorkingFolder(const fs::path& dir) : before(fs::current_path()) {
-    fs::current_path(dir);
-  }
-  ~WorkingFolder() { fs::current_path(before); }
-  WorkingFolder(const WorkingFolder&) = delete;
-  WorkingFolder& operator=(const WorkingFolder&) = delete;
-
-private:
-  fs::path before;
+  std::vector<std::string> log() const { return test::readMessages(folder() / "log.txt"); }
 };
 
 // --- The main library ---
 
-TEST_F(Libraries, MainLibraryIsLoadedFromTheFrameworksFolderOfTheExecutable) {
-  installMainLibrary(PROBE_LIBRARY);
-  const WorkingFolder elsewhere("/");
+using MainLibrary = Libraries;
+
+TEST_F(MainLibrary, IsEntered) {
+  install(frameworks() / MAIN_NAME, MAIN_LIBRARY);
+  fs::current_path("/");
   LauncherHelper::loadMainDllFromCurrentDirectory();
-  EXPECT_THAT(loads(), ElementsAre(MAIN_LIBRARY + " " + mode()));
-  EXPECT_THAT(std::getenv("PROBE_MAIN"), StrEq("1 null"));
-  EXPECT_THAT(log.messages(), IsEmpty());
+  EXPECT_THAT(fake::calls(), ElementsAre("dlopen NOW|GLOBAL " + OWN_FRAMEWORKS + MAIN_NAME));
+  EXPECT_THAT(record(), ElementsAre("call 1: 1 null"));
+  EXPECT_THAT(log(), IsEmpty());
 }
 
-TEST_F(Libraries, MainLibraryWithoutItsEntryStaysLoadedAndNothingIsLogged) {
-  installMainLibrary(PROBE_LIBRARY_WITHOUT_ENTRY);
+TEST_F(MainLibrary, StaysWithoutEntry) {
+  install(frameworks() / MAIN_NAME, ENTRYLESS_LIBRARY);
   LauncherHelper::loadMainDllFromCurrentDirectory();
-  const fs::path file = frameworks() / "libnexal_vdi_main.dylib";
-  EXPECT_NE(dlopen(file.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
-  EXPECT_THAT(log.messages(), IsEmpty());
+  EXPECT_NE(dlopen((frameworks() / MAIN_NAME).c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
+  EXPECT_THAT(log(), IsEmpty());
 }
 
-TEST_F(Libraries, MainLibraryThatFailsToLoadIsLoggedWithItsPathUnquoted) {
+TEST_F(MainLibrary, LogsFailure) {
   LauncherHelper::loadMainDllFromCurrentDirectory();
   EXPECT_THAT(
-      log.messages(),
+      log(),
       ElementsAre(AllOf(
-          StartsWith(MAIN_LIBRARY + " load library failed dleeror: "),
+          StartsWith(OWN_FRAMEWORKS + MAIN_NAME + " load library failed dleeror: "),
           HasSubstr("cannot open shared object file"))));
 }
 
 // --- The launcher library ---
 
-TEST_F(Libraries, LauncherInLoadModeIsTheExecutablesOwnEvenWithACopyInTheLauncherFolder) {
-  installLauncher(launcherFolder());
-  installLauncher(frameworks());
+using LauncherLibrary = Libraries;
+
+TEST_F(LauncherLibrary, OwnInLoadMode) {
+  install(launcherFolder() / LAUNCHER_NAME);
+  install(frameworks() / LAUNCHER_NAME);
   loadLauncher({"app", "loadmode"});
-  EXPECT_THAT(loads(), ElementsAre(OWN_LAUNCHER + " " + mode()));
-  EXPECT_THAT(log.messages(), ElementsAre("load launcherDLL from current executable folder"));
-  EXPECT_THAT(std::getenv("PROBE_LAUNCHER"), StrEq("2 app loadmode"));
+  EXPECT_THAT(fake::calls("dlopen "), ElementsAre("NOW|GLOBAL " + OWN_FRAMEWORKS + LAUNCHER_NAME));
+  EXPECT_THAT(log(), ElementsAre("load launcherDLL from current executable folder"));
+  EXPECT_THAT(record(), ElementsAre("launcher 2 [loadmode] null"));
 }
 
-class LauncherOutsideLoadMode : public Libraries,
-                                public testing::WithParamInterface<std::vector<std::string>> {};
+struct Invocation {
+  std::vector<std::string> arguments;
+  std::string recorded;
+};
 
-TEST_P(LauncherOutsideLoadMode, IsTheCopyInTheLauncherFolder) {
-  installLauncher(launcherFolder());
-  installLauncher(frameworks());
-  loadLauncher(GetParam());
-  EXPECT_THAT(loads(), ElementsAre((launcherFolder() / LAUNCHER_NAME).string() + " " + mode()));
-  EXPECT_THAT(log.messages(), ElementsAre("load launcherDLL from launcher folder"));
+class OtherMode : public Libraries, public testing::WithParamInterface<Invocation> {};
+
+TEST_P(OtherMode, PrefersLauncherFolder) {
+  install(launcherFolder() / LAUNCHER_NAME);
+  install(frameworks() / LAUNCHER_NAME);
+  loadLauncher(GetParam().arguments);
+  EXPECT_THAT(
+      fake::calls("dlopen "),
+      ElementsAre("NOW|GLOBAL " + (launcherFolder() / LAUNCHER_NAME).string()));
+  EXPECT_THAT(log(), ElementsAre("load launcherDLL from launcher folder"));
+  EXPECT_THAT(record(), ElementsAre(GetParam().recorded));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Arguments,
-    LauncherOutsideLoadMode,
+    OtherMode,
     testing::Values(
-        std::vector<std::string>{},
-        std::vector<std::string>{"app"},
-        std::vector<std::string>{"app", "LoadMode"},
-        std::vector<std::string>{"app", "loadmode "},
-        std::vector<std::string>{"app", "launchermode", "45.1"}));
+        Invocation{{}, "launcher 0 null"},
+        Invocation{{"app"}, "launcher 1 null"},
+        Invocation{{"app", "LoadMode"}, "launcher 2 [LoadMode] null"},
+        Invocation{{"app", "loadmode "}, "launcher 2 [loadmode ] null"},
+        Invocation{{"app", "launchermode", "45.1"}, "launcher 3 [launchermode] [45.1] null"}));
 
-TEST_F(Libraries, LauncherGetsTheArgumentsUnchanged) {
-  installLauncher(launcherFolder());
-  loadLauncher({"app", "launchermode", "45.12.0.1000"});
-  EXPECT_THAT(std::getenv("PROBE_LAUNCHER"), StrEq("3 app launchermode 45.12.0.1000"));
+TEST_F(LauncherLibrary, OwnWithoutShared) {
+  install(frameworks() / LAUNCHER_NAME);
+  loadLauncher({"app"});
+  EXPECT_THAT(fake::calls("dlopen "), ElementsAre("NOW|GLOBAL " + OWN_FRAMEWORKS + LAUNCHER_NAME));
+  EXPECT_THAT(log(), ElementsAre("load launcherDLL from current executable folder"));
 }
 
-TEST_F(Libraries, LauncherWithoutACopyInTheLauncherFolderIsTheExecutablesOwn) {
-  installLauncher(frameworks());
+TEST_F(LauncherLibrary, NoSecondTry) {
+  const fs::path shared = launcherFolder() / LAUNCHER_NAME;
+  test::writeFile(shared, "no library");
+  install(frameworks() / LAUNCHER_NAME);
   loadLauncher({"app"});
-  EXPECT_THAT(loads(), ElementsAre(OWN_LAUNCHER + " " + mode()));
-  EXPECT_THAT(log.messages(), ElementsAre("load launcherDLL from current executable folder"));
-}
-
-TEST_F(Libraries, LauncherThatFailsToLoadIsLoggedWithItsPathQuotedAndNoOtherIsTried) {
-  test::writeFile(launcherFolder() / LAUNCHER_NAME, "no library");
-  installLauncher(frameworks());
-  loadLauncher({"app"});
-  const std::string path = (launcherFolder() / LAUNCHER_NAME).string();
   EXPECT_THAT(
-      log.messages(),
+      log(),
       ElementsAre(
           "load launcherDLL from launcher folder",
           AllOf(
-              StartsWith("\"" + path + "\" load library failed dleeror: "),
+              StartsWith("\"" + shared.string() + "\" load library failed dleeror: "),
               HasSubstr("file too short"))));
-  EXPECT_THAT(loads(), ElementsAre(path + " " + mode()));
+  EXPECT_THAT(fake::calls("dlopen "), ElementsAre("NOW|GLOBAL " + shared.string()));
 }
 
-TEST_F(Libraries, LauncherPathWithADoubleQuoteIsLoggedWithABackslashBeforeIt) {
+TEST_F(LauncherLibrary, QuotesPath) {
   const fs::path odd = folder() / "say \"so\"";
   test::writeFile(odd / "VantuOrlixVDILauncher" / LAUNCHER_NAME, "no library");
-  test::nameFolders({{odd}});
+  fake::nameFolders({odd});
   loadLauncher({"app"});
-  EXPECT_THAT(log.messages().back(), HasSubstr("say \\\"so\\\"/VantuOrlixVDILauncher"));
+  EXPECT_THAT(log().back(), HasSubstr("say \\\"so\\\"/VantuOrlixVDILauncher"));
 }
 
-TEST_F(Libraries, LauncherWithoutItsEntryIsLoggedWithTheLoadersText) {
-  installLauncher(launcherFolder(), PROBE_LIBRARY_WITHOUT_ENTRY);
+TEST_F(LauncherLibrary, LogsMissingEntry) {
+  install(launcherFolder() / LAUNCHER_NAME, ENTRYLESS_LIBRARY);
   loadLauncher({"app"});
   EXPECT_THAT(
-      log.messages().back(),
+      log().back(),
       AllOf(
           StartsWith("dlsym dlerror: "),
           HasSubstr("undefined symbol: ThinClientLauncherEntryPoint")));
 }
 
-TEST_F(Libraries, LauncherIsLookedForInTheWorkingFolderWithoutApplicationSupport) {
-  test::nameFolders({{folder() / "none"}});
-  installLauncher(folder() / "here");
-  const WorkingFolder here(folder() / "here");
+TEST_F(LauncherLibrary, WorkingFolder) {
+  fake::nameFolders({folder() / "none"});
+  install(folder() / "here" / LAUNCHER_NAME);
+  fs::current_path(folder() / "here");
   loadLauncher({"app"});
-  EXPECT_THAT(loads(), ElementsAre(LAUNCHER_NAME + (" " + mode())));
-  EXPECT_THAT(log.messages().front(), "load launcherDLL from launcher folder");
+  EXPECT_THAT(fake::calls("dlopen "), ElementsAre("NOW|GLOBAL " + LAUNCHER_NAME));
+  EXPECT_THAT(log().front(), "load launcherDLL from launcher folder");
 }
 
-TEST_F(Libraries, NoErrorOfTheLoaderIsAnEmptyText) {
+TEST_F(LauncherLibrary, NoLoaderError) {
   dlerror();
   EXPECT_EQ(Platform::loaderError(), "");
 }

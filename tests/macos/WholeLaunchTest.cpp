@@ -1,16 +1,10 @@
 #include "BridgeTest.h"
-#include "PlatformCalls.h"
-#include "RecordingWorkspace.h"
 #include "ThinClientLauncherEntryPoint.h"
 
-#include <cstdlib>
-
 namespace fs = std::filesystem;
-using testing::Contains;
+namespace fake = test::FakePlatform;
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::IsSupersetOf;
-using testing::StrEq;
 
 namespace {
 
@@ -18,44 +12,39 @@ class WholeLaunch : public test::BridgeTest {
 protected:
   WholeLaunch() : user("USER", std::nullopt) {}
 
-  static int enter(std::vector<std::string> arguments) {
-    std::vector<char*> argv;
-    for (std::string& argument : arguments)
-      argv.push_back(argument.data());
-    return ThinClientLauncherEntryPoint(static_cast<int>(argv.size()), argv.data());
+  static int launch(const std::vector<std::string>& arguments) {
+    return enter(ThinClientLauncherEntryPoint, arguments);
   }
 
   static std::vector<std::string> log(const std::string& mode) {
     const std::string name = "vdi-launch-" + mode + "-log.txt";
-    return test::messagesIn(library() / "Logs" / "VantuOrlixVDI" / name);
+    return test::readMessages(library() / "Logs" / "VantuOrlixVDI" / name);
   }
 
   test::ScopedEnvironment user;
-  test::CapturedSystemLog systemLog;
 };
 
-TEST_F(WholeLaunch, StartsTheNewestFittingCopyKeepsItsRecordsAndCleansUp) {
-  const fs::path chosen = launcherFolder() / "45.12.0.900";
-  test::makeCopy(chosen, "45.12.0.900");
-  test::makeCopy(launcherFolder() / "45.13.0.10", "45.13.0.10");
-  for (const char* old : {"45.11.0.1", "45.11.0.2", "45.11.0.3"}) {
-    test::makeCopy(launcherFolder() / old, old);
-    test::writeFile(launcherFolder() / old / "launch.dat", "1");
-  }
-  const auto longAgo = fs::last_write_time(launcherFolder()) - std::chrono::hours(24);
-  fs::last_write_time(launcherFolder() / "45.11.0.1" / "launch.dat", longAgo);
+TEST_F(WholeLaunch, StartsAndCleansUp) {
+  const test::Copy chosen(launcherFolder() / "45.12.0.900", "45.12.0.900");
+  const test::Copy newer(launcherFolder() / "45.13.0.10", "45.13.0.10");
+  const auto old = [](const std::string& version, std::chrono::hours ago) {
+    return test::Copy(launcherFolder() / version, version).launched(ago);
+  };
+  const test::Copy oldest = old("45.11.0.1", std::chrono::hours(72));
+  const test::Copy older = old("45.11.0.2", std::chrono::hours(48));
+  const test::Copy recent = old("45.11.0.3", std::chrono::hours(24));
 
-  EXPECT_EQ(enter({"host", "launchermode", "45.12.0.1000"}), 0);
+  EXPECT_EQ(launch({"host", "launchermode", "45.12.0.1000"}), 0);
 
-  const test::StartRequest request = test::startRequests().at(0);
-  EXPECT_EQ(request.path, (chosen / "OrlixVDIPlugin.app").string());
-  EXPECT_THAT(request.arguments, ElementsAre("loadmode"));
-  EXPECT_EQ(test::readFile(chosen / "launchCount.dat"), "1");
-  EXPECT_TRUE(fs::exists(chosen / "launch.dat"));
-  EXPECT_TRUE(fs::exists(launcherFolder() / "45.11.0.2"));
-  EXPECT_TRUE(fs::exists(launcherFolder() / "45.11.0.3"));
-  EXPECT_FALSE(fs::exists(launcherFolder() / "45.11.0.1"));
-  EXPECT_FALSE(fs::exists(launcherFolder() / "45.13.0.10")); // never launched
+  EXPECT_THAT(
+      fake::calls("openApplicationAtURL: "),
+      ElementsAre("file " + test::bundleIn(chosen).string() + " \"loadmode\""));
+  EXPECT_EQ(test::readFile(chosen.dir() / "launchCount.dat"), "1");
+  EXPECT_TRUE(fs::exists(chosen.dir() / "launch.dat"));
+  EXPECT_FALSE(fs::exists(oldest));
+  EXPECT_TRUE(fs::exists(older));
+  EXPECT_TRUE(fs::exists(recent));
+  EXPECT_FALSE(fs::exists(newer)); // never launched
   EXPECT_THAT(
       log("launchmode"),
       IsSupersetOf(
@@ -64,29 +53,22 @@ TEST_F(WholeLaunch, StartsTheNewestFittingCopyKeepsItsRecordsAndCleansUp) {
            "hvd Client Version provided: 45.12.0.1000"}));
 
   // The application comes up only after the host has its result and the log is closed.
-  test::answerStart(std::nullopt);
-  EXPECT_THAT(systemLog.messages(), ElementsAre("launch app succeed"));
+  fake::answerStart(std::nullopt);
+  EXPECT_THAT(fake::calls("NSLog "), ElementsAre("launch app succeed"));
 }
 
-TEST_F(WholeLaunch, GoesOnAfterAFailedStart) {
-  const fs::path only = launcherFolder() / "45.12.0.900";
-  test::makeCopy(only, "45.12.0.900");
-  test::onPause([] { test::answerStart("no such application"); });
-  EXPECT_EQ(enter({"host"}), 0);
-  EXPECT_THAT(systemLog.messages(), ElementsAre("Failed to run the app: no such application"));
-  EXPECT_EQ(test::readFile(only / "launchCount.dat"), "1");
+TEST_F(WholeLaunch, GoesOnAfterFailure) {
+  const test::Copy only(launcherFolder() / "45.12.0.900");
+  fake::onPause([] { fake::answerStart("no such application"); });
+  EXPECT_EQ(launch({"host"}), 0);
+  EXPECT_THAT(fake::calls("NSLog "), ElementsAre("Failed to run the app: no such application"));
+  EXPECT_EQ(test::readFile(only.dir() / "launchCount.dat"), "1");
 }
 
-TEST_F(WholeLaunch, EntersTheMainLibraryInLoadMode) {
-  const fs::path contents = folder() / "App.app" / "Contents";
-  fs::create_directories(contents / "MacOS");
-  fs::create_directories(contents / "Frameworks");
-  fs::copy_file(PROBE_LIBRARY, contents / "Frameworks" / "libnexal_vdi_main.dylib");
-  test::setExecutableFolder(contents / "MacOS");
-
-  EXPECT_EQ(enter({"app", "loadmode"}), 0);
-
-  EXPECT_THAT(std::getenv("PROBE_MAIN"), StrEq("1 null"));
+TEST_F(WholeLaunch, LoadMode) {
+  fs::copy_file(MAIN_LIBRARY, frameworks() / "libnexal_vdi_main.dylib");
+  EXPECT_EQ(launch({"app", "loadmode"}), 0);
+  EXPECT_THAT(record(), ElementsAre("call 1: 1 null"));
   EXPECT_THAT(
       log("loadmode"),
       ElementsAre("ThinClientLauncher DLL entry point called", "load mode, load main dll"));

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Tests the checker: every fault that is put into a copy of the library is found and named.
+"""Tests the checker: it finds and names every fault that is put into a copy of the library.
 
 Usage: check_macho_test.py LIBRARY EXPORTS
 """
@@ -15,206 +15,231 @@ import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts"))
 import check_macho  # noqa: E402  (needs the path above)
+from check_macho import TYPES, MachO  # noqa: E402
 
-ARCHITECTURES = ("arm64", "x86_64")
+FLAGS = MachO.Header.FLAGS
+SIGNATURE = "ad-hoc signature and page hashes"
+LOADS = "loads the five system libraries alone"
+
+
+class Slice:
+    """One slice of a copy of the library, to be damaged. Offsets count from its start."""
+
+    def __init__(self, data, architecture):
+        self.data = bytearray(data)
+        self.universal = MachO.parse(data)  # keeps the binary alive
+        self.binary = next(
+            binary
+            for binary in self.universal
+            if check_macho.architecture_of(binary) == architecture)
+
+    def put(self, layout, offset, *values):
+        struct.pack_into(layout, self.data, self.binary.fat_offset + offset, *values)
+
+    def replace(self, old, new):
+        """Overwrites every occurrence of a text with another of the same length."""
+        content = check_macho.content_of(self.binary, bytes(self.data))
+        assert old in content and len(old) == len(new)
+        self.put(f"{len(content)}s", 0, content.replace(old, new))
+
+    def command(self, wanted):
+        """The offset of the first load command of a type."""
+        return next(c.command_offset for c in self.binary.commands if c.command == wanted)
+
+    def set_flags(self, added, removed=0):
+        self.put("<I", 24, self.binary.header.flags & ~int(removed) | int(added))
+
+    def symbol(self, name):
+        """The offset of its entry in the symbol table."""
+        index = [symbol.name for symbol in self.binary.symbols].index(name)
+        return self.binary.symbol_command.symbol_offset + 16 * index
+
+    def add_run_path(self, path):
+        """Puts it over the UUID, whose command is as long as that of a path of twelve bytes."""
+        self.put("<I", self.command(TYPES.UUID), int(TYPES.RPATH))
+        self.put("<I", self.command(TYPES.UUID) + 8, 12)
+        self.put("12s", self.command(TYPES.UUID) + 12, path)
+
+    def rename_export(self):
+        trie = bytes(self.binary.dyld_info.export_trie)
+        self.replace(trie, trie.replace(b"EntryPoint", b"EntryPaint"))
+
+    # --- The signature's code directory; fields count from its start ---
+
+    def directory(self):
+        return check_macho.code_directory(bytes(self.binary.code_signature.content))
+
+    def size_of_directory(self):
+        return struct.unpack_from(">I", self.directory(), 4)[0]
+
+    def flip(self, layout, field):
+        """Flips the bit of value 2, which is the flag for an ad-hoc signature among the flags."""
+        signature, directory = self.binary.code_signature, self.directory()
+        start = signature.data_offset + len(signature.content) - len(directory)
+        self.put(layout, start + field, struct.unpack_from(layout, directory, field)[0] ^ 2)
+
+
+# What is checked, the faults that are named, and how they come about.
+FAULTS_OF_EITHER_SLICE = [
+    ("a dynamic library", "FILE_TYPE.BUNDLE", lambda s: s.put("<I", 12, 8)),
+    ("two-level name space", "flags 0x100005", lambda s: s.set_flags(0, FLAGS.TWOLEVEL)),
+    ("two-level name space", "flags 0x100185", lambda s: s.set_flags(FLAGS.FORCE_FLAT)),
+    ("nothing undefined", "_dlopen is bound to no loaded library",
+     lambda s: s.put("<H", s.symbol("_dlopen") + 6, 0xFE00)),  # to be looked up in every library
+    ("nothing undefined", "the header does not promise it",
+     lambda s: s.set_flags(0, FLAGS.NOUNDEFS)),
+    ("install name", "['@rpath/libThisClientLauncher.dylib']",
+     lambda s: s.replace(b"@rpath/libThin", b"@rpath/libThis")),
+    ("for macOS", "[PLATFORMS.IOS]", lambda s: s.put("<I", s.command(TYPES.BUILD_VERSION) + 8, 2)),
+    ("minimum macOS 11.0", "[[12, 0, 0]]",
+     lambda s: s.put("<I", s.command(TYPES.BUILD_VERSION) + 12, 12 << 16)),
+    ("no run path", "/opt/lib", lambda s: s.add_run_path(b"/opt/lib")),
+    (LOADS, "loads /opt/lib/libobjc.dylib.A, does not load /usr/lib/libobjc.A.dylib",
+     lambda s: s.replace(b"/usr/lib/libobjc.A.dylib", b"/opt/lib/libobjc.dylib.A")),
+    ("exports exactly the list",
+     "missing _ThinClientLauncherEntryPoint, not in the list: _ThinClientLauncherEntryPaint",
+     lambda s: s.rename_export()),
+]
+FAULTS_OF_THE_SIGNATURE = [
+    ("no signature", lambda s: s.put("<I", s.command(TYPES.CODE_SIGNATURE), 0x2B)),
+    ("not an ad-hoc signature", lambda s: s.flip(">I", 12)),
+    (".* pages up to .* are signed, but it starts at .*", lambda s: s.flip(">I", 28)),
+    (".* pages up to .* are signed, but it starts at .*", lambda s: s.flip(">I", 32)),
+    ("hashes of an unexpected kind .2, 34 bytes.", lambda s: s.flip("B", 36)),
+    ("hashes of an unexpected kind .0, 32 bytes.", lambda s: s.flip("B", 37)),
+    ("page .* differs from its hash", lambda s: s.flip("B", s.size_of_directory() - 1)),
+]
+
+
+def damaged(data, architecture, damage):
+    """A copy of the file with one slice damaged."""
+    copy = Slice(data, architecture)
+    damage(copy)
+    return copy.data
 
 
 class Checker(unittest.TestCase):
     library = exports = None  # set from the command line
 
     def setUp(self):
-        self.data = bytearray(self.library.read_bytes())
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
+        self.data = self.library.read_bytes()
 
-    # --- Ways to break a copy ---
+    def faults(self, data, exports=None, forbidden=()):
+        """The checks that do not hold, as triples of slice, check and faults."""
+        expected = check_macho.read_exports(self.exports) if exports is None else exports
+        checks = check_macho.checks(bytes(data), expected, forbidden)
+        return [(where, what, ", ".join(faults)) for where, what, faults in checks if faults]
 
-    def start_of(self, architecture):
-        """Where a slice starts in the file."""
-        for name, content in check_macho.slices_of(bytes(self.data)):
-            if name == architecture:
-                return self.data.index(content)
-        self.fail(f"no slice {architecture}")
-
-    def slice_of(self, architecture):
-        return check_macho.Slice(dict(check_macho.slices_of(bytes(self.data)))[architecture])
-
-    def replace(self, old, new, architecture):
-        """Overwrites every occurrence of a text in a slice with another of the same length."""
-        self.assertEqual(len(old), len(new))
-        start = self.start_of(architecture)
-        end = start + len(self.slice_of(architecture).data)
-        self.assertIn(old, self.data[start:end])
-        self.data[start:end] = self.data[start:end].replace(old, new)
-
-    def put(self, layout, offset, value, architecture):
-        struct.pack_into(layout, self.data, self.start_of(architecture) + offset, value)
-
-    def command(self, wanted, architecture):
-        return self.slice_of(architecture).offsets(wanted)[0]
-
-    # --- What the checker says ---
-
-    def check(self, exports=None, forbidden=()):
-        """The checker's exit status and the lines of what failed."""
-        library = self.folder / "library"
-        library.write_bytes(self.data)
+    def run_checker(self, *arguments):
+        """The exit status and the output."""
         output = io.StringIO()
-        with contextlib.redirect_stdout(output):
-            status = check_macho.main([str(library), str(exports or self.exports), *forbidden])
-        lines = output.getvalue().splitlines()
-        return status, [line for line in lines if not line.startswith("ok")]
+        with contextlib.redirect_stdout(output), contextlib.redirect_stderr(output):
+            status = check_macho.main([str(argument) for argument in arguments])
+        return status, output.getvalue()
 
-    def assert_found(self, expected, **options):
-        status, failed = self.check(**options)
-        self.assertEqual(status, 1)
-        self.assertIn(expected, " ".join(" ".join(failed).split()))
+    def run_on(self, data):
+        with tempfile.NamedTemporaryFile() as library:
+            library.write(data)
+            library.flush()
+            return self.run_checker(library.name, self.exports)
 
-    def exports_list(self, change):
-        """A list of exports, changed."""
-        changed = self.folder / "exports"
-        changed.write_text("\n".join(change(sorted(check_macho.read_exports(self.exports)))))
-        return changed
+    # --- The library as it is ---
 
-    # --- Tests ---
+    def test_accepts_the_library(self):
+        status, output = self.run_checker(self.library, self.exports, "/home/builder")
+        self.assertEqual((status, "FAILED" in output), (0, False))
+        self.assertEqual(len(output.splitlines()), 21)
 
-    def test_accepts_the_library_as_built(self):
-        self.assertEqual(self.check(), (0, []))
+    # --- Faults of a slice ---
 
-    def test_finds_a_wrong_install_name_in_either_slice(self):
-        for architecture in ARCHITECTURES:
-            with self.subTest(architecture):
-                self.setUp()
-                self.replace(b"@rpath/libThin", b"@rpath/libThis", architecture)
-                self.assert_found(f"FAILED {architecture} install name")
+    def test_either_slice(self):
+        for architecture in ("x86_64", "arm64"):
+            for what, faults, damage in FAULTS_OF_EITHER_SLICE:
+                with self.subTest(architecture=architecture, faults=faults):
+                    found = self.faults(damaged(self.data, architecture, damage))
+                    unsigned = [fault for fault in found if fault[1] != SIGNATURE]
+                    self.assertEqual(unsigned, [(architecture, what, faults)])
 
-    def test_finds_a_missing_export(self):
-        wanted = self.exports_list(lambda names: names + ["_missing"])
-        self.assert_found("missing _missing", exports=wanted)
+    def test_debugger_entry(self):
+        accepted = damaged(
+            self.data, "x86_64", lambda s: s.put("<BBH", s.symbol("_dlopen") + 4, 0x20, 0, 0))
+        self.assertEqual(self.faults(accepted), [])
 
-    def test_finds_an_extra_export(self):
-        wanted = self.exports_list(lambda names: names[1:])
-        first = sorted(check_macho.read_exports(self.exports))[0]
-        self.assert_found(f"not in the list: {first}", exports=wanted)
+    def test_other_loads(self):
+        for way in ("REEXPORT_DYLIB", "LOAD_WEAK_DYLIB", "LAZY_LOAD_DYLIB", "LOAD_UPWARD_DYLIB"):
+            with self.subTest(way):
+                value = int(getattr(TYPES, way))
+                copy = damaged(
+                    self.data, "x86_64", lambda s: s.put("<I", s.command(TYPES.LOAD_DYLIB), value))
+                faults = " ".join(faults for _, what, faults in self.faults(copy) if what == LOADS)
+                self.assertIn(f", {way} /System/Library/Frameworks/", faults)
 
-    def test_finds_an_export_of_another_name_in_either_slice(self):
-        for architecture in ARCHITECTURES:
-            with self.subTest(architecture):
-                self.setUp()
-                trie = self.slice_of(architecture).exports_trie()
-                self.replace(trie, trie.replace(b"EntryPoint", b"EntryPaint"), architecture)
-                self.assert_found("missing _ThinClientLauncherEntryPoint")
-                self.assert_found("not in the list: _ThinClientLauncherEntryPaint")
+    # --- Faults of the file ---
 
-    def test_finds_a_flipped_byte_in_every_page_of_the_signed_slice(self):
-        start, (_, end) = self.start_of("arm64"), self.slice_of("arm64").signature()
-        dice = random.Random(1)
-        for page in range(4096, end, 4096):  # the first one holds the structures themselves
-            offset = start + dice.randrange(page, min(page + 4096, end))
-            with self.subTest(hex(offset)):
-                self.data[offset] ^= 1 << dice.randrange(8)
-                self.assert_found(f"page {page // 4096} differs from its hash")
-                self.setUp()
+    def test_missing_slice(self):
+        damaged = self.data[:4] + struct.pack(">I", 1) + self.data[8:]
+        self.assertEqual(
+            self.faults(damaged), [("file", "universal: arm64 and x86_64", "['x86_64']")])
 
-    def test_finds_a_flipped_byte_in_the_hashes(self):
-        start, (signature, end) = self.start_of("arm64"), self.slice_of("arm64").signature()
-        directory = check_macho.code_directory(signature)
-        last_byte = len(signature) - len(directory) + struct.unpack_from(">I", directory, 4)[0] - 1
-        self.data[start + end + last_byte] ^= 1
-        self.assert_found("differs from its hash")
+    def test_build_path(self):
+        damaged = self.data.replace(b"Logs/VantuOrlixVDI", b"/home/builder/tree")
+        self.assertIn(
+            ("file", "no build path", "/home/builder"),
+            self.faults(damaged, forbidden=["/other", "/home/builder"]))
 
-    def test_finds_a_missing_signature(self):
-        self.put("<I", self.command(check_macho.LC_CODE_SIGNATURE, "arm64"), 0x2B, "arm64")
-        self.assert_found("FAILED arm64 ad-hoc signature and page hashes no signature")
+    def test_exports_list(self):
+        names = check_macho.read_exports(self.exports)
+        first = min(names)
+        for exports, fault in (
+            (names | {"_other"}, "missing _other"), (names - {first}, f"not in the list: {first}")):
+            with self.subTest(fault):
+                found = self.faults(self.data, exports)
+                self.assertEqual([faults for _, _, faults in found], [fault, fault])
 
-    def test_finds_a_signature_that_is_not_ad_hoc(self):
-        _, end = self.slice_of("arm64").signature()
-        signature = self.slice_of("arm64").data[end:]
-        directory = signature.index(struct.pack(">I", check_macho.CSMAGIC_CODEDIRECTORY))
-        self.put(">I", end + directory + 12, 0, "arm64")
-        self.assert_found("not an ad-hoc signature")
+    # --- The signature ---
 
-    def test_finds_a_missing_slice(self):
-        self.data[4:8] = struct.pack(">I", 1)
-        self.assert_found("FAILED file universal: arm64 and x86_64")
+    def test_signature(self):
+        for expected, damage in FAULTS_OF_THE_SIGNATURE:
+            with self.subTest(expected):
+                ((where, what, faults),) = self.faults(damaged(self.data, "arm64", damage))
+                self.assertEqual((where, what), ("arm64", SIGNATURE))
+                self.assertRegex(faults, f"^{expected}$")
 
-    def test_finds_another_file_type(self):
-        self.put("<I", 12, 8, "x86_64")
-        self.assert_found("FAILED x86_64 a dynamic library type 8")
+    def test_every_page(self):
+        dice, whole = random.Random(1), Slice(self.data, "arm64")
+        end = whole.binary.code_signature.data_offset
+        for page in range(4096, end, 4096):  # the first one holds the load commands
+            with self.subTest(hex(page)):
+                copy, offset = bytearray(self.data), dice.randrange(page, min(page + 4096, end))
+                copy[whole.binary.fat_offset + offset] ^= 1 << dice.randrange(8)
+                # A byte of the symbol tables can break another check as well.
+                fault = f"page {page // 4096} differs from its hash"
+                self.assertIn(("arm64", SIGNATURE, fault), self.faults(copy))
 
-    def test_finds_a_flat_name_space(self):
-        self.put("<I", 24, self.slice_of("x86_64").flags & ~check_macho.MH_TWOLEVEL, "x86_64")
-        self.assert_found("FAILED x86_64 two-level name space")
+    # --- Files that are something else ---
 
-    def test_finds_an_undefined_symbol(self):
-        binary = self.slice_of("x86_64")
-        symbols, count, texts, _ = check_macho.unpack(
-            "<4I", binary.data, binary.only(check_macho.LC_SYMTAB, "") + 8)
-        (name, _) = next(binary.imports())
-        for entry in range(symbols, symbols + 16 * count, 16):
-            (text,) = check_macho.unpack("<I", binary.data, entry)
-            if check_macho.text_at(binary.data, texts + text) == name:
-                self.put("<H", entry + 6, 0xFE00, "x86_64")  # to be looked up anywhere
-        self.assert_found(f"FAILED x86_64 nothing undefined {name} is bound to no loaded library")
-
-    def test_finds_a_header_that_promises_nothing(self):
-        self.put("<I", 24, self.slice_of("x86_64").flags & ~check_macho.MH_NOUNDEFS, "x86_64")
-        self.assert_found("FAILED x86_64 nothing undefined the header does not promise it")
-
-    def test_finds_another_platform(self):
-        build_version = self.command(check_macho.LC_BUILD_VERSION, "x86_64")
-        self.put("<I", build_version + 8, 2, "x86_64")
-        self.assert_found("FAILED x86_64 for macOS platform 2")
-
-    def test_finds_another_minimum_version(self):
-        build_version = self.command(check_macho.LC_BUILD_VERSION, "x86_64")
-        self.put("<I", build_version + 12, 12 << 16, "x86_64")
-        self.assert_found("FAILED x86_64 minimum macOS 11.0 12.0")
-
-    def test_finds_a_run_path(self):
-        uuid = self.command(0x1B, "x86_64")  # as long as a run path of twelve bytes
-        self.put("<I", uuid, check_macho.LC_RPATH, "x86_64")
-        self.put("<I", uuid + 8, 12, "x86_64")
-        self.put("12s", uuid + 12, b"/opt/lib", "x86_64")
-        self.assert_found("FAILED x86_64 no run path /opt/lib")
-
-    def test_finds_a_library_beyond_the_five(self):
-        self.replace(b"/usr/lib/libobjc.A.dylib", b"/opt/lib/libobjc.A.dylib"[:24], "x86_64")
-        self.assert_found("loads /opt/lib/libobjc.A.dyli")
-        self.assert_found("does not load /usr/lib/libobjc.A.dylib")
-
-    def test_finds_a_library_loaded_another_way(self):
-        load = self.command(check_macho.LC_LOAD_DYLIB, "x86_64")
-        self.put("<I", load, 0x8000001F, "x86_64")
-        self.assert_found("re-exported /System/Library/Frameworks/")
-
-    def test_finds_a_build_path(self):
-        self.replace(b"Logs/VantuOrlixVDI", b"/home/builder/tree", "x86_64")
-        self.assert_found("FAILED file no build path /home/builder", forbidden=["/home/builder"])
-
-    def test_refuses_a_file_that_ends_too_early(self):
-        whole = bytes(self.data)
-        for size in (0, 7, 20, len(whole) // 3, len(whole) - 1):
+    def test_truncated(self):
+        for size in (0, 7, 20, len(self.data) // 3, len(self.data) - 1):
             with self.subTest(size):
-                self.data = whole[:size]
-                self.assert_found("FAILED")
+                status, output = self.run_on(self.data[:size])
+                self.assertEqual((status, "FAILED" in output), (1, True))
 
-    def test_never_stumbles_over_garbage(self):
-        whole, dice = bytes(self.data), random.Random(2)
+    def test_garbage(self):
+        dice, universal = random.Random(2), MachO.parse(self.data)
         for round_number in range(200):
             with self.subTest(round_number):
-                self.data = bytearray(whole)
-                for architecture in ARCHITECTURES:
-                    self.put("B", dice.randrange(2048), dice.randrange(256), architecture)
-                self.assertIn(self.check()[0], (0, 1))
+                damaged = bytearray(self.data)
+                for binary in universal:
+                    damaged[binary.fat_offset + dice.randrange(2600)] = dice.randrange(256)
+                self.assertIn(self.run_on(damaged)[0], (0, 1))
 
-    def test_refuses_a_file_that_is_missing(self):
-        output = io.StringIO()
-        with contextlib.redirect_stdout(output):
-            status = check_macho.main([str(self.folder / "none"), str(self.exports)])
-        self.assertEqual(status, 1)
-        self.assertIn("No such file", output.getvalue())
+    def test_no_file(self):
+        status, output = self.run_checker("/none", self.exports)
+        self.assertEqual((status, "No such file" in output), (1, True))
+
+    def test_usage(self):
+        for arguments in ([], [self.library], [self.library, ""]):
+            self.assertEqual(self.run_checker(*arguments)[0], 2)
 
 
 if __name__ == "__main__":

@@ -21,12 +21,12 @@ protected:
 
 } // namespace
 
-TEST_F(BestCandidate, IsTheEmptyPathForAnEmptyList) {
+TEST_F(BestCandidate, IsEmptyForEmptyList) {
   EXPECT_EQ(launcher.findBestCandidate({}), fs::path());
   EXPECT_THAT(messages(), ElementsAre("Best candidate:  (version: 0.0.0.0)"));
 }
 
-TEST_F(BestCandidate, IsTheHighestVersionAndTheEarliestOfEqualOnes) {
+TEST_F(BestCandidate, IsHighestThenEarliest) {
   const struct {
     const char* name;
     std::vector<std::string> versions; // in list order
@@ -63,7 +63,7 @@ TEST_F(BestCandidate, IsTheHighestVersionAndTheEarliestOfEqualOnes) {
   }
 }
 
-TEST_F(BestCandidate, IsAFirstEntryThatDoesNotExistWhenNothingElseHasAVersion) {
+TEST_F(BestCandidate, IsFirstWithoutVersions) {
   EXPECT_EQ(launcher.findBestCandidate({"/missing", makeCandidate(1, "")}), fs::path("/missing"));
   EXPECT_THAT(
       messages(),
@@ -71,7 +71,7 @@ TEST_F(BestCandidate, IsAFirstEntryThatDoesNotExistWhenNothingElseHasAVersion) {
           "find a candidate with Version: ", "Best candidate: /missing (version: 0.0.0.0)"));
 }
 
-TEST_F(BestCandidate, IsChosenWithALinePerCopy) {
+TEST_F(BestCandidate, LogsEachCopy) {
   const fs::path best = makeCandidate(3, "45.11.0.1");
   launcher.findBestCandidate(
       {makeCandidate(0, "45.9"),

@@ -25,10 +25,7 @@ protected:
   }
 
   fs::path makeLaunchedFolder(const std::string& name, hours ago) const {
-    const fs::path folder = makeFolder(name);
-    test::writeFile(folder / "launch.dat", "");
-    fs::last_write_time(folder / "launch.dat", fs::file_time_type::clock::now() - ago);
-    return folder;
+    return test::Copy(makeFolder(name)).launched(ago);
   }
 
   std::set<std::string> left() const {
@@ -43,7 +40,7 @@ protected:
 
 } // namespace
 
-TEST_F(CleanUp, KeepsTheTwoMostRecentlyLaunchedOthers) {
+TEST_F(CleanUp, KeepsTwoMostRecent) {
   makeLaunchedFolder("an hour ago", hours(1));
   makeFolder("never");
   makeLaunchedFolder("a week ago", WEEK);
@@ -52,14 +49,14 @@ TEST_F(CleanUp, KeepsTheTwoMostRecentlyLaunchedOthers) {
   EXPECT_THAT(messages(), IsEmpty());
 }
 
-TEST_F(CleanUp, RemovesAllOthersHoweverMany) {
+TEST_F(CleanUp, RemovesAllOthers) {
   for (int day = 1; day <= 20; ++day)
     makeLaunchedFolder("day " + std::to_string(day), hours(24 * day));
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_THAT(left(), UnorderedElementsAre("launched", "day 1", "day 2"));
 }
 
-TEST_F(CleanUp, KeepsTheLaunchedCopyHoweverOldItsRecord) {
+TEST_F(CleanUp, KeepsLaunchedCopy) {
   fs::remove(launched / "launch.dat");
   makeLaunchedFolder("a", hours(1));
   makeLaunchedFolder("b", hours(2));
@@ -68,7 +65,7 @@ TEST_F(CleanUp, KeepsTheLaunchedCopyHoweverOldItsRecord) {
   EXPECT_THAT(left(), UnorderedElementsAre("launched", "a", "b"));
 }
 
-TEST_F(CleanUp, KnowsTheLaunchedCopyByItsPathElements) {
+TEST_F(CleanUp, ComparesPathElements) {
   for (const char* name : {"a", "b", "c"})
     makeLaunchedFolder(name, hours(1));
   fs::last_write_time(launched / "launch.dat", fs::file_time_type::clock::now() - WEEK);
@@ -77,14 +74,14 @@ TEST_F(CleanUp, KnowsTheLaunchedCopyByItsPathElements) {
   EXPECT_TRUE(fs::exists(launched));
 }
 
-TEST_F(CleanUp, RemovesNothingOfTwoOthers) {
+TEST_F(CleanUp, KeepsTwoOthers) {
   makeFolder("never");
   makeLaunchedFolder("a week ago", WEEK);
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_THAT(left(), UnorderedElementsAre("launched", "never", "a week ago"));
 }
 
-TEST_F(CleanUp, RemovesTwoOfFourNeverLaunchedOthers) {
+TEST_F(CleanUp, RemovesTwoOfFourTied) {
   for (const char* name : {"a", "b", "c", "d"})
     makeFolder(name);
   launcher.cleanUpLauncherDirectory(launched);
@@ -92,26 +89,23 @@ TEST_F(CleanUp, RemovesTwoOfFourNeverLaunchedOthers) {
   EXPECT_TRUE(fs::exists(launched));
 }
 
-TEST_F(CleanUp, CountsFoldersWithoutTheApplication) {
-  test::Copy(makeLaunchedFolder("with bundle", WEEK), "45.11.0.1");
+TEST_F(CleanUp, CountsAnyFolder) {
+  makeLaunchedFolder("with bundle", WEEK);
+  for (const char* name : {"a", "b"})
+    test::writeFile(launcherFolder() / name / "launch.dat", "");
+  launcher.cleanUpLauncherDirectory(launched);
+  EXPECT_THAT(left(), UnorderedElementsAre("launched", "a", "b"));
+}
+
+TEST_F(CleanUp, GoesByLaunchTime) {
+  makeCopy("newest", "99.0").launches("99").startedSafely().launched(WEEK);
   makeLaunchedFolder("a", hours(1));
   makeLaunchedFolder("b", hours(2));
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_THAT(left(), UnorderedElementsAre("launched", "a", "b"));
 }
 
-TEST_F(CleanUp, GoesByLaunchTimesAloneNotByCountsVersionsOrSafeStarts) {
-  const fs::path newest = makeLaunchedFolder("newest", WEEK);
-  test::Copy(newest, "99.0");
-  test::writeFile(newest / "launchCount.dat", "99");
-  test::writeFile(newest / "started.dat", "");
-  makeLaunchedFolder("a", hours(1));
-  makeLaunchedFolder("b", hours(2));
-  launcher.cleanUpLauncherDirectory(launched);
-  EXPECT_THAT(left(), UnorderedElementsAre("launched", "a", "b"));
-}
-
-TEST_F(CleanUp, NeverTouchesFilesAndDanglingLinks) {
+TEST_F(CleanUp, KeepsFiles) {
   for (const char* name : {"corrupt.dat", "libThinClientLauncher.dylib", "other"})
     test::writeFile(launcherFolder() / name, "");
   fs::create_symlink(home.path() / "missing", launcherFolder() / "dangling");
@@ -128,7 +122,7 @@ TEST_F(CleanUp, NeverTouchesFilesAndDanglingLinks) {
   EXPECT_EQ(left().size(), 7U);
 }
 
-TEST_F(CleanUp, RemovesALinkToAFolderButNotItsTarget) {
+TEST_F(CleanUp, RemovesLinkNotTarget) {
   test::writeFile(home.path() / "elsewhere" / "file", "content");
   fs::create_directory_symlink(home.path() / "elsewhere", launcherFolder() / "link");
   makeLaunchedFolder("a", hours(1));
@@ -138,7 +132,7 @@ TEST_F(CleanUp, RemovesALinkToAFolderButNotItsTarget) {
   EXPECT_EQ(test::readFile(home.path() / "elsewhere" / "file"), "content");
 }
 
-TEST_F(CleanUp, TakesTheLaunchTimeOfALinkFromItsTarget) {
+TEST_F(CleanUp, ReadsTimeThroughLink) {
   const fs::path target = home.path() / "elsewhere";
   fs::rename(makeLaunchedFolder("moved", hours(1)), target);
   fs::create_directory_symlink(target, launcherFolder() / "link");
@@ -148,40 +142,48 @@ TEST_F(CleanUp, TakesTheLaunchTimeOfALinkFromItsTarget) {
   EXPECT_THAT(left(), UnorderedElementsAre("launched", "link", "a"));
 }
 
-TEST_F(CleanUp, DoesNothingWhenTheLaunchedCopyLiesElsewhere) {
+// It is excluded by its path: a link to it is another folder, with the same launch time.
+TEST_F(CleanUp, CountsLinkToLaunchedCopy) {
+  fs::create_directory_symlink(launched, launcherFolder() / "link");
+  makeLaunchedFolder("a", hours(1));
+  makeLaunchedFolder("b", hours(2));
+  launcher.cleanUpLauncherDirectory(launched);
+  EXPECT_THAT(left(), UnorderedElementsAre("launched", "link", "a"));
+}
+
+TEST_F(CleanUp, SkipsLaunchElsewhere) {
   for (const char* name : {"a", "b", "c"})
     makeFolder(name);
   for (const auto& dir : {fs::path("/Applications"), launcherFolder(), launched / "", fs::path()}) {
     SCOPED_TRACE(dir);
-    Logger::close();
-    Logger::open(logFile(), true);
+    emptyLog();
     launcher.cleanUpLauncherDirectory(dir);
     EXPECT_EQ(left().size(), 4U);
     EXPECT_THAT(messages(), ElementsAre("not started from launcher folder, do not clean"));
   }
 }
 
-TEST_F(CleanUp, IsSilentWithoutALauncherFolder) {
+TEST_F(CleanUp, AcceptsNoLauncherFolder) {
   fs::remove_all(launcherFolder());
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_FALSE(fs::exists(launcherFolder()));
   EXPECT_THAT(messages(), IsEmpty());
 }
 
-TEST_F(CleanUp, IsSilentForTheEmptyPathWithoutApplicationSupport) {
+TEST_F(CleanUp, AcceptsNoLibrary) {
   fs::remove_all(home.path() / "Library");
   launcher.cleanUpLauncherDirectory("");
   EXPECT_THAT(messages(), IsEmpty());
 }
 
-TEST_F(CleanUp, RaisesAnErrorWhereTheLauncherFolderMayNotBeListed) {
+TEST_F(CleanUp, RaisesForLockedLauncherFolder) {
   test::asUnprivilegedUser(home.path(), [&] {
     const test::ScopedPermissions scoped(launcherFolder(), fs::perms::owner_exec);
     EXPECT_THROW(launcher.cleanUpLauncherDirectory(launched), fs::filesystem_error);
   });
 }
 
-TEST_F(CleanUp, RaisesAnErrorWhereALaunchTimeCannotBeExamined) {
+TEST_F(CleanUp, RaisesForLockedCopy) {
   const fs::path locked = makeFolder("locked");
   test::asUnprivilegedUser(home.path(), [&] {
     const test::ScopedPermissions scoped(locked, fs::perms::none);
@@ -189,7 +191,7 @@ TEST_F(CleanUp, RaisesAnErrorWhereALaunchTimeCannotBeExamined) {
   });
 }
 
-TEST_F(CleanUp, LogsAFailedRemovalAndGoesOnWithTheOthers) {
+TEST_F(CleanUp, GoesOnAfterFailedRemoval) {
   makeLaunchedFolder("a", hours(1));
   makeLaunchedFolder("b", hours(2));
   const fs::path stuck = makeLaunchedFolder("stuck", hours(4));
@@ -206,7 +208,7 @@ TEST_F(CleanUp, LogsAFailedRemovalAndGoesOnWithTheOthers) {
   });
 }
 
-TEST_F(CleanUp, RemovesADirectoryWithAllBelowIt) {
+TEST_F(CleanUp, RemovesWholeDirectory) {
   ThinClientLauncherBase::removeDirectory(launched);
   EXPECT_FALSE(fs::exists(launched));
   ThinClientLauncherBase::removeDirectory(launched);

@@ -23,7 +23,7 @@ protected:
 
 } // namespace
 
-TEST_F(CorruptVersions, AreWrittenOnceEachInByteOrder) {
+TEST_F(CorruptVersions, AreDistinctInByteOrder) {
   const struct {
     const char* name;
     std::vector<std::string> versions;
@@ -47,14 +47,14 @@ TEST_F(CorruptVersions, AreWrittenOnceEachInByteOrder) {
   }
 }
 
-TEST_F(CorruptVersions, ReplaceThoseOfAnEarlierRun) {
+TEST_F(CorruptVersions, ReplaceEarlierOnes) {
   test::writeFile(file, "44.2.0.100|45.10.0.32950|something longer");
   launcher.writeCorruptVersions({"45.11.0.1"});
   EXPECT_EQ(content(), "45.11.0.1");
   EXPECT_THAT(messages(), ElementsAre(success(1)));
 }
 
-TEST_F(CorruptVersions, OfAnEmptyListChangeNothingAndLogNothing) {
+TEST_F(CorruptVersions, OfEmptyListChangeNothing) {
   launcher.writeCorruptVersions({});
   EXPECT_FALSE(fs::exists(file));
   test::writeFile(file, "45.11.0.1");
@@ -63,20 +63,20 @@ TEST_F(CorruptVersions, OfAnEmptyListChangeNothingAndLogNothing) {
   EXPECT_THAT(messages(), IsEmpty());
 }
 
-TEST_F(CorruptVersions, CreateNoLauncherFolder) {
+TEST_F(CorruptVersions, CreateNoFolder) {
   fs::remove(launcherFolder());
   launcher.writeCorruptVersions({"45.11.0.1"});
   EXPECT_FALSE(fs::exists(launcherFolder()));
   EXPECT_THAT(messages(), ElementsAre(failure()));
 }
 
-TEST_F(CorruptVersions, AreReportedAsWrittenEvenWhenTheDiskIsFull) {
+TEST_F(CorruptVersions, AreReportedOnFullDisk) {
   fs::create_symlink("/dev/full", file);
   launcher.writeCorruptVersions({"45.11.0.1"});
   EXPECT_THAT(messages(), ElementsAre(success(1)));
 }
 
-TEST_F(CorruptVersions, LandInTheWorkingFolderWithoutApplicationSupport) {
+TEST_F(CorruptVersions, LandInWorkingFolder) {
   fs::remove_all(home.path() / "Library");
   test::inChildProcessAt(home.path(), [&] {
     launcher.writeCorruptVersions({"45.11.0.1"});
@@ -85,7 +85,7 @@ TEST_F(CorruptVersions, LandInTheWorkingFolderWithoutApplicationSupport) {
   });
 }
 
-TEST_F(CorruptVersions, ThatMayNotBeWrittenStayAsTheyWere) {
+TEST_F(CorruptVersions, StayInLockedFile) {
   test::asUnprivilegedUser(home.path(), [&] {
     test::writeFile(file, "45.11.0.1");
     {

@@ -2,7 +2,9 @@
 #include "FakeSleep.h"
 #include "Fork.h"
 #include "LauncherTest.h"
+#include "Process.h"
 #include "Sandbox.h"
+#include "SystemLog.h"
 #include "ThinClientLauncher.h"
 #include "ThinClientLauncherEntryPoint.h"
 
@@ -12,6 +14,7 @@ namespace fs = std::filesystem;
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::Not;
 using testing::StartsWith;
 
 static_assert(std::is_empty_v<ThinClientLauncherBase>);
@@ -22,6 +25,8 @@ static_assert(std::is_base_of_v<ThinClientLauncherBase, ThinClientLauncher>);
 static_assert(!std::is_convertible_v<ThinClientLauncher*, ThinClientLauncherBase*>, "private");
 
 namespace {
+
+using Lines = std::vector<std::string>;
 
 constexpr const char* CALLED = "ThinClientLauncher DLL entry point called";
 constexpr const char* LAUNCHER_MODE = "launcher mode";
@@ -45,26 +50,29 @@ protected:
     EXPECT_TRUE(test::eventually([&] { return threadCount() <= threadsBefore; }));
   }
 
-  fs::path launchLog() const { return home.logFolder() / "vdi-launch-launchmode-log.txt"; }
-  fs::path loadLog() const { return home.logFolder() / "vdi-launch-loadmode-log.txt"; }
-
   // Calls the entry point with an argument vector that ends at the last argument, so that a
   // sanitizer sees any read beyond; argv[0] cannot be read.
-  static int call(std::vector<std::string> arguments) {
+  static int call(Lines arguments) {
     std::vector<char*> argv{nullptr};
     for (auto& argument : arguments)
       argv.push_back(argument.data());
     return ThinClientLauncherEntryPoint(static_cast<int>(argv.size()), argv.data());
   }
 
-  static std::vector<std::string> firstOf(std::vector<std::string> lines, std::size_t count) {
+  Lines launchLog() const { return test::readMessages(home.launchLog()); }
+  Lines loadLog() const { return test::readMessages(home.loadLog()); }
+
+  static std::string launchCount(const fs::path& copy) {
+    return test::readFile(copy / "launchCount.dat");
+  }
+
+  static Lines firstOf(Lines lines, std::size_t count) {
     lines.resize(std::min(lines.size(), count));
     return lines;
   }
 
-  static fs::path corrupt(const fs::path& copy) {
-    test::writeFile(copy / "launchCount.dat", "3");
-    return copy;
+  static std::string best(const fs::path& copy, const std::string& version) {
+    return "Best candidate: " + copy.string() + " (version: " + version + ")";
   }
 
   std::size_t pauses() const { return test::FakeSleep::count() - pausesBefore; }
@@ -78,21 +86,19 @@ private:
 
 // --- Arguments ---
 
-TEST_F(EntryPoint, TakesLauncherModeWithoutReadingArgumentsBelowACountOfTwo) {
+TEST_F(EntryPoint, ReadsNoArgumentBelowTwo) {
   for (const int argc : {1, 0, -1, -2147483647 - 1}) {
     SCOPED_TRACE(argc);
     fs::remove_all(home.logFolder());
     EXPECT_EQ(ThinClientLauncherEntryPoint(argc, nullptr), 0);
-    EXPECT_THAT(
-        test::readMessages(launchLog()),
-        ElementsAre(CALLED, LAUNCHER_MODE, NOTHING_FOUND, NOT_CLEANED));
-    EXPECT_FALSE(fs::exists(loadLog()));
+    EXPECT_THAT(launchLog(), ElementsAre(CALLED, LAUNCHER_MODE, NOTHING_FOUND, NOT_CLEANED));
+    EXPECT_FALSE(fs::exists(home.loadLog()));
   }
 }
 
-TEST_F(EntryPoint, TakesLoadModeForTheExactFirstArgumentAlone) {
+TEST_F(EntryPoint, KnowsLoadModeByItsWord) {
   const struct {
-    std::vector<std::string> arguments;
+    Lines arguments;
     bool loadMode;
   } rows[] = {
       {{"loadmode"}, true},
@@ -112,17 +118,17 @@ TEST_F(EntryPoint, TakesLoadModeForTheExactFirstArgumentAlone) {
     SCOPED_TRACE(testing::PrintToString(row.arguments));
     fs::remove_all(home.logFolder());
     EXPECT_EQ(call(row.arguments), 0);
-    EXPECT_EQ(fs::exists(loadLog()), row.loadMode);
-    EXPECT_EQ(fs::exists(launchLog()), !row.loadMode);
+    EXPECT_EQ(fs::exists(home.loadLog()), row.loadMode);
+    EXPECT_EQ(fs::exists(home.launchLog()), !row.loadMode);
     EXPECT_THAT(
-        firstOf(test::readMessages(row.loadMode ? loadLog() : launchLog()), 2),
+        firstOf(row.loadMode ? loadLog() : launchLog(), 2),
         ElementsAre(CALLED, row.loadMode ? LOAD_MODE : LAUNCHER_MODE));
   }
 }
 
-TEST_F(EntryPoint, TakesAClientVersionBehindTheExactWordAlone) {
+TEST_F(EntryPoint, KnowsClientVersionByItsWord) {
   const struct {
-    std::vector<std::string> arguments;
+    Lines arguments;
     const char* logged; // null for no line
     bool keepsNewerCopy;
   } rows[] = {
@@ -144,37 +150,33 @@ TEST_F(EntryPoint, TakesAClientVersionBehindTheExactWordAlone) {
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::PrintToString(row.arguments));
     EXPECT_EQ(call(row.arguments), 0);
-    const auto lines = test::readMessages(launchLog());
-    std::vector<std::string> expected{CALLED, LAUNCHER_MODE};
+    const auto lines = launchLog();
+    Lines expected{CALLED, LAUNCHER_MODE};
     if (row.logged != nullptr)
       expected.push_back(std::string("hvd Client Version provided: ") + row.logged);
     EXPECT_EQ(firstOf(lines, expected.size()), expected);
     EXPECT_THAT(lines[expected.size()], StartsWith("VDI ")) << "the filter follows at once";
-    const auto best = row.keepsNewerCopy ? "Best candidate: " + newer.string() + " (version: 45.11)"
-                                         : "Best candidate: " + older.string() + " (version: 45.9)";
-    EXPECT_THAT(lines, Contains(best));
+    EXPECT_THAT(lines, Contains(row.keepsNewerCopy ? best(newer, "45.11") : best(older, "45.9")));
     fs::remove(newer / "launchCount.dat");
   }
 }
 
-TEST_F(EntryPoint, TakesAnArgumentThatIsMissingInTheVectorForNone) {
+TEST_F(EntryPoint, TakesNullForNoArgument) {
   std::string word = "launchermode";
   char* withoutVersion[] = {nullptr, word.data(), nullptr};
   EXPECT_EQ(ThinClientLauncherEntryPoint(3, withoutVersion), 0);
   char* withoutWord[] = {nullptr, nullptr};
   EXPECT_EQ(ThinClientLauncherEntryPoint(2, withoutWord), 0);
-  EXPECT_THAT(
-      test::readMessages(launchLog()),
-      ElementsAre(CALLED, LAUNCHER_MODE, NOTHING_FOUND, NOT_CLEANED));
+  EXPECT_THAT(launchLog(), ElementsAre(CALLED, LAUNCHER_MODE, NOTHING_FOUND, NOT_CLEANED));
 }
 
 // --- The sequence of a launch ---
 
-TEST_F(EntryPoint, RunsTheWholeSequenceInOrder) {
+TEST_F(EntryPoint, RunsAllStepsInOrder) {
   const fs::path copy = makeCopy("copy", "45.11.0.1");
   EXPECT_EQ(call({"launchermode", "45.12.0.1000"}), 0);
   EXPECT_THAT(
-      test::readMessages(launchLog()),
+      launchLog(),
       ElementsAre(
           CALLED,
           LAUNCHER_MODE,
@@ -182,28 +184,31 @@ TEST_F(EntryPoint, RunsTheWholeSequenceInOrder) {
           "VDI supports CheckCorrupt: " + copy.string(),
           "safe start Directory: " + copy.string() + ", Launch Count: 0",
           "find a candidate with Version: 45.11.0.1",
-          "Best candidate: " + copy.string() + " (version: 45.11.0.1)",
+          best(copy, "45.11.0.1"),
           "VDI Launch count updated to: 1 for directory: " + copy.string()));
-  EXPECT_EQ(test::readFile(copy / "launchCount.dat"), "1");
+  EXPECT_EQ(launchCount(copy), "1");
   EXPECT_TRUE(fs::exists(copy / "launch.dat"));
   EXPECT_EQ(pauses(), 1U);
 }
 
-TEST_F(EntryPoint, RecordsAndCleansAfterThePauseAlone) {
+TEST_F(EntryPoint, PausesBetweenStartAndRecords) {
+  test::SystemLog systemLog;
   const fs::path copy = makeCopy("copy", "45.11.0.1");
   for (const char* name : {"a", "b", "c"})
     fs::create_directory(launcherFolder() / name);
   test::FakeSleep::setAction([&] {
-    EXPECT_THAT(test::readMessages(launchLog()).back(), StartsWith("Best candidate: "));
+    EXPECT_EQ(systemLog.await(1).size(), 1U) << "the outcome of a start";
+    EXPECT_THAT(launchLog().back(), StartsWith("Best candidate: "));
     EXPECT_FALSE(fs::exists(copy / "launchCount.dat"));
-    EXPECT_EQ(std::distance(fs::directory_iterator(launcherFolder()), {}), 4);
+    EXPECT_EQ(test::foldersIn(launcherFolder()).size(), 4U);
   });
   EXPECT_EQ(call({}), 0);
+  EXPECT_EQ(pauses(), 1U);
   EXPECT_TRUE(fs::exists(copy / "launchCount.dat"));
-  EXPECT_EQ(std::distance(fs::directory_iterator(launcherFolder()), {}), 3);
+  EXPECT_EQ(test::foldersIn(launcherFolder()).size(), 3U);
 }
 
-TEST_F(EntryPoint, RecordsTheLaunchBeforeItCleans) {
+TEST_F(EntryPoint, RecordsBeforeItCleans) {
   const fs::path copy = makeCopy("copy", "45.11.0.1");
   for (const char* name : {"a", "b", "c"})
     test::writeFile(launcherFolder() / name / "content" / "file", "");
@@ -213,86 +218,87 @@ TEST_F(EntryPoint, RecordsTheLaunchBeforeItCleans) {
     const test::ScopedPermissions b(launcherFolder() / "b" / "content", stuck);
     const test::ScopedPermissions c(launcherFolder() / "c" / "content", stuck);
     EXPECT_EQ(call({}), 0);
-    const auto lines = test::readMessages(launchLog());
+    const auto lines = launchLog();
     ASSERT_GE(lines.size(), 2U);
     EXPECT_THAT(lines[lines.size() - 2], StartsWith("VDI Launch count updated to: 1 "));
     EXPECT_THAT(lines.back(), StartsWith("remove directory failed: "));
   });
 }
 
-TEST_F(EntryPoint, ChoosesFiltersRecordsAndCleans) {
+TEST_F(EntryPoint, ChoosesRecordsAndCleans) {
   const fs::path newer = makeCopy("newer than the client", "45.13.0.10");
-  const fs::path broken = corrupt(makeCopy("broken", "45.12.0.999"));
-  const fs::path best = makeCopy("best", "45.12.0.900");
+  const fs::path broken = makeCopy("broken", "45.12.0.999").launches("3");
+  const fs::path chosen = makeCopy("chosen", "45.12.0.900");
   for (const char* name : {"old 1", "old 2"})
-    test::writeFile(makeCopy(name, "45.9") / "launch.dat", "");
+    makeCopy(name, "45.9").launched(std::chrono::hours(1));
   EXPECT_EQ(call({"launchermode", "45.12.0.1000"}), 0);
-  EXPECT_THAT(
-      test::readMessages(launchLog()),
-      Contains("Best candidate: " + best.string() + " (version: 45.12.0.900)"));
+  EXPECT_THAT(launchLog(), Contains(best(chosen, "45.12.0.900")));
   EXPECT_EQ(test::readFile(launcherFolder() / "corrupt.dat"), "45.12.0.999");
-  EXPECT_EQ(test::readFile(best / "launchCount.dat"), "1");
+  EXPECT_EQ(launchCount(chosen), "1");
   EXPECT_FALSE(fs::exists(newer)) << "never launched";
   EXPECT_FALSE(fs::exists(broken)) << "never launched";
-  EXPECT_TRUE(fs::exists(best));
+  EXPECT_TRUE(fs::exists(chosen));
   EXPECT_TRUE(fs::exists(launcherFolder() / "old 1"));
   EXPECT_TRUE(fs::exists(launcherFolder() / "old 2"));
 }
 
-TEST_F(EntryPoint, FallsBackToAllViableCopiesWhenNoneIsCompatible) {
-  const fs::path a = makeCopy("a", "45.11.0.1");
+TEST_F(EntryPoint, FallsBackToViableCopies) {
+  makeCopy("a", "45.11.0.1");
   const fs::path b = makeCopy("b", "45.12.0.1");
-  const fs::path broken = corrupt(makeCopy("broken", "45.13.0.1"));
+  makeCopy("broken", "45.13.0.1").launches("3");
   EXPECT_EQ(call({"launchermode", "45.10"}), 0);
-  const auto lines = test::readMessages(launchLog());
-  EXPECT_THAT(lines, Contains("Best candidate: " + b.string() + " (version: 45.12.0.1)"));
-  EXPECT_THAT(lines, testing::Not(Contains("find a candidate with Version: 45.13.0.1")));
+  const auto lines = launchLog();
+  EXPECT_THAT(lines, Contains(best(b, "45.12.0.1")));
+  EXPECT_THAT(lines, Not(Contains("find a candidate with Version: 45.13.0.1")));
   // Three of the entry, two per viable copy, four of the broken one, four of the choice: none of
   // the fallback.
   EXPECT_EQ(lines.size(), 3 + 2 * 2 + 4 + 4U);
-  EXPECT_EQ(test::readFile(b / "launchCount.dat"), "1");
+  EXPECT_EQ(launchCount(b), "1");
 }
 
-TEST_F(EntryPoint, ChoosesTheFirstListedOfEqualCopies) {
-  for (const char* name : {"x", "c", "m", "a"})
-    makeCopy(name, "45.11.0.1");
-  const fs::path first = fs::directory_iterator(launcherFolder())->path();
-  EXPECT_EQ(call({}), 0);
-  EXPECT_EQ(test::readFile(first / "launchCount.dat"), "1");
+TEST_F(EntryPoint, ChoosesTheFirstOfEqualCopies) {
+  for (const char* clientVersion : {"45.12", "45.10"}) {
+    SCOPED_TRACE(clientVersion); // a compatible one, and one with which it falls back
+    fs::remove_all(launcherFolder());
+    for (const char* name : {"x", "c", "m", "a"})
+      makeCopy(name, "45.11.0.1");
+    const fs::path first = test::foldersIn(launcherFolder()).front();
+    EXPECT_EQ(call({"launchermode", clientVersion}), 0);
+    EXPECT_EQ(launchCount(first), "1");
+  }
 }
 
-TEST_F(EntryPoint, PrefersTheInstallersCopyAmongEqualOnesAndWritesNoRecord) {
-  makeCopy("copy", "45.11.0.1");
+TEST_F(EntryPoint, PrefersInstallersCopyUnrecorded) {
   const test::Sandbox::ScopedApplications applications;
+  const fs::path copy = makeCopy("copy", "45.11.0.1");
   test::Copy("/Applications", "45.11.0.1");
   EXPECT_EQ(call({}), 0);
-  const auto lines = test::readMessages(launchLog());
-  EXPECT_THAT(lines, Contains("Best candidate: /Applications (version: 45.11.0.1)"));
-  EXPECT_EQ(lines.back(), NOT_CLEANED);
+  EXPECT_THAT(launchLog(), Contains(best("/Applications", "45.11.0.1")));
+  EXPECT_EQ(launchLog().back(), NOT_CLEANED);
   EXPECT_FALSE(fs::exists("/Applications/launchCount.dat"));
-  EXPECT_FALSE(fs::exists(launcherFolder() / "copy" / "launchCount.dat"));
+  EXPECT_FALSE(fs::exists(copy / "launchCount.dat"));
 }
 
-TEST_F(EntryPoint, RunsEveryStepWithoutACandidate) {
+TEST_F(EntryPoint, RunsAllStepsWithoutCandidate) {
   fs::create_directories(launcherFolder() / "no bundle");
   EXPECT_EQ(call({"launchermode", "45.12"}), 0);
   EXPECT_THAT(
-      test::readMessages(launchLog()),
+      launchLog(),
       ElementsAre(
           CALLED, LAUNCHER_MODE, "hvd Client Version provided: 45.12", NOTHING_FOUND, NOT_CLEANED));
-  EXPECT_EQ(pauses(), 1U) << "the start is still asked";
+  EXPECT_EQ(pauses(), 1U) << "the start is still requested";
 }
 
-TEST_F(EntryPoint, RecordsInTheWorkingFolderWithoutCandidateAndApplicationSupport) {
+TEST_F(EntryPoint, RecordsInWorkingFolderWithoutApplicationSupport) {
   fs::remove_all(home.applicationSupport());
   const fs::path working = home.path() / "working";
   fs::create_directory(working);
   test::inChildProcessAt(working, [&] {
     EXPECT_EQ(call({}), 0);
-    EXPECT_EQ(test::readFile(working / "launchCount.dat"), "1");
+    EXPECT_EQ(launchCount(working), "1");
     EXPECT_TRUE(fs::exists(working / "launch.dat"));
     EXPECT_THAT(
-        test::readMessages(launchLog()),
+        launchLog(),
         ElementsAre(
             CALLED,
             LAUNCHER_MODE,
@@ -301,77 +307,84 @@ TEST_F(EntryPoint, RecordsInTheWorkingFolderWithoutCandidateAndApplicationSuppor
   });
 }
 
-TEST_F(EntryPoint, LaunchesWithoutALogWhereItCannotBeOpened) {
-  const fs::path copy = makeCopy("copy", "45.11.0.1");
-  fs::create_directories(launchLog());
-  EXPECT_EQ(call({}), 0);
-  EXPECT_EQ(test::readFile(copy / "launchCount.dat"), "1");
+// A user without a home folder: the password file knows nothing of the number.
+TEST_F(EntryPoint, LogsNothingWithoutLibrary) {
+  const test::Result result = test::run(
+      {{"unshare", "--user", "--map-user=4000000", APPLICATION_PROGRAM, "loadmode"},
+       home.path(),
+       {{"HOME", ""}, {"LOADER_OPERATIONS", "entry"}}});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_FALSE(fs::exists(home.path() / home.loadLog().filename()));
+  EXPECT_FALSE(fs::exists(home.path() / "Logs"));
 }
 
-TEST_F(EntryPoint, RunsNothingOfTheSequenceInLoadMode) {
+TEST_F(EntryPoint, LaunchesWithoutLog) {
+  const fs::path copy = makeCopy("copy", "45.11.0.1");
+  fs::create_directories(home.launchLog());
+  EXPECT_EQ(call({}), 0);
+  EXPECT_EQ(launchCount(copy), "1");
+}
+
+TEST_F(EntryPoint, OnlyLoadsInLoadMode) {
   const fs::path copy = makeCopy("copy", "45.11.0.1");
   EXPECT_EQ(call({"loadmode"}), 0);
   EXPECT_FALSE(fs::exists(copy / "launchCount.dat"));
   EXPECT_EQ(pauses(), 0U);
   EXPECT_THAT(
-      test::readMessages(loadLog()),
+      loadLog(),
       ElementsAre(CALLED, LOAD_MODE, testing::HasSubstr(" load library failed dleeror: ")));
 }
 
 // --- One call after the other ---
 
-TEST_F(EntryPoint, EmptiesTheModesLogAtEveryCall) {
+TEST_F(EntryPoint, EmptiesItsLogAtEveryCall) {
   call({"launchermode", "45.12"});
   call({"loadmode"});
-  EXPECT_THAT(firstOf(test::readMessages(launchLog()), 2), ElementsAre(CALLED, LAUNCHER_MODE));
+  EXPECT_THAT(firstOf(launchLog(), 2), ElementsAre(CALLED, LAUNCHER_MODE));
   call({});
-  EXPECT_THAT(
-      test::readMessages(launchLog()),
-      ElementsAre(CALLED, LAUNCHER_MODE, NOTHING_FOUND, NOT_CLEANED));
-  EXPECT_THAT(firstOf(test::readMessages(loadLog()), 2), ElementsAre(CALLED, LOAD_MODE));
+  EXPECT_THAT(launchLog(), ElementsAre(CALLED, LAUNCHER_MODE, NOTHING_FOUND, NOT_CLEANED));
+  EXPECT_THAT(firstOf(loadLog(), 2), ElementsAre(CALLED, LOAD_MODE));
 }
 
-TEST_F(EntryPoint, ClosesTheLogAtItsEnd) {
+TEST_F(EntryPoint, ClosesItsLog) {
   call({});
-  const std::string before = test::readFile(launchLog());
+  const Lines before = launchLog();
   Logger::log("after the call");
-  EXPECT_EQ(test::readFile(launchLog()), before);
+  EXPECT_EQ(launchLog(), before);
 }
 
-TEST_F(EntryPoint, LetsAnErrorOutAndLeavesTheLogOpenForOneMoreCall) {
+TEST_F(EntryPoint, LeavesLogOpenAfterAnError) {
   test::writeFile(launcherFolder(), "a file, so that the scan fails");
   EXPECT_THROW(call({}), fs::filesystem_error);
-  EXPECT_THAT(test::readMessages(launchLog()), ElementsAre(CALLED, LAUNCHER_MODE));
+  EXPECT_THAT(launchLog(), ElementsAre(CALLED, LAUNCHER_MODE));
   fs::remove(launcherFolder());
   const fs::path copy = makeCopy("copy", "45.11.0.1");
 
   EXPECT_EQ(call({}), 0);
-  EXPECT_THAT(test::readMessages(launchLog()), ElementsAre(CALLED, LAUNCHER_MODE))
-      << "logs nothing";
-  EXPECT_EQ(test::readFile(copy / "launchCount.dat"), "1") << "but launches";
+  EXPECT_THAT(launchLog(), ElementsAre(CALLED, LAUNCHER_MODE)) << "logs nothing";
+  EXPECT_EQ(launchCount(copy), "1") << "but launches";
 
   EXPECT_EQ(call({}), 0);
   EXPECT_THAT(
-      test::readMessages(launchLog()),
-      Contains("VDI Launch count updated to: 2 for directory: " + copy.string()));
+      launchLog(), Contains("VDI Launch count updated to: 2 for directory: " + copy.string()));
 }
 
-TEST_F(EntryPoint, LetsOutTheErrorOfALogFolderThatCannotBeCreated) {
+TEST_F(EntryPoint, RaisesForLogFolder) {
   test::writeFile(home.path() / "Library" / "Logs", "a file");
   EXPECT_THROW(call({}), fs::filesystem_error);
   EXPECT_THROW(call({"loadmode"}), fs::filesystem_error);
 }
 
-TEST_F(EntryPoint, LetsOutTheErrorOfDeniedPermission) {
+TEST_F(EntryPoint, RaisesForDeniedPermission) {
   const fs::path copy = makeCopy("copy", "45.11.0.1");
   test::asUnprivilegedUser(home.path(), [&] {
     {
       const test::ScopedPermissions scoped(copy, fs::perms::none);
       EXPECT_THROW(call({}), fs::filesystem_error);
-      EXPECT_THAT(test::readMessages(launchLog()), ElementsAre(CALLED, LAUNCHER_MODE));
+      EXPECT_THAT(launchLog(), ElementsAre(CALLED, LAUNCHER_MODE));
     }
     EXPECT_EQ(call({}), 0);
     EXPECT_EQ(call({}), 0);
-    EXPECT_EQ(test::readMessages(launchLog()).size(), 7U);
+    EXPECT_EQ(launchLog().size(), 7U);
   });
 }

@@ -1,6 +1,7 @@
 #include "Fork.h"
 #include "LauncherTest.h"
 #include "Sandbox.h"
+#include "Selection.h"
 
 namespace fs = std::filesystem;
 
@@ -11,13 +12,6 @@ namespace {
 
 class Viability : public test::LauncherTest {
 protected:
-  fs::path makeLaunchedCopy(
-      const std::string& name, const std::string& version, const std::string& launchCount) const {
-    const fs::path copy = makeCopy(name, version);
-    test::writeFile(copy / "launchCount.dat", launchCount);
-    return copy;
-  }
-
   fs::path corruptFile() const { return launcherFolder() / "corrupt.dat"; }
 };
 
@@ -27,8 +21,8 @@ class Compatibility : public test::LauncherTest {};
 
 // --- Corrupt copies ---
 
-TEST_F(Viability, SkipsACopyLaunchedThreeTimesWithoutASafeStart) {
-  const fs::path copy = makeLaunchedCopy("new", "45.11.0.1", "3");
+TEST_F(Viability, SkipsCorruptCopy) {
+  const fs::path copy = makeCopy("new", "45.11.0.1").launches("3");
   EXPECT_THAT(launcher.filterInviableDirectories({copy}), IsEmpty());
   EXPECT_THAT(
       messages(),
@@ -40,8 +34,8 @@ TEST_F(Viability, SkipsACopyLaunchedThreeTimesWithoutASafeStart) {
   EXPECT_EQ(test::readFile(corruptFile()), "45.11.0.1");
 }
 
-TEST_F(Viability, KeepsACopyLaunchedTwice) {
-  const fs::path copy = makeLaunchedCopy("new", "45.11.0.1", "2");
+TEST_F(Viability, KeepsCopyLaunchedTwice) {
+  const fs::path copy = makeCopy("new", "45.11.0.1").launches("2");
   EXPECT_THAT(launcher.filterInviableDirectories({copy}), ElementsAre(copy));
   EXPECT_THAT(
       messages(),
@@ -51,9 +45,8 @@ TEST_F(Viability, KeepsACopyLaunchedTwice) {
   EXPECT_FALSE(fs::exists(corruptFile()));
 }
 
-TEST_F(Viability, KeepsACopyThatStartedSafelyHoweverOftenLaunched) {
-  const fs::path copy = makeLaunchedCopy("new", "45.11.0.1", "4294967295");
-  test::writeFile(copy / "started.dat", "");
+TEST_F(Viability, KeepsSafelyStartedCopy) {
+  const fs::path copy = makeCopy("new", "45.11.0.1").launches("4294967295").startedSafely();
   EXPECT_THAT(launcher.filterInviableDirectories({copy}), ElementsAre(copy));
   EXPECT_THAT(
       messages(),
@@ -62,36 +55,33 @@ TEST_F(Viability, KeepsACopyThatStartedSafelyHoweverOftenLaunched) {
           "safe start Directory: " + copy.string() + ", Launch Count: 4294967295"));
 }
 
-TEST_F(Viability, KeepsACopyOfAVersionTooOldToRecordItsSafeStart) {
+TEST_F(Viability, KeepsOldVersions) {
   for (const char* version :
        {"45.10.0.32950", "45.10.0.32949", "45.10.0.32950.7", "45.10", "44.99", "45.x", "x"}) {
     SCOPED_TRACE(version);
-    const fs::path copy = makeLaunchedCopy(version, version, "7");
+    const fs::path copy = makeCopy(version, version).launches("7");
     EXPECT_THAT(launcher.filterInviableDirectories({copy}), ElementsAre(copy));
     EXPECT_THAT(
         messages(),
         ElementsAre(
             "VDI does not support CheckCorrupt: " + copy.string(),
             "safe start Directory: " + copy.string() + ", Launch Count: 7"));
-    Logger::close();
-    Logger::open(logFile(), true);
+    emptyLog();
   }
 }
 
-TEST_F(Viability, KeepsACopyWithoutAReadableVersionAndLogsNoGateLine) {
-  const fs::path copy = makeLaunchedCopy("unreadable", "", "7");
+TEST_F(Viability, KeepsUnreadableVersion) {
+  const fs::path copy = makeCopy("unreadable", "").launches("7");
   EXPECT_THAT(launcher.filterInviableDirectories({copy}), ElementsAre(copy));
   EXPECT_THAT(
       messages(), ElementsAre("safe start Directory: " + copy.string() + ", Launch Count: 7"));
 }
 
-TEST_F(Viability, KeepsACopyOutsideTheLauncherFolderAndLogsNoGateLine) {
+TEST_F(Viability, KeepsCopiesElsewhere) {
   const fs::path outside = home.path() / "elsewhere";
   const fs::path nested = launcherFolder() / "nested" / "copy";
-  for (const auto& dir : {outside, nested}) {
-    test::Copy(dir, "45.11.0.1");
-    test::writeFile(dir / "launchCount.dat", "7");
-  }
+  for (const auto& dir : {outside, nested})
+    test::Copy(dir, "45.11.0.1").launches("7");
   EXPECT_THAT(launcher.filterInviableDirectories({outside, nested}), ElementsAre(outside, nested));
   EXPECT_THAT(
       messages(),
@@ -100,14 +90,14 @@ TEST_F(Viability, KeepsACopyOutsideTheLauncherFolderAndLogsNoGateLine) {
           "safe start Directory: " + nested.string() + ", Launch Count: 7"));
 }
 
-TEST_F(Viability, KeepsTheInstallersCopy) {
+TEST_F(Viability, KeepsInstallersCopy) {
   const test::Sandbox::ScopedApplications applications;
   test::Copy("/Applications", "45.11.0.1").launches("7");
   EXPECT_THAT(launcher.filterInviableDirectories({"/Applications"}), ElementsAre("/Applications"));
   EXPECT_THAT(messages(), ElementsAre("safe start Directory: /Applications, Launch Count: 7"));
 }
 
-TEST_F(Viability, TellsWhetherACopyIsCorrupt) {
+TEST_F(Viability, JudgesCorruption) {
   const struct {
     const char* version;
     const char* launchCount;
@@ -130,14 +120,14 @@ TEST_F(Viability, TellsWhetherACopyIsCorrupt) {
         std::string("version ") + row.version + ", launched " + row.launchCount +
         (row.startedSafely ? ", started safely" : ""));
     fs::remove_all(launcherFolder());
-    const fs::path copy = makeLaunchedCopy("copy", row.version, row.launchCount);
+    auto copy = makeCopy("copy", row.version).launches(row.launchCount);
     if (row.startedSafely)
-      test::writeFile(copy / "started.dat", "");
+      copy.startedSafely();
     EXPECT_EQ(launcher.isDirectoryCorrupt(copy), row.expected);
   }
 }
 
-TEST_F(Viability, TellsWhetherACopyIsNewEnoughToBeJudged) {
+TEST_F(Viability, JudgesVersionGate) {
   const struct {
     const char* version;
     bool expected;
@@ -157,13 +147,12 @@ TEST_F(Viability, TellsWhetherACopyIsNewEnoughToBeJudged) {
         row.expected);
   }
   // Outside the launcher folder too: membership is another question.
-  test::Copy(home.path() / "elsewhere", "46");
-  EXPECT_TRUE(launcher.isSupportCheckCorrupt(home.path() / "elsewhere"));
+  EXPECT_TRUE(launcher.isSupportCheckCorrupt(test::Copy(home.path() / "elsewhere", "46")));
 }
 
 // --- The filter as a whole ---
 
-TEST_F(Viability, SkipsFoldersWithoutTheApplicationSilently) {
+TEST_F(Viability, SkipsOtherFolders) {
   fs::create_directories(launcherFolder() / "empty");
   test::writeFile(launcherFolder() / "empty" / "launchCount.dat", "7");
   EXPECT_THAT(
@@ -173,17 +162,17 @@ TEST_F(Viability, SkipsFoldersWithoutTheApplicationSilently) {
   EXPECT_FALSE(fs::exists(corruptFile()));
 }
 
-TEST_F(Viability, KeepsTheOrderAndDuplicates) {
+TEST_F(Viability, KeepsOrderAndDuplicates) {
   const fs::path a = makeCopy("a", "45.9");
   const fs::path b = makeCopy("b", "45.11");
-  const fs::path corrupt = makeLaunchedCopy("corrupt", "45.12", "3");
+  const fs::path corrupt = makeCopy("corrupt", "45.12").launches("3");
   EXPECT_THAT(launcher.filterInviableDirectories({b, corrupt, a, b}), ElementsAre(b, a, b));
 }
 
 TEST_F(Viability, LogsFolderByFolder) {
   const fs::path old = makeCopy("old", "45.9");
-  const fs::path corrupt = makeLaunchedCopy("corrupt", "45.12", "5");
-  const fs::path recent = makeLaunchedCopy("recent", "45.11", "1");
+  const fs::path corrupt = makeCopy("corrupt", "45.12").launches("5");
+  const fs::path recent = makeCopy("recent", "45.11").launches("1");
   launcher.filterInviableDirectories({old, corrupt, recent});
   EXPECT_THAT(
       messages(),
@@ -198,30 +187,41 @@ TEST_F(Viability, LogsFolderByFolder) {
           "VDI Wrote 1 corrupt versions to " + corruptFile().string()));
 }
 
-TEST_F(Viability, WritesTheVersionsOfAllCorruptCopiesOnce) {
+TEST_F(Viability, WritesCorruptVersionsOnce) {
   const auto viable = launcher.filterInviableDirectories(
-      {makeLaunchedCopy("a", "45.12.0.1", "3"),
-       makeLaunchedCopy("b", "45.11.0.1", "3"),
-       makeLaunchedCopy("c", "45.12.0.1", "3")});
+      {makeCopy("a", "45.12.0.1").launches("3"),
+       makeCopy("b", "45.11.0.1").launches("3"),
+       makeCopy("c", "45.12.0.1").launches("3")});
   EXPECT_THAT(viable, IsEmpty());
   EXPECT_EQ(test::readFile(corruptFile()), "45.11.0.1|45.12.0.1");
   EXPECT_EQ(messages().back(), "VDI Wrote 2 corrupt versions to " + corruptFile().string());
   EXPECT_EQ(messages().size(), 3 * 3 + 1U);
 }
 
-TEST_F(Viability, LeavesTheCorruptVersionsFileAloneWithoutACorruptCopy) {
+TEST_F(Viability, ListsEveryCorruptVersion) {
+  const std::vector<fs::path> folders{
+      makeCopy("a", "45.12").launches("3"),
+      makeCopy("b", "45.11").launches("3"),
+      makeCopy("c", "45.12").launches("3"),
+      makeCopy("good", "45.13")};
+  EXPECT_THAT(
+      Selection::corruptVersions(Selection::judgeViability(launcher, folders)),
+      ElementsAre("45.12", "45.11", "45.12"));
+}
+
+TEST_F(Viability, KeepsCorruptFile) {
   test::writeFile(corruptFile(), "45.11.0.1");
   launcher.filterInviableDirectories({makeCopy("good", "45.12")});
   launcher.filterInviableDirectories({});
   EXPECT_EQ(test::readFile(corruptFile()), "45.11.0.1");
 }
 
-TEST_F(Viability, KeepsNothingAndLogsNothingForAnEmptyList) {
+TEST_F(Viability, AcceptsEmptyList) {
   EXPECT_THAT(launcher.filterInviableDirectories({}), IsEmpty());
   EXPECT_THAT(messages(), IsEmpty());
 }
 
-TEST_F(Viability, PassesOnTheErrorOfAFolderThatCannotBeExamined) {
+TEST_F(Viability, RaisesForLockedFolder) {
   const fs::path copy = makeCopy("locked", "45.11.0.1");
   test::asUnprivilegedUser(home.path(), [&] {
     const test::ScopedPermissions scoped(copy, fs::perms::none);
@@ -232,14 +232,14 @@ TEST_F(Viability, PassesOnTheErrorOfAFolderThatCannotBeExamined) {
 
 // --- Compatibility with the client ---
 
-TEST_F(Compatibility, KeepsEverythingForAnEmptyOrAnyClientVersion) {
+TEST_F(Compatibility, KeepsAllForAnyClient) {
   const std::vector<fs::path> all{
       makeCopy("new", "99.0"), makeCopy("unreadable", ""), home.path() / "missing", ""};
   EXPECT_EQ(launcher.filterIncompatibleDirectories(all, ""), all);
   EXPECT_EQ(launcher.filterIncompatibleDirectories(all, "1.0.0.1"), all);
 }
 
-TEST_F(Compatibility, TakesOnlyTheExactTextForAnyClientVersion) {
+TEST_F(Compatibility, KnowsAnyClientByExactText) {
   const fs::path copy = makeCopy("new", "99.0");
   for (const char* version :
        {"1.0.0.1 ", "1.0.0.1.", "1.0.0.10", "1.0.0", " 1.0.0.1", "1.0.0.01"}) {
@@ -248,7 +248,7 @@ TEST_F(Compatibility, TakesOnlyTheExactTextForAnyClientVersion) {
   }
 }
 
-TEST_F(Compatibility, ComparesTheFirstTwoComponents) {
+TEST_F(Compatibility, ComparesTwoComponents) {
   const struct {
     const char* client;
     const char* version;
@@ -281,7 +281,7 @@ TEST_F(Compatibility, ComparesTheFirstTwoComponents) {
   }
 }
 
-TEST_F(Compatibility, KeepsTheOrderAndLogsNothing) {
+TEST_F(Compatibility, KeepsOrderSilently) {
   const fs::path a = makeCopy("a", "45.9");
   const fs::path b = makeCopy("b", "46");
   const fs::path c = makeCopy("c", "44");

@@ -17,8 +17,7 @@ struct Grouping : std::numpunct<char> {
 class HostLocale : public test::LauncherTest {
 protected:
   HostLocale() : before(std::locale::global(std::locale(std::locale(), new Grouping))) {
-    Logger::close();
-    Logger::open(logFile(), true); // a stream takes the locale of the moment
+    emptyLog(); // a stream takes the locale of the moment
   }
   ~HostLocale() override { std::locale::global(before); }
 
@@ -28,9 +27,8 @@ private:
 
 } // namespace
 
-TEST_F(HostLocale, ChangesNoRecordAndNoLine) {
-  const auto copy = makeCopy("copy", "45.11.0.1");
-  test::writeFile(copy / "launchCount.dat", "1234567");
+TEST_F(HostLocale, ChangesNoRecord) {
+  const std::filesystem::path copy = makeCopy("copy", "45.11.0.1").launches("1234567");
   launcher.filterInviableDirectories({copy});
   launcher.updateLaunchInfo(copy);
   const std::string path = copy.string();
@@ -48,9 +46,8 @@ TEST_F(HostLocale, ChangesNoRecordAndNoLine) {
   EXPECT_EQ(std::to_string(std::stoll(time)), time);
 }
 
-TEST_F(HostLocale, ChangesNoCountInALine) {
-  const auto copy = makeCopy("copy", "45.9");
-  test::writeFile(copy / "launchCount.dat", "1234567");
+TEST_F(HostLocale, ChangesNoCount) {
+  const std::filesystem::path copy = makeCopy("copy", "45.9").launches("1234567");
   launcher.filterInviableDirectories({copy});
   EXPECT_EQ(
       messages().back(), "safe start Directory: " + copy.string() + ", Launch Count: 1234567");
@@ -61,7 +58,7 @@ TEST_F(HostLocale, ChangesNoCountInALine) {
   EXPECT_THAT(messages().back(), testing::StartsWith("VDI Wrote 1000 corrupt versions to "));
 }
 
-TEST_F(HostLocale, ChangesNoReadingOfACount) {
+TEST_F(HostLocale, ChangesNoReading) {
   test::writeFile(home.path() / "launchCount.dat", "1.2.3");
   EXPECT_EQ(launcher.getLaunchCount(home.path()), 1U);
 }

@@ -34,7 +34,7 @@ protected:
 
 // --- Count ---
 
-TEST_F(LaunchRecord, ReadsTheCountLikeFormattedInput) {
+TEST_F(LaunchRecord, ReadsFormattedCount) {
   const struct {
     const char* content;
     std::uint32_t expected;
@@ -64,14 +64,14 @@ TEST_F(LaunchRecord, ReadsTheCountLikeFormattedInput) {
   }
 }
 
-TEST_F(LaunchRecord, CountsNoLaunchWithoutAReadableRecord) {
+TEST_F(LaunchRecord, CountsNothingUnreadable) {
   EXPECT_EQ(launcher.getLaunchCount(copy), 0U);
   EXPECT_EQ(launcher.getLaunchCount(home.path() / "missing"), 0U);
   fs::create_directory(copy / "launchCount.dat");
   EXPECT_EQ(launcher.getLaunchCount(copy), 0U);
 }
 
-TEST_F(LaunchRecord, WritesTheCountPlusOneAndLogsIt) {
+TEST_F(LaunchRecord, CountsOneMore) {
   const struct {
     const char* before;
     const char* after;
@@ -94,13 +94,13 @@ TEST_F(LaunchRecord, WritesTheCountPlusOneAndLogsIt) {
   EXPECT_FALSE(fs::exists(copy / "launch.dat"));
 }
 
-TEST_F(LaunchRecord, LogsTheCountEvenWhenTheDiskIsFull) {
+TEST_F(LaunchRecord, LogsCountOnFullDisk) {
   fs::create_symlink("/dev/full", copy / "launchCount.dat");
   launcher.incrementLaunchCount(copy);
   EXPECT_THAT(messages(), testing::SizeIs(1));
 }
 
-TEST_F(LaunchRecord, WritesAndLogsNothingWhereTheCountIsAFolder) {
+TEST_F(LaunchRecord, SkipsCountFolder) {
   fs::create_directory(copy / "launchCount.dat");
   launcher.incrementLaunchCount(copy);
   EXPECT_TRUE(fs::is_empty(copy / "launchCount.dat"));
@@ -109,7 +109,7 @@ TEST_F(LaunchRecord, WritesAndLogsNothingWhereTheCountIsAFolder) {
 
 // --- Time ---
 
-TEST_F(LaunchRecord, WritesTheTimeInWholeSecondsAndNothingElse) {
+TEST_F(LaunchRecord, WritesTimeInSeconds) {
   test::writeFile(copy / "launch.dat", "something longer than any time");
   const std::time_t before = std::time(nullptr);
   launcher.updateLaunchTime(copy);
@@ -122,7 +122,7 @@ TEST_F(LaunchRecord, WritesTheTimeInWholeSecondsAndNothingElse) {
   EXPECT_THAT(messages(), IsEmpty());
 }
 
-TEST_F(LaunchRecord, TakesTheModificationTimeForTheLaunchTime) {
+TEST_F(LaunchRecord, ReadsModificationTime) {
   test::writeFile(copy / "launch.dat", "12");
   const auto weekAgo = fs::file_time_type::clock::now() - std::chrono::hours(24 * 7);
   fs::last_write_time(copy / "launch.dat", weekAgo);
@@ -132,7 +132,7 @@ TEST_F(LaunchRecord, TakesTheModificationTimeForTheLaunchTime) {
   EXPECT_GT(launcher.getLastLaunchTime(copy), reported);
 }
 
-TEST_F(LaunchRecord, ReportsTheMinimumForAnUnknownLaunchTime) {
+TEST_F(LaunchRecord, ReportsUnknownTime) {
   test::writeFile(outside / "launch.dat", "12");
   for (const auto& dir : {copy, outside, launcherFolder() / "missing", fs::path("/Applications")})
     EXPECT_EQ(launcher.getLastLaunchTime(dir), fs::file_time_type::min()) << dir;
@@ -140,7 +140,7 @@ TEST_F(LaunchRecord, ReportsTheMinimumForAnUnknownLaunchTime) {
 
 // --- Safe start ---
 
-TEST_F(LaunchRecord, TakesAnyEntryOfThatNameForASafeStart) {
+TEST_F(LaunchRecord, TakesAnySafeStartMark) {
   const fs::path mark = "started.dat";
   test::writeFile(home.path() / "target", "");
   EXPECT_FALSE(launcher.hasStartedSafely(copy));
@@ -162,7 +162,7 @@ TEST_F(LaunchRecord, TakesAnyEntryOfThatNameForASafeStart) {
 
 // --- Both records ---
 
-TEST_F(LaunchRecord, OfAFreshCopyIsEmptyAndThenHoldsItsFirstLaunch) {
+TEST_F(LaunchRecord, BeginsWithFirstLaunch) {
   EXPECT_EQ(launcher.getLaunchCount(copy), 0U);
   EXPECT_EQ(launcher.getLastLaunchTime(copy), fs::file_time_type::min());
   EXPECT_FALSE(launcher.hasStartedSafely(copy));
@@ -174,7 +174,14 @@ TEST_F(LaunchRecord, OfAFreshCopyIsEmptyAndThenHoldsItsFirstLaunch) {
   EXPECT_THAT(messages(), ElementsAre(updatedTo("1")));
 }
 
-TEST_F(LaunchRecord, IsWrittenInTheLauncherFolderAlone) {
+// A count that cannot be examined stops the update before the time is written.
+TEST_F(LaunchRecord, CountsBeforeItWritesTime) {
+  fs::create_symlink("launchCount.dat", copy / "launchCount.dat");
+  EXPECT_THROW(launcher.updateLaunchInfo(copy), fs::filesystem_error);
+  EXPECT_FALSE(fs::exists(copy / "launch.dat"));
+}
+
+TEST_F(LaunchRecord, IsWrittenInLauncherFolder) {
   const fs::path nested = copy / "nested";
   fs::create_directory(nested);
   for (const auto& dir :
@@ -187,14 +194,14 @@ TEST_F(LaunchRecord, IsWrittenInTheLauncherFolderAlone) {
   EXPECT_THAT(messages(), IsEmpty());
 }
 
-TEST_F(LaunchRecord, CreatesNoFolderForARemovedCopy) {
+TEST_F(LaunchRecord, CreatesNoFolder) {
   fs::remove_all(copy);
   launcher.updateLaunchInfo(copy);
   EXPECT_FALSE(fs::exists(copy));
   EXPECT_THAT(messages(), IsEmpty());
 }
 
-TEST_F(LaunchRecord, OfTheEmptyPathLandsInTheWorkingFolderWithoutApplicationSupport) {
+TEST_F(LaunchRecord, LandsInWorkingFolder) {
   fs::remove_all(home.path() / "Library");
   test::inChildProcessAt(outside, [&] {
     launcher.updateLaunchInfo("");
@@ -207,7 +214,7 @@ TEST_F(LaunchRecord, OfTheEmptyPathLandsInTheWorkingFolderWithoutApplicationSupp
 
 // --- Denied permission ---
 
-TEST_F(LaunchRecord, ThatMayNotBeReadCountsNoLaunch) {
+TEST_F(LaunchRecord, CountsNothingLocked) {
   test::writeFile(copy / "launchCount.dat", "7");
   test::asUnprivilegedUser(home.path(), [&] {
     const test::ScopedPermissions scoped(copy / "launchCount.dat", fs::perms::owner_write);
@@ -215,7 +222,7 @@ TEST_F(LaunchRecord, ThatMayNotBeReadCountsNoLaunch) {
   });
 }
 
-TEST_F(LaunchRecord, ThatMayNotBeWrittenStaysAsItWasWithoutALine) {
+TEST_F(LaunchRecord, KeepsLockedFiles) {
   test::asUnprivilegedUser(home.path(), [&] {
     test::writeFile(copy / "launchCount.dat", "7");
     test::writeFile(copy / "launch.dat", "12");
@@ -230,7 +237,7 @@ TEST_F(LaunchRecord, ThatMayNotBeWrittenStaysAsItWasWithoutALine) {
   });
 }
 
-TEST_F(LaunchRecord, ThatCannotBeExaminedRaisesAnError) {
+TEST_F(LaunchRecord, RaisesForLockedFolder) {
   test::asUnprivilegedUser(home.path(), [&] {
     const test::ScopedPermissions scoped(copy, fs::perms::owner_read);
     EXPECT_THROW(launcher.getLaunchCount(copy), fs::filesystem_error);

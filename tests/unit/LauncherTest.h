@@ -6,7 +6,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -22,14 +21,17 @@ protected:
   std::filesystem::path logFile() const { return home.path() / "test-log.txt"; }
   std::filesystem::path launcherFolder() const { return home.launcherFolder(); }
 
-  // A sub-folder of the launcher folder that holds the bundle.
-  std::filesystem::path makeCopy(const std::string& name, const std::string& version) const {
-    Copy(launcherFolder() / name, version);
-    return launcherFolder() / name;
+  Copy makeCopy(const std::string& name, const std::string& version) const {
+    return home.copy(name, version);
   }
 
   // What was logged so far, without the time stamps.
   std::vector<std::string> messages() const { return readMessages(logFile()); }
+
+  void emptyLog() const {
+    Logger::close();
+    Logger::open(logFile(), true);
+  }
 
   const ThinClientLauncherBase launcher{};
   ScopedHome home;

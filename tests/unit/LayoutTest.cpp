@@ -16,23 +16,23 @@ protected:
 
 } // namespace
 
-TEST_F(Layout, NamesTheInstallersFolder) {
+TEST_F(Layout, NamesInstallersFolder) {
   EXPECT_EQ(LauncherHelper::getOriginalInstallationDirectory(), fs::path("/Applications"));
 }
 
-TEST_F(Layout, NamesTheLauncherFolderWhetherOrNotItExists) {
+TEST_F(Layout, NamesLauncherFolder) {
   EXPECT_EQ(LauncherHelper::getLauncherDirectory(), launcherFolder());
   EXPECT_FALSE(fs::exists(launcherFolder()));
   fs::create_directories(launcherFolder());
   EXPECT_EQ(LauncherHelper::getLauncherDirectory(), launcherFolder());
 }
 
-TEST_F(Layout, NamesNoLauncherFolderWithoutApplicationSupport) {
+TEST_F(Layout, NeedsApplicationSupport) {
   fs::remove_all(home.applicationSupport());
   EXPECT_EQ(LauncherHelper::getLauncherDirectory(), fs::path());
 }
 
-TEST_F(Layout, TakesAnythingForApplicationSupportThatIsNoDanglingLink) {
+TEST_F(Layout, TakesAnyApplicationSupport) {
   fs::remove_all(home.applicationSupport());
   fs::create_symlink(home.path() / "target", home.applicationSupport());
   EXPECT_EQ(LauncherHelper::getLauncherDirectory(), fs::path());
@@ -40,14 +40,14 @@ TEST_F(Layout, TakesAnythingForApplicationSupportThatIsNoDanglingLink) {
   EXPECT_EQ(LauncherHelper::getLauncherDirectory(), launcherFolder());
 }
 
-TEST_F(Layout, NamesTheLogFolderWhetherOrNotItExists) {
+TEST_F(Layout, NamesLogFolder) {
   EXPECT_EQ(LauncherHelper::getLogPath(), home.logFolder());
   EXPECT_FALSE(fs::exists(home.logFolder().parent_path()));
   fs::remove_all(home.path() / "Library");
   EXPECT_EQ(LauncherHelper::getLogPath(), home.logFolder());
 }
 
-TEST_F(Layout, KnowsACandidateByAnyEntryUnderTheBundlesName) {
+TEST_F(Layout, TakesAnyEntryForABundle) {
   EXPECT_FALSE(LauncherHelper::isVDIPluginDirectory(dir)) << "missing folder";
   EXPECT_FALSE(LauncherHelper::isVDIPluginDirectory("")) << "empty path";
   fs::create_directory(dir);
@@ -65,7 +65,7 @@ TEST_F(Layout, KnowsACandidateByAnyEntryUnderTheBundlesName) {
   EXPECT_TRUE(LauncherHelper::isVDIPluginDirectory(dir)) << "link";
 }
 
-TEST_F(Layout, ReadsTheVersionOfABundleUnchanged) {
+TEST_F(Layout, ReadsVersionUnchanged) {
   for (const char* version : {"45.10.0.32950", " 45.10 ", "no version", "", "45.10 \xC3\xA9"}) {
     SCOPED_TRACE(version);
     test::Copy(dir, version);
@@ -73,7 +73,7 @@ TEST_F(Layout, ReadsTheVersionOfABundleUnchanged) {
   }
 }
 
-TEST_F(Layout, ReadsAnEmptyVersionWithoutABundle) {
+TEST_F(Layout, ReadsNoVersion) {
   EXPECT_EQ(LauncherHelper::getDirectoryVersion(dir), "");
   fs::create_directory(dir);
   EXPECT_EQ(LauncherHelper::getDirectoryVersion(dir), "");
@@ -84,13 +84,22 @@ TEST_F(Layout, ReadsAnEmptyVersionWithoutABundle) {
   EXPECT_EQ(LauncherHelper::getDirectoryVersion(dir), "") << "bundle without a property list";
 }
 
-TEST_F(Layout, AcceptsATrailingSeparator) {
+TEST_F(Layout, JoinsByOneSeparator) {
   test::Copy(dir, "45.10.0.32950");
   EXPECT_TRUE(LauncherHelper::isVDIPluginDirectory(dir / ""));
   EXPECT_EQ(LauncherHelper::getDirectoryVersion(dir / ""), "45.10.0.32950");
+
+  fs::remove_all(bundle);
+  fs::create_symlink(bundle, bundle);
+  try {
+    LauncherHelper::isVDIPluginDirectory(dir / "");
+    ADD_FAILURE() << "a link to itself was examined";
+  } catch (const fs::filesystem_error& error) {
+    EXPECT_EQ(error.path1().native(), bundle.native());
+  }
 }
 
-TEST_F(Layout, HasNoPackageFolderNoSetupEngineAndNoExecutableVersion) {
+TEST_F(Layout, HasFixedAnswers) {
   test::Copy(dir, "45.10.0.32950");
   EXPECT_EQ(LauncherHelper::getCurrentPackageDirectory(), fs::path());
   for (const auto& path : {dir, bundle, fs::path("/Applications"), fs::path()}) {
@@ -99,12 +108,12 @@ TEST_F(Layout, HasNoPackageFolderNoSetupEngineAndNoExecutableVersion) {
   }
 }
 
-TEST_F(Layout, TurnsAPathIntoItsBytes) {
+TEST_F(Layout, KeepsBytesOfPaths) {
   for (const char* text : {"", "/a/b", "/a//b/", "\xC3\xBC\xE2\x82\xAC", "two words\n"})
     EXPECT_EQ(LauncherHelper::toStdString(text), text);
 }
 
-TEST_F(Layout, LogsAndCreatesNothing) {
+TEST_F(Layout, ChangesNothing) {
   fs::remove_all(home.path() / "Library");
   LauncherHelper::getLauncherDirectory();
   LauncherHelper::getLogPath();
@@ -114,7 +123,7 @@ TEST_F(Layout, LogsAndCreatesNothing) {
   EXPECT_EQ(std::distance(fs::directory_iterator(home.path()), {}), 1) << "more than the log";
 }
 
-TEST_F(Layout, RaisesAnErrorWhereAPathCannotBeExamined) {
+TEST_F(Layout, RaisesForLockedFolder) {
   test::Copy(dir, "45.10.0.32950");
   test::asUnprivilegedUser(home.path(), [&] {
     const test::ScopedPermissions candidate(dir, fs::perms::none);

@@ -2,9 +2,11 @@
 #include "LauncherTest.h"
 
 #include <chrono>
+#include <csignal>
 #include <ctime>
 #include <iomanip>
 #include <sstream>
+#include <sys/resource.h>
 #include <thread>
 
 namespace fs = std::filesystem;
@@ -54,68 +56,59 @@ private:
   test::ScopedEnvironment variable;
 };
 
-// A log that is closed at first.
 class Logging : public test::LauncherTest {
 protected:
-  Logging() {
+  std::string content() const { return test::readFile(logFile()); }
+
+  // What one message adds to an empty log, behind the time stamp.
+  std::string logged(const std::string& message) const {
+    emptyLog();
+    Logger::log(message);
+    return content().substr(test::TIME_STAMP_LENGTH);
+  }
+};
+
+// A log that is closed at first.
+class LogFile : public Logging {
+protected:
+  LogFile() {
     Logger::close();
     fs::remove(logFile());
   }
-
-  std::string content() const { return test::readFile(logFile()); }
 };
 
 } // namespace
 
 // --- One line ---
 
-TEST_F(Logging, WritesTimeStampMessageAndLineFeed) {
-  Logger::open(logFile(), true);
+TEST_F(Logging, WritesOneLine) {
   Logger::log("a message");
   EXPECT_THAT(
       content(),
       MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} a message\n"));
 }
 
-TEST_F(Logging, FlushesEveryLineBeforeReturning) {
-  Logger::open(logFile(), true);
+TEST_F(Logging, FlushesEveryLine) {
   Logger::log("first");
   EXPECT_THAT(messages(), ElementsAre("first"));
   Logger::log("second");
   EXPECT_THAT(messages(), ElementsAre("first", "second"));
 }
 
-TEST_F(Logging, WritesAnEmptyMessageAsTimeStampAndLineFeed) {
-  Logger::open(logFile(), true);
-  Logger::log("");
-  EXPECT_EQ(content().size(), test::TIME_STAMP_LENGTH + 1);
-  EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH - 1), " \n");
+TEST_F(Logging, KeepsBytes) {
+  for (const char* message : {"", "one\ntwo", "\t\r \xC3\xA9 \xFF %s {} \\"})
+    EXPECT_EQ(logged(message), std::string(message) + "\n");
 }
 
-TEST_F(Logging, StampsOnlyTheFirstOfTheLinesInOneMessage) {
-  Logger::open(logFile(), true);
-  Logger::log("one\ntwo");
-  EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH), "one\ntwo\n");
-}
-
-TEST_F(Logging, CutsAMessageAtItsFirstNul) {
-  Logger::open(logFile(), true);
-  Logger::log(std::string("seen\0unseen", 11));
-  EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH), "seen");
+TEST_F(Logging, CutsMessageAtNul) {
+  EXPECT_EQ(logged(std::string("seen\0unseen", 11)), "seen");
   Logger::log("next");
   EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH + 4 + test::TIME_STAMP_LENGTH), "next\n");
 }
 
-TEST_F(Logging, KeepsTheBytesOfAMessage) {
-  Logger::open(logFile(), true);
-  const std::string bytes = "\t\r \xC3\xA9 \xFF %s {} \\";
-  Logger::log(bytes);
-  EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH), bytes + "\n");
-}
-
 // --- Time stamp ---
 
-TEST_F(Logging, StampsTheLocalTimeToTheMillisecond) {
+TEST_F(Logging, StampsLocalTime) {
   for (const char* zone : {"UTC", "Asia/Kolkata", "XYZ-05:30", "XYZ+08"}) {
     SCOPED_TRACE(zone);
     const ScopedTimeZone scopedZone(zone);
@@ -131,7 +124,7 @@ TEST_F(Logging, StampsTheLocalTimeToTheMillisecond) {
   }
 }
 
-TEST_F(Logging, PadsMillisecondsBelowAHundredWithZeros) {
+TEST_F(Logging, PadsMilliseconds) {
   std::string text;
   do {
     const auto untilNextSecond = 1000 - epochMilliseconds() % 1000;
@@ -141,7 +134,7 @@ TEST_F(Logging, PadsMillisecondsBelowAHundredWithZeros) {
   EXPECT_THAT(text, MatchesRegex(".*\\.0[0-9][0-9] "));
 }
 
-TEST_F(Logging, AppendsTheTimeStampToTheText) {
+TEST_F(Logging, AppendsTimeStamp) {
   std::string text = "before ";
   Logger::addTime(text);
   EXPECT_EQ(text.size(), 7 + test::TIME_STAMP_LENGTH);
@@ -150,44 +143,32 @@ TEST_F(Logging, AppendsTheTimeStampToTheText) {
 
 // --- Masking ---
 
-TEST_F(Logging, MasksTheUserNameAndRespectsItsCase) {
-  const test::ScopedEnvironment alice("USER", "alice");
-  Logger::open(logFile(), true);
-  Logger::log("/Users/alice/Library");
-  Logger::log("Alice");
-  EXPECT_THAT(messages(), ElementsAre("/Users/*****/Library", "Alice"));
+TEST_F(Logging, MasksUserName) {
+  const struct {
+    std::optional<std::string> user;
+    const char* message;
+    const char* expected;
+  } rows[] = {
+      {"alice", "/Users/alice/Library", "/Users/*****/Library\n"},
+      {"alice", "Alice", "Alice\n"},
+      {"log", "log login catalog", "*** ***in cata***\n"},
+      {"d\n", "end", "en**"},
+      {std::nullopt, "alice", "alice\n"},
+  };
+  for (const auto& row : rows) {
+    const test::ScopedEnvironment variable("USER", row.user);
+    EXPECT_EQ(logged(row.message), row.expected);
+  }
 }
 
-TEST_F(Logging, MasksTheUserNameInsideOtherWords) {
-  const test::ScopedEnvironment log("USER", "log");
-  Logger::open(logFile(), true);
-  Logger::log("log login catalog");
-  EXPECT_THAT(messages(), ElementsAre("*** ***in cata***"));
-}
-
-TEST_F(Logging, MasksDigitsOfTheTimeStamp) {
+TEST_F(Logging, MasksTimeStamp) {
   const std::string century = stamp().substr(0, 2);
   const test::ScopedEnvironment digits("USER", century);
-  Logger::open(logFile(), true);
   Logger::log("");
   EXPECT_EQ(content().substr(0, 2), "**");
 }
 
-TEST_F(Logging, MasksTheLineFeedOfTheLineToo) {
-  const test::ScopedEnvironment lineFeed("USER", "d\n");
-  Logger::open(logFile(), true);
-  Logger::log("end");
-  EXPECT_EQ(content().substr(test::TIME_STAMP_LENGTH), "en**");
-}
-
-TEST_F(Logging, MasksNothingWithoutAUserName) {
-  Logger::open(logFile(), true);
-  Logger::log("alice");
-  EXPECT_THAT(messages(), ElementsAre("alice"));
-}
-
-TEST_F(Logging, ReadsTheUserNameAnewForEveryLine) {
-  Logger::open(logFile(), true);
+TEST_F(Logging, ReadsUserForEveryLine) {
   Logger::log("alice bob");
   for (const char* name : {"alice", "bob"}) {
     const test::ScopedEnvironment variable("USER", name);
@@ -196,7 +177,7 @@ TEST_F(Logging, ReadsTheUserNameAnewForEveryLine) {
   EXPECT_THAT(messages(), ElementsAre("alice bob", "***** bob", "alice ***"));
 }
 
-TEST(Masking, ReplacesEveryOccurrenceByAsManyStars) {
+TEST(Masking, ReplacesByStars) {
   const struct {
     const char* name;
     const char* text;
@@ -220,23 +201,22 @@ TEST(Masking, ReplacesEveryOccurrenceByAsManyStars) {
   }
 }
 
-TEST(Masking, TreatsNulAsAnyOtherCharacter) {
+TEST(Masking, TakesNulForACharacter) {
   EXPECT_EQ(masked(std::string("\0a\0a", 4), "a"), std::string("\0*\0*", 4));
 }
 
-TEST(Masking, OfAnEmptyNameNeverReturns) {
+TEST(Masking, OfEmptyNameLoops) {
   EXPECT_TRUE(test::neverReturns([] { masked("text", ""); }));
   EXPECT_TRUE(test::neverReturns([] { masked("", ""); }));
 }
 
-TEST_F(Logging, NeverReturnsWithAUserNameThatIsSetButEmpty) {
+TEST_F(Logging, LoopsForEmptyUser) {
   const test::ScopedEnvironment empty("USER", "");
-  Logger::open(logFile(), true);
   EXPECT_TRUE(test::neverReturns([] { Logger::log("message"); }));
   EXPECT_EQ(content(), "");
 }
 
-TEST_F(Logging, ReturnsWithAnEmptyUserNameWhileTheLogIsClosed) {
+TEST_F(LogFile, IgnoresEmptyUserWhenClosed) {
   const test::ScopedEnvironment empty("USER", "");
   Logger::log("message");
   EXPECT_FALSE(fs::exists(logFile()));
@@ -244,7 +224,7 @@ TEST_F(Logging, ReturnsWithAnEmptyUserNameWhileTheLogIsClosed) {
 
 // --- Opening and closing ---
 
-TEST_F(Logging, DropsMessagesWhileClosed) {
+TEST_F(LogFile, DropsMessagesWhenClosed) {
   Logger::log("before open");
   Logger::open(logFile(), true);
   Logger::log("while open");
@@ -255,7 +235,7 @@ TEST_F(Logging, DropsMessagesWhileClosed) {
   EXPECT_THAT(messages(), ElementsAre("while open", "open again"));
 }
 
-TEST_F(Logging, EmptiesAnExistingFileWhenTruncating) {
+TEST_F(LogFile, EmptiesFile) {
   test::writeFile(logFile(), "old content\n");
   Logger::open(logFile(), true);
   EXPECT_EQ(content(), "");
@@ -263,7 +243,7 @@ TEST_F(Logging, EmptiesAnExistingFileWhenTruncating) {
   EXPECT_THAT(messages(), ElementsAre("new"));
 }
 
-TEST_F(Logging, AppendsToAnExistingFileWhenNotTruncating) {
+TEST_F(LogFile, AppendsToFile) {
   test::writeFile(logFile(), "old content\n");
   Logger::open(logFile(), false);
   Logger::log("new");
@@ -271,25 +251,25 @@ TEST_F(Logging, AppendsToAnExistingFileWhenNotTruncating) {
   EXPECT_EQ(content().substr(12 + test::TIME_STAMP_LENGTH), "new\n");
 }
 
-TEST_F(Logging, CreatesTheFileWhenAppending) {
+TEST_F(LogFile, CreatesFileToAppend) {
   Logger::open(logFile(), false);
   EXPECT_TRUE(fs::exists(logFile()));
 }
 
-TEST_F(Logging, CreatesEveryMissingFolder) {
+TEST_F(LogFile, CreatesFolders) {
   const auto file = home.path() / "one" / "two" / "log.txt";
   Logger::open(file, true);
   Logger::log("message");
   EXPECT_THAT(test::readMessages(file), ElementsAre("message"));
 }
 
-TEST_F(Logging, CreatesTheFolderButNoFileWhenOnlyValidating) {
+TEST_F(LogFile, ValidatesWithoutFile) {
   Logger::validateAndCreatePath(home.path() / "one" / "two" / "log.txt");
   EXPECT_TRUE(fs::is_directory(home.path() / "one" / "two"));
   EXPECT_TRUE(fs::is_empty(home.path() / "one" / "two"));
 }
 
-TEST_F(Logging, OpensABareFileNameInTheWorkingFolder) {
+TEST_F(LogFile, OpensBareName) {
   test::inChildProcessAt(home.path(), [&] {
     fs::remove_all(home.path() / "Library");
     Logger::open("bare.txt", true);
@@ -299,7 +279,7 @@ TEST_F(Logging, OpensABareFileNameInTheWorkingFolder) {
   });
 }
 
-TEST_F(Logging, StaysClosedWhereItsFolderIsAPlainFile) {
+TEST_F(LogFile, StaysClosedBelowFile) {
   test::writeFile(home.path() / "file", "content");
   Logger::open(home.path() / "file" / "log.txt", true);
   Logger::log("dropped");
@@ -309,21 +289,21 @@ TEST_F(Logging, StaysClosedWhereItsFolderIsAPlainFile) {
   EXPECT_THAT(messages(), ElementsAre("works again"));
 }
 
-TEST_F(Logging, StaysClosedWhereItsFileIsAFolder) {
+TEST_F(LogFile, StaysClosedForFolder) {
   fs::create_directories(logFile());
   Logger::open(logFile(), true);
   Logger::log("dropped");
   EXPECT_TRUE(fs::is_empty(logFile()));
 }
 
-TEST_F(Logging, RaisesAnErrorWhereItsFolderCannotBeCreated) {
+TEST_F(LogFile, RaisesForImpossibleFolder) {
   test::writeFile(home.path() / "file", "content");
   EXPECT_THROW(
       Logger::open(home.path() / "file" / "folder" / "log.txt", true), fs::filesystem_error);
   Logger::log("dropped");
 }
 
-TEST_F(Logging, KeepsTheFirstFileWhenOpenedTwiceAndDropsLinesUntilClosed) {
+TEST_F(LogFile, DropsLinesOpenedTwice) {
   const auto second = home.path() / "second.txt";
   Logger::open(logFile(), true);
   Logger::log("kept");
@@ -338,7 +318,7 @@ TEST_F(Logging, KeepsTheFirstFileWhenOpenedTwiceAndDropsLinesUntilClosed) {
   EXPECT_THAT(test::readMessages(second), ElementsAre("works again"));
 }
 
-TEST_F(Logging, KeepsNothingOfADroppedLineForTheNextOne) {
+TEST_F(LogFile, ForgetsDroppedLine) {
   Logger::open(logFile(), true);
   Logger::open(logFile(), true);
   Logger::log("dropped");
@@ -348,17 +328,29 @@ TEST_F(Logging, KeepsNothingOfADroppedLineForTheNextOne) {
   EXPECT_THAT(messages(), ElementsAre("next"));
 }
 
-TEST_F(Logging, RefusesFurtherLinesAfterAFailedWriteUntilOpenedAgain) {
-  Logger::open("/dev/full", false);
-  Logger::log("no space");
-  Logger::log("dropped");
-  Logger::close();
+// A limit on the size of files makes one write fail; it is lifted before the next.
+TEST_F(LogFile, RefusesLinesAfterFailure) {
   Logger::open(logFile(), true);
-  Logger::log("works again");
-  EXPECT_THAT(messages(), ElementsAre("works again"));
+  Logger::log("first");
+  test::inChildProcess([&] {
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit reached{fs::file_size(logFile()), limit.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &reached), 0);
+    Logger::log("too much");
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    Logger::log("refused");
+    EXPECT_THAT(messages(), ElementsAre("first"));
+    Logger::close();
+    fs::remove(logFile());
+    Logger::open(logFile(), true);
+    Logger::log("works again");
+    EXPECT_THAT(messages(), ElementsAre("works again"));
+  });
 }
 
-TEST_F(Logging, IgnoresCloseWhileClosed) {
+TEST_F(LogFile, IgnoresSecondClose) {
   Logger::close();
   Logger::close();
   Logger::open(logFile(), true);
@@ -366,7 +358,7 @@ TEST_F(Logging, IgnoresCloseWhileClosed) {
   EXPECT_THAT(messages(), ElementsAre("message"));
 }
 
-TEST_F(Logging, ReopensForAppending) {
+TEST_F(LogFile, ReopensForAppending) {
   const auto second = home.path() / "second.txt";
   test::writeFile(second, "old\n");
   Logger::open(logFile(), true);
@@ -378,13 +370,13 @@ TEST_F(Logging, ReopensForAppending) {
   EXPECT_EQ(test::readFile(second).substr(4 + test::TIME_STAMP_LENGTH), "second file\n");
 }
 
-TEST_F(Logging, ReopensFromClosed) {
+TEST_F(LogFile, ReopensFromClosed) {
   Logger::reopen(logFile());
   Logger::log("message");
   EXPECT_THAT(messages(), ElementsAre("message"));
 }
 
-TEST_F(Logging, CreatesNoFolderWhenReopening) {
+TEST_F(LogFile, ReopensWithoutFolder) {
   Logger::reopen(home.path() / "missing" / "log.txt");
   Logger::log("dropped");
   EXPECT_FALSE(fs::exists(home.path() / "missing"));
@@ -392,7 +384,7 @@ TEST_F(Logging, CreatesNoFolderWhenReopening) {
 
 // --- Denied permission ---
 
-TEST_F(Logging, RaisesAnErrorWhereItMayNotCreateOrExamineItsFolder) {
+TEST_F(LogFile, RaisesForLockedFolder) {
   test::asUnprivilegedUser(home.path(), [&] {
     const fs::path locked = home.path() / "locked";
     fs::create_directories(locked);
@@ -406,7 +398,7 @@ TEST_F(Logging, RaisesAnErrorWhereItMayNotCreateOrExamineItsFolder) {
   });
 }
 
-TEST_F(Logging, StaysClosedWhereItMayNotWriteItsFile) {
+TEST_F(LogFile, StaysClosedForLockedFile) {
   test::asUnprivilegedUser(home.path(), [&] {
     test::writeFile(logFile(), "old content\n");
     {

@@ -27,50 +27,50 @@ class Membership : public test::LauncherTest {};
 
 } // namespace
 
-TEST_F(Scan, WithoutALauncherFolderFindsTheInstallersCopyAndTheWorkingFolder) {
+TEST_F(Scan, BeginsWithFixedFolders) {
   EXPECT_THAT(
       launcher.scanForPossibleDirectories(), ElementsAre("/Applications", fs::current_path()));
 }
 
-TEST_F(Scan, WithoutApplicationSupportFindsTheInstallersCopyAndTheWorkingFolder) {
+TEST_F(Scan, AcceptsNoApplicationSupport) {
   fs::remove_all(home.applicationSupport());
   EXPECT_THAT(
       launcher.scanForPossibleDirectories(), ElementsAre("/Applications", fs::current_path()));
 }
 
-TEST_F(Scan, TakesTheWorkingFolderOfTheMoment) {
+TEST_F(Scan, TakesCurrentFolder) {
   test::inChildProcessAt(home.path(), [&] {
     EXPECT_THAT(launcher.scanForPossibleDirectories(), ElementsAre("/Applications", home.path()));
   });
 }
 
-TEST_F(Scan, ListsApplicationsTwiceWhenItIsTheWorkingFolder) {
+TEST_F(Scan, ListsApplicationsTwice) {
   test::inChildProcessAt("/Applications", [&] {
     EXPECT_THAT(
         launcher.scanForPossibleDirectories(), ElementsAre("/Applications", "/Applications"));
   });
 }
 
-TEST_F(Scan, ListsSubFoldersButNoFilesAndNothingDeeper) {
+TEST_F(Scan, ListsSubFolders) {
   fs::create_directories(launcherFolder() / "45.11.0.1" / "deeper");
   test::writeFile(launcherFolder() / "corrupt.dat", "");
   EXPECT_THAT(found(), ElementsAre(launcherFolder() / "45.11.0.1"));
 }
 
-TEST_F(Scan, ListsFoldersWithoutTheApplicationAndWithAnyName) {
+TEST_F(Scan, ListsFoldersOfAnyName) {
   for (const char* name : {".hidden", "two words", "line\nfeed", "\xFF"})
     fs::create_directories(launcherFolder() / name);
   EXPECT_EQ(found().size(), 4U);
 }
 
-TEST_F(Scan, ListsALinkToAFolderUnderItsOwnPath) {
+TEST_F(Scan, ListsLinksByOwnPath) {
   fs::create_directories(home.path() / "elsewhere");
   fs::create_directories(launcherFolder());
   fs::create_directory_symlink(home.path() / "elsewhere", launcherFolder() / "link");
   EXPECT_THAT(found(), ElementsAre(launcherFolder() / "link"));
 }
 
-TEST_F(Scan, LeavesOutDanglingLinksAndLinksToFiles) {
+TEST_F(Scan, LeavesOutOtherLinks) {
   test::writeFile(home.path() / "file", "");
   fs::create_directories(launcherFolder());
   fs::create_symlink(home.path() / "missing", launcherFolder() / "dangling");
@@ -78,22 +78,19 @@ TEST_F(Scan, LeavesOutDanglingLinksAndLinksToFiles) {
   EXPECT_THAT(found(), IsEmpty());
 }
 
-TEST_F(Scan, FollowsALauncherFolderThatIsALink) {
+TEST_F(Scan, FollowsLauncherFolderLink) {
   fs::create_directories(home.path() / "elsewhere" / "45.11.0.1");
   fs::create_directory_symlink(home.path() / "elsewhere", launcherFolder());
   EXPECT_THAT(found(), ElementsAre(launcherFolder() / "45.11.0.1"));
 }
 
-TEST_F(Scan, KeepsTheOrderOfTheFileSystem) {
+TEST_F(Scan, KeepsListingOrder) {
   std::vector<int> numbers(40);
   std::iota(numbers.begin(), numbers.end(), 10);
   std::shuffle(numbers.begin(), numbers.end(), std::mt19937(1));
   for (const int number : numbers)
     fs::create_directories(launcherFolder() / std::to_string(number));
-  std::vector<fs::path> listing;
-  for (const auto& entry : fs::directory_iterator(launcherFolder()))
-    listing.push_back(entry.path());
-  EXPECT_EQ(found(), listing);
+  EXPECT_EQ(found(), test::foldersIn(launcherFolder()));
 }
 
 TEST_F(Scan, LogsNothing) {
@@ -102,12 +99,12 @@ TEST_F(Scan, LogsNothing) {
   EXPECT_THAT(messages(), IsEmpty());
 }
 
-TEST_F(Scan, RaisesAnErrorWhereTheLauncherFolderIsAPlainFile) {
+TEST_F(Scan, RaisesForLauncherFile) {
   test::writeFile(launcherFolder(), "");
   EXPECT_THROW(launcher.scanForPossibleDirectories(), fs::filesystem_error);
 }
 
-TEST_F(Scan, RaisesAnErrorWhereTheWorkingFolderIsGone) {
+TEST_F(Scan, RaisesForLostWorkingFolder) {
   const fs::path gone = home.path() / "gone";
   fs::create_directory(gone);
   test::inChildProcessAt(gone, [&] {
@@ -116,13 +113,13 @@ TEST_F(Scan, RaisesAnErrorWhereTheWorkingFolderIsGone) {
   });
 }
 
-TEST_F(Scan, RaisesAnErrorWhereAnEntryCannotBeExamined) {
+TEST_F(Scan, RaisesForUnexaminableEntry) {
   fs::create_directories(launcherFolder());
   fs::create_symlink("loop", launcherFolder() / "loop");
   EXPECT_THROW(launcher.scanForPossibleDirectories(), fs::filesystem_error);
 }
 
-TEST_F(Scan, RaisesAnErrorWherePermissionIsDenied) {
+TEST_F(Scan, RaisesForDeniedPermission) {
   makeCopy("45.11.0.1", "45.11.0.1");
   test::asUnprivilegedUser(home.path(), [&] {
     for (const auto& folder :
@@ -135,7 +132,7 @@ TEST_F(Scan, RaisesAnErrorWherePermissionIsDenied) {
   });
 }
 
-TEST_F(Membership, HoldsForDirectChildrenOfTheLauncherFolderAlone) {
+TEST_F(Membership, HoldsForDirectChildren) {
   const fs::path folder = launcherFolder();
   const std::string text = folder.string();
   fs::create_directories(folder / "45.11.0.1");
@@ -147,6 +144,7 @@ TEST_F(Membership, HoldsForDirectChildrenOfTheLauncherFolderAlone) {
       {folder / "45.11.0.1", true},
       {folder / "missing", true},
       {text + "//45.11.0.1", true},
+      {home.path().string() + "//Library/Application Support///VantuOrlixVDILauncher/copy", true},
       {folder, false},
       {text + "/", true}, // the last element is the empty one
       {text + "/45.11.0.1/", false},
@@ -166,14 +164,14 @@ TEST_F(Membership, HoldsForDirectChildrenOfTheLauncherFolderAlone) {
   }
 }
 
-TEST_F(Membership, HoldsForPathsWithoutAParentWhenThereIsNoApplicationSupport) {
+TEST_F(Membership, HoldsForBareNames) {
   fs::remove_all(home.applicationSupport());
   EXPECT_TRUE(launcher.isBelongLaunchDirectory(""));
   EXPECT_TRUE(launcher.isBelongLaunchDirectory("name"));
   EXPECT_FALSE(launcher.isBelongLaunchDirectory("/Applications"));
 }
 
-TEST_F(Membership, PassesOnTheErrorOfAnApplicationSupportThatCannotBeExamined) {
+TEST_F(Membership, RaisesForLockedLibrary) {
   test::asUnprivilegedUser(home.path(), [&] {
     const test::ScopedPermissions scoped(home.path() / "Library", fs::perms::none);
     EXPECT_THROW(launcher.isBelongLaunchDirectory("/Applications"), fs::filesystem_error);

@@ -1,9 +1,9 @@
 #include "ThinClientLauncherBase.h"
+#include "VersionOracle.h"
 
 #include <gmock/gmock.h>
 
 #include <random>
-#include <regex>
 
 using testing::ElementsAreArray;
 
@@ -15,32 +15,6 @@ constexpr const char* BASE = "45.10.0.32950";
 
 bool isGreater(const std::string& a, const std::string& b, std::uint32_t count = 4) {
   return ThinClientLauncherBase::isGreaterVersion(a, b, count);
-}
-
-// What splitting and comparing are defined by; slow and obvious.
-
-Components splitByExpression(const std::string& version) {
-  static const std::regex dot("\\.");
-  return {std::sregex_token_iterator(version.begin(), version.end(), dot, -1), {}};
-}
-
-bool isGreaterByDefinition(const std::string& a, const std::string& b, std::uint32_t count) {
-  const Components left = splitByExpression(a);
-  const Components right = splitByExpression(b);
-  for (std::size_t i = 0; i < left.size() && i < count; ++i) {
-    if (i >= right.size())
-      return true;
-    try {
-      const int difference = std::stoi(left[i]) < std::stoi(right[i])   ? -1
-                             : std::stoi(left[i]) > std::stoi(right[i]) ? 1
-                                                                        : 0;
-      if (difference != 0)
-        return difference > 0;
-    } catch (const std::logic_error&) {
-      return false;
-    }
-  }
-  return false;
 }
 
 class Generator {
@@ -60,7 +34,7 @@ private:
 
 } // namespace
 
-TEST(Version, IsSplitAtItsDots) {
+TEST(Version, SplitsAtDots) {
   const struct {
     const char* version;
     Components expected;
@@ -83,16 +57,16 @@ TEST(Version, IsSplitAtItsDots) {
   }
 }
 
-TEST(Version, IsSplitAsByATokenIteratorOverTheDots) {
+TEST(Version, SplitsAsByOracle) {
   Generator generator;
   for (int i = 0; i < 20000; ++i) {
     const std::string version = generator.text(std::string("..12a \n\0\xFF", 9), 12);
-    ASSERT_EQ(ThinClientLauncherBase::splitVersion(version), splitByExpression(version))
+    ASSERT_EQ(ThinClientLauncherBase::splitVersion(version), test::VersionOracle::split(version))
         << testing::PrintToString(version);
   }
 }
 
-TEST(Version, ComparesTheFirstComponentsAsNumbers) {
+TEST(Version, ComparesNumbers) {
   const struct {
     const char* a;
     const char* b;
@@ -157,7 +131,7 @@ TEST(Version, ComparesTheFirstComponentsAsNumbers) {
   }
 }
 
-TEST(Version, ReadsAComponentLikeFormattedInput) {
+TEST(Version, ReadsFormattedNumbers) {
   const struct {
     const char* component;
     std::int32_t number;
@@ -186,7 +160,7 @@ TEST(Version, ReadsAComponentLikeFormattedInput) {
   EXPECT_TRUE(isGreater("-2147483647", "-2147483648"));
 }
 
-TEST(Version, AnswersNotGreaterForAComponentThatIsNoNumber) {
+TEST(Version, RejectsOtherTexts) {
   for (const char* component :
        {"x1",
         "word",
@@ -211,7 +185,7 @@ TEST(Version, AnswersNotGreaterForAComponentThatIsNoNumber) {
   }
 }
 
-TEST(Version, ComparesByDefinitionForGeneratedVersions) {
+TEST(Version, ComparesAsByOracle) {
   Generator generator;
   for (int i = 0; i < 20000; ++i) {
     const std::string alphabet = i % 2 == 0 ? "0123." : "0129..+- \tx";
@@ -219,7 +193,7 @@ TEST(Version, ComparesByDefinitionForGeneratedVersions) {
     const std::string b =
         i % 3 == 0 ? a + generator.text(alphabet, 3) : generator.text(alphabet, 10);
     const auto count = static_cast<std::uint32_t>(generator.below(6));
-    ASSERT_EQ(isGreater(a, b, count), isGreaterByDefinition(a, b, count))
+    ASSERT_EQ(isGreater(a, b, count), test::VersionOracle::exceeds(a, b, count))
         << testing::PrintToString(a) << " > " << testing::PrintToString(b) << ", count " << count;
   }
 }

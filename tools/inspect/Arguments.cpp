@@ -15,22 +15,11 @@ static const char* const DESCRIPTION =
 static const char* const EXIT_STATUSES =
     "Exit status: 0 a copy would start, 1 none would, 2 wrong usage.";
 
-// The answer of a CLI11 check: empty for a folder, otherwise what is wrong.
-static std::string checkFolder(const std::string& path) {
-  std::error_code error;
-  if (fs::is_directory(path, error))
-    return {};
-  const std::string reason = error ? error.message() : "Not a directory";
-  return "\"" + path + "\" is no folder that can be used (" + reason + "); name an existing one";
-}
-
-static CLI::Option*
-addFolder(CLI::App& app, const char* name, std::optional<fs::path>& folder, const char* help) {
-  return app
-      .add_option_function<std::string>(
-          name, [&folder](const std::string& path) { folder = path; }, help)
-      ->type_name("DIR")
-      ->check(CLI::Validator(checkFolder, ""));
+static void addDirectory(
+    CLI::App& app, const char* name, std::optional<fs::path>& directory, const char* help) {
+  app.add_option_function<std::string>(
+         name, [&directory](const std::string& path) { directory = path; }, help)
+      ->type_name("DIR");
 }
 
 std::optional<Arguments> readArguments(int argc, const char* const* argv) {
@@ -40,8 +29,9 @@ std::optional<Arguments> readArguments(int argc, const char* const* argv) {
   app.set_version_flag("--version", "launcher-inspect " LAUNCHER_VERSION, "Print the version");
   app.add_option("--client-version", arguments.clientVersion, "Version that the host passes")
       ->type_name("V");
-  addFolder(app, "--home", arguments.home, "Home folder to look into, or a copy of one");
-  addFolder(app, "--working-directory", arguments.workingDirectory, "Working folder of the host");
+  addDirectory(app, "--home", arguments.home, "Home folder to look into, or a copy of one");
+  addDirectory(
+      app, "--working-directory", arguments.workingDirectory, "Working folder of the host");
   app.add_flag("--json", arguments.json, "Print one JSON object");
   app.add_flag("--mask", arguments.mask, "Replace the login name by stars");
   app.footer(EXIT_STATUSES);

@@ -1,15 +1,7 @@
 #include "DisplayText.h"
 
 #include <fmt/format.h>
-
-#include <algorithm>
-#include <clocale>
-#include <cwchar>
-#include <locale.h>
-#include <string_view>
-#if __has_include(<xlocale.h>)
-#include <xlocale.h>
-#endif
+#include <utf8proc.h>
 
 namespace LauncherInspect {
 
@@ -18,54 +10,39 @@ namespace {
 // What is printed at one place: a character, or a byte that is none.
 struct Glyph {
   std::string_view bytes;
-  int width; // below 0: not printable
-};
-
-// Characters count as UTF-8 whatever the locale of the user.
-class Utf8 {
-public:
-  Utf8() : utf8(newLocale()), before(::uselocale(utf8)) {}
-  ~Utf8() {
-    ::uselocale(before);
-    if (utf8 != static_cast<locale_t>(nullptr))
-      ::freelocale(utf8);
-  }
-  Utf8(const Utf8&) = delete;
-  Utf8& operator=(const Utf8&) = delete;
-
-private:
-  static locale_t newLocale() {
-    const locale_t named = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-    return named != nullptr ? named : ::newlocale(LC_CTYPE_MASK, "UTF-8", nullptr);
-  }
-
-  locale_t utf8;
-  locale_t before;
+  bool isPrintable;
+  std::size_t width;
 };
 
 } // namespace
 
-// Invisible characters that reorder or join the text around them.
-static bool steersLayout(wchar_t character) {
-  return (character >= 0x200B && character <= 0x200F) ||
-         (character >= 0x2028 && character <= 0x202E) ||
-         (character >= 0x2060 && character <= 0x206F) || character == 0xFEFF;
+// Invisible characters may reorder or join the text around them.
+static bool isPrintable(utf8proc_int32_t character) {
+  switch (utf8proc_category(character)) {
+  case UTF8PROC_CATEGORY_CN:
+  case UTF8PROC_CATEGORY_CC:
+  case UTF8PROC_CATEGORY_CF:
+  case UTF8PROC_CATEGORY_ZL:
+  case UTF8PROC_CATEGORY_ZP:
+    return false;
+  default:
+    return !utf8proc_get_property(character)->ignorable;
+  }
 }
 
-static std::vector<Glyph> glyphsOf(std::string_view text) {
-  const Utf8 utf8;
-  std::vector<Glyph> glyphs;
-  while (!text.empty()) {
-    wchar_t character = 0;
-    std::mbstate_t state{};
-    const std::size_t length = std::mbrtowc(&character, text.data(), text.size(), &state);
-    const bool isCharacter = length > 0 && length <= text.size();
-    const std::size_t size = isCharacter ? length : 1;
-    const int width = isCharacter && !steersLayout(character) ? ::wcwidth(character) : -1;
-    glyphs.push_back({text.substr(0, size), width});
-    text.remove_prefix(size);
-  }
-  return glyphs;
+// The first glyph of a text that is not empty.
+static Glyph firstGlyph(std::string_view text) {
+  utf8proc_int32_t character = 0;
+  const auto length = utf8proc_iterate(
+      reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+      static_cast<utf8proc_ssize_t>(text.size()),
+      &character);
+  if (length <= 0)
+    return {text.substr(0, 1), false, 0};
+  const auto bytes = text.substr(0, static_cast<std::size_t>(length));
+  if (!isPrintable(character))
+    return {bytes, false, 0};
+  return {bytes, true, static_cast<std::size_t>(utf8proc_charwidth(character))};
 }
 
 static std::string escaped(const Glyph& glyph) {
@@ -73,7 +50,7 @@ static std::string escaped(const Glyph& glyph) {
     return "\\\\";
   if (glyph.bytes == "\n")
     return "\\n";
-  if (glyph.width >= 0)
+  if (glyph.isPrintable)
     return std::string(glyph.bytes);
   std::string text;
   for (const char byte : glyph.bytes)
@@ -81,58 +58,63 @@ static std::string escaped(const Glyph& glyph) {
   return text;
 }
 
-std::string escape(const std::string& text) {
+std::string escape(std::string_view text) {
   std::string line;
-  for (const auto& glyph : glyphsOf(text))
+  while (!text.empty()) {
+    const Glyph glyph = firstGlyph(text);
     line += escaped(glyph);
+    text.remove_prefix(glyph.bytes.size());
+  }
   return line;
 }
 
-static std::size_t widthOf(const Glyph& glyph) {
-  return static_cast<std::size_t>(std::max(0, glyph.width));
-}
-
-std::size_t displayWidth(const std::string& text) {
-  std::size_t width = 0;
-  for (const auto& glyph : glyphsOf(text))
-    width += widthOf(glyph);
-  return width;
-}
-
-// The bytes of the first glyphs that fit.
-static std::size_t fittingBytes(const std::vector<Glyph>& glyphs, std::size_t width) {
+// The bytes of the first glyphs that fit, and the columns that these take.
+static std::pair<std::size_t, std::size_t> fitting(std::string_view text, std::size_t width) {
   std::size_t bytes = 0;
-  for (const auto& glyph : glyphs) {
-    if (widthOf(glyph) > width)
+  std::size_t columns = 0;
+  while (bytes < text.size()) {
+    const Glyph glyph = firstGlyph(text.substr(bytes));
+    if (glyph.width > width - columns)
       break;
-    width -= widthOf(glyph);
     bytes += glyph.bytes.size();
+    columns += glyph.width;
   }
-  return bytes;
+  return {bytes, columns};
+}
+
+std::size_t displayWidth(std::string_view text) {
+  return fitting(text, std::string_view::npos).second;
 }
 
 std::string shorten(const std::string& text, std::size_t width) {
-  if (displayWidth(text) <= width)
+  if (fitting(text, width).first == text.size())
     return text;
-  return text.substr(0, fittingBytes(glyphsOf(text), width - 3)) + "...";
+  return text.substr(0, fitting(text, width - 3).first) + "...";
 }
 
 static std::string withoutTrailingBlanks(std::string_view line) {
   return std::string(line.substr(0, line.find_last_not_of(' ') + 1));
 }
 
-std::vector<std::string> wrap(const std::string& text, std::size_t width) {
+// How much of a text that is wider than a line goes to its first line.
+static std::size_t lineLength(std::string_view text, std::size_t fittingBytes) {
+  const auto start = text.substr(0, fittingBytes);
+  const auto afterBlanks = text.find_first_not_of(' ', fittingBytes);
+  if (afterBlanks != fittingBytes)
+    return std::min(afterBlanks, text.size());
+  const auto gap = start.find_last_of(" /");
+  return gap == std::string_view::npos || gap == 0 ? fittingBytes : gap + 1;
+}
+
+std::vector<std::string> wrap(std::string_view text, std::size_t width) {
   std::vector<std::string> lines;
-  std::string_view rest = text;
-  while (displayWidth(std::string(rest)) > width) {
-    const std::size_t fitting = std::max<std::size_t>(1, fittingBytes(glyphsOf(rest), width));
-    const auto gap = rest.find_last_of(" /", rest[fitting] == ' ' ? fitting : fitting - 1);
-    const bool hasGap = gap != std::string_view::npos && gap > 0;
-    const std::size_t length = hasGap ? gap + 1 : fitting;
-    lines.push_back(withoutTrailingBlanks(rest.substr(0, length)));
-    rest.remove_prefix(length);
+  for (auto bytes = fitting(text, width).first; bytes < text.size();
+       bytes = fitting(text, width).first) {
+    const std::size_t length = lineLength(text, bytes);
+    lines.push_back(withoutTrailingBlanks(text.substr(0, length)));
+    text.remove_prefix(length);
   }
-  lines.push_back(withoutTrailingBlanks(rest));
+  lines.push_back(withoutTrailingBlanks(text));
   return lines;
 }
 

@@ -2,22 +2,24 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
-// Text for a terminal.
+// UTF-8 text for a terminal. Every function takes time in proportion to the text.
 namespace LauncherInspect {
 
-// One printable line: line feeds, control characters, characters that steer the layout and bytes
-// that are not UTF-8 become \n or \xNN, a backslash becomes two.
-std::string escape(const std::string& text);
+// One printable line: line feeds, control characters, invisible characters that steer the layout,
+// unassigned ones and bytes that are not UTF-8 become \n or \xNN, a backslash becomes two.
+std::string escape(std::string_view text);
 
 // Columns that an escaped text takes.
-std::size_t displayWidth(const std::string& text);
+std::size_t displayWidth(std::string_view text);
 
-// Escaped text, cut to a number of columns with "..." at its end.
+// Cut to a number of columns with "..." at its end.
 std::string shorten(const std::string& text, std::size_t width);
 
-// Lines of at most this width, broken after a blank or a slash where there is one.
-std::vector<std::string> wrap(const std::string& text, std::size_t width);
+// Escaped text in lines of at most this width (at least 2), broken after a blank or a slash where
+// there is one.
+std::vector<std::string> wrap(std::string_view text, std::size_t width);
 
 } // namespace LauncherInspect

@@ -1,13 +1,12 @@
 #pragma once
 
-#include "Disclosure.h"
-#include "Inspection.h"
+#include "Report.h"
 
 #include <string>
 
 namespace LauncherInspect {
 
 // The report for a program: one JSON object, described in docs/launcher-inspect-json.md.
-std::string toJson(const Inspection& inspection, const Disclosure& disclosure);
+std::string toJson(const Report& report);
 
 } // namespace LauncherInspect

@@ -8,45 +8,32 @@
 
 namespace LauncherInspect {
 
-enum class LogState {
-  None, // no launch has ever written it
-  Unreadable,
-  NoLaunch, // empty, or not a launcher's log
-  Read
-};
-
-// Where the log of a launch ends.
-enum class LaunchEnd {
-  BeforeChoice,
-  NothingChosen,
-  AtChoice,  // the copy's launch is not recorded, or not yet
-  Recorded,  // in the launch count of a copy in the launcher folder
-  Unrecorded // the copy lies elsewhere, where no records are kept
-};
-
-// The texts are as the log has them: its writer's login name is masked in them.
+// The texts are as the log has them: the login name of its writer is masked in them.
 struct LoggedCopy {
-  std::string directory;
+  std::string directory; // empty: nothing was chosen
   std::string version;
 };
 
+// What the log of the last launch tells.
 struct LastLaunch {
   std::filesystem::path log;
-  LogState state = LogState::None;
-  std::string unreadableReason;
+  bool exists = false;
+  std::string unreadableReason; // empty: it could be read
 
-  std::string time; // local, to the millisecond
+  bool isLaunch = false; // it begins as a launcher's log does
+  std::string time;      // local, to the millisecond
   std::optional<std::string> clientVersion;
   std::optional<LoggedCopy> chosen;
+  bool isRecorded = false;                  // in the launch count of a copy in the launcher folder
   std::optional<std::uint32_t> launchCount; // after this launch
+  bool isUncleaned = false;                 // the copy lies elsewhere, where no records are kept
   std::vector<std::string> removalFailures;
-  LaunchEnd end = LaunchEnd::BeforeChoice;
 };
 
-// What the log of the last launch tells. Raises nothing.
+// Raises nothing of the file system.
 LastLaunch readLaunchLog(const std::filesystem::path& log);
 
-// Whether a text of the log is this one, but for characters that are masked by stars.
+// Whether a text of the log is this one, except for characters that are masked by stars.
 bool isMaskedFormOf(const std::string& logged, const std::string& text);
 
 } // namespace LauncherInspect

@@ -1,7 +1,6 @@
 #include "Terminal.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdlib>
 #include <string_view>
 #include <sys/ioctl.h>
@@ -12,17 +11,13 @@ namespace LauncherInspect {
 constexpr std::size_t NARROWEST = 40;
 constexpr std::size_t WIDEST = 1000;
 
-static std::string_view variable(const char* name) {
+static const char* variable(const char* name) {
   const char* const value = std::getenv(name);
   return value != nullptr ? value : "";
 }
 
 static std::size_t requestedWidth() {
-  const auto columns = variable("COLUMNS");
-  std::size_t width = 0;
-  const auto result = std::from_chars(columns.data(), columns.data() + columns.size(), width);
-  const bool isNumber = result.ec == std::errc() && result.ptr == columns.data() + columns.size();
-  return isNumber ? width : 0;
+  return static_cast<std::size_t>(std::max(0L, std::strtol(variable("COLUMNS"), nullptr, 10)));
 }
 
 static std::size_t terminalWidth() {
@@ -36,8 +31,8 @@ Terminal describeOutput() {
     if (width > 0)
       terminal.width = std::clamp(width, NARROWEST, WIDEST);
   }
-  terminal.colour =
-      ::isatty(STDOUT_FILENO) == 1 && variable("NO_COLOR").empty() && variable("TERM") != "dumb";
+  terminal.colour = ::isatty(STDOUT_FILENO) == 1 && *variable("NO_COLOR") == '\0' &&
+                    std::string_view(variable("TERM")) != "dumb";
   return terminal;
 }
 

@@ -1,8 +1,6 @@
 #include "TextReport.h"
 
 #include "DisplayText.h"
-#include "LocalTime.h"
-#include "Wording.h"
 
 #include <fmt/color.h>
 #include <fmt/format.h>
@@ -13,7 +11,6 @@
 namespace LauncherInspect {
 
 using Style = fmt::text_style;
-using Folders = CleanUpPreview::Folders;
 
 static const Style PLAIN;
 static const Style BOLD = fmt::emphasis::bold;
@@ -24,6 +21,31 @@ static const Style BAD = fmt::fg(fmt::terminal_color::red);
 
 constexpr std::size_t LABEL_WIDTH = 19;
 constexpr std::size_t VERDICT_INDENT = 6;
+constexpr std::size_t VERSION_WIDTH = 14;
+constexpr std::size_t NARROWEST_TABLE = 70;
+constexpr std::size_t FIXED_COLUMNS_WIDTH = 63; // of the table without FOLDER and VERDICT
+
+// --- Values of the report ---
+
+static std::string nameOf(const std::string& path) {
+  return path.substr(path.find_last_of('/') + 1);
+}
+
+static std::string textOf(const Report& message) {
+  return message.at("text");
+}
+
+// A time is shown without fractions of a second and offset.
+static std::string shown(const Report& record) {
+  if (record.is_null())
+    return "?";
+  if (record.is_boolean())
+    return record ? "yes" : "no";
+  if (record.is_number() || record == "never")
+    return record.is_number() ? record.dump() : "never";
+  const std::string time = record;
+  return time.substr(0, 10) + " " + time.substr(11, 8);
+}
 
 static std::string padded(const std::string& text, std::size_t width) {
   const std::size_t taken = displayWidth(text);
@@ -39,11 +61,16 @@ class Page {
 public:
   explicit Page(const Terminal& description) : terminal(description) {}
 
-  void heading(const std::string& text) { text_ += "\n" + painted(BOLD, text) + "\n"; }
+  void line(const std::string& text, const Style& style = PLAIN) {
+    page += (terminal.colour && !text.empty() ? fmt::format(style, "{}", text) : text) + "\n";
+  }
 
-  void line(const std::string& text) { text_ += text + "\n"; }
+  void heading(const std::string& text) {
+    line("");
+    line(text, BOLD);
+  }
 
-  void paragraph(std::size_t indent, const std::string& text, const Style& style) {
+  void paragraph(std::size_t indent, const std::string& text, const Style& style = PLAIN) {
     hanging(std::string(indent, ' '), escape(text), style);
   }
 
@@ -52,117 +79,70 @@ public:
     hanging(padded("  " + label, LABEL_WIDTH), escape(text), style);
   }
 
+  void itemIfAny(const std::string& label, const Report& text) {
+    if (!text.is_null())
+      item(label, text);
+  }
+
   // The first line begins with the prefix, the others are indented as far. The text is escaped.
   void hanging(std::string prefix, const std::string& text, const Style& style) {
-    const std::size_t indent = displayWidth(prefix);
+    const std::size_t indent = prefix.size();
     for (const auto& part : wrap(text, terminal.width - indent)) {
-      line(painted(style, prefix + part));
+      line(prefix + part, style);
       prefix = std::string(indent, ' ');
     }
   }
 
-  std::string painted(const Style& style, const std::string& text) const {
-    return terminal.colour && !text.empty() ? fmt::format(style, "{}", text) : text;
-  }
-
   std::size_t width() const { return terminal.width; }
 
-  const std::string& text() const { return text_; }
+  const std::string& text() const { return page; }
 
 private:
   const Terminal terminal;
-  std::string text_;
+  std::string page;
 };
 
-// One candidate as the table shows it, escaped.
+// One line of the table of candidates, escaped.
 struct Row {
-  bool isChosen;
-  bool inLauncherFolder;
   std::string folder;
-  std::string facts; // the columns behind the folder
+  std::string version;
+  std::string launches;
+  std::string lastLaunch;
+  std::string safeStart;
   std::string verdict;
-  Style style;
+  std::string mark = "    ";
+  Style style = DIM;
 };
 
 } // namespace
 
 // --- The table of candidates ---
 
-constexpr std::size_t VERSION_WIDTH = 14;
-
-static std::string columns(
-    const std::string& version,
-    const std::string& launches,
-    const std::string& lastLaunch,
-    const std::string& safeStart) {
-  return fmt::format(
-      "{}  {:>8}  {:<19}  {:<10}",
-      padded(shorten(escape(version), VERSION_WIDTH), VERSION_WIDTH),
-      launches,
-      lastLaunch,
-      safeStart);
-}
-
-static std::string shownTime(FileTime time) {
-  return time == FileTime::min() ? "never" : toLocalText(time);
-}
-
-static std::string factsOf(const Candidate& candidate, const Disclosure& disclosure) {
-  const std::string version = candidate.version.empty() ? "-" : disclosure.text(candidate.version);
-  if (!candidate.records)
-    return columns(version, "-", "-", "-");
-  const auto& [launches, lastLaunch, startedSafely] = *candidate.records;
-  return columns(
-      version,
-      launches ? std::to_string(*launches) : "?",
-      lastLaunch ? shownTime(*lastLaunch) : "?",
-      startedSafely ? (*startedSafely ? "yes" : "no") : "?");
-}
-
-static Style styleOf(const Candidate& candidate) {
-  switch (candidate.verdict) {
-  case Verdict::WouldStart:
+static Style styleOf(const Report& candidate) {
+  const std::string verdict = candidate.at("verdict").at("code");
+  if (verdict == "would-start")
     return GOOD;
-  case Verdict::Corrupt:
+  if (verdict == "corrupt")
     return BAD;
-  default:
-    return candidate.nearlyCorrupt ? WARNING : PLAIN;
-  }
+  return candidate.at("nearlyCorrupt") ? WARNING : PLAIN;
 }
 
-static std::vector<Row> rowsOf(const Inspection& inspection, const Disclosure& disclosure) {
-  std::vector<Row> rows;
-  for (const auto& candidate : inspection.candidates) {
-    const Path& dir = candidate.directory;
-    const bool inLauncherFolder = candidate.records.has_value();
-    rows.push_back(
-        {candidate.verdict == Verdict::WouldStart,
-         inLauncherFolder,
-         escape(inLauncherFolder ? disclosure.text(dir.filename().string()) : disclosure.path(dir)),
-         factsOf(candidate, disclosure),
-         escape(verdictOf(candidate, inspection, disclosure).text),
-         styleOf(candidate)});
-  }
-  return rows;
-}
-
-static std::string markOf(const Row& row) {
-  return row.isChosen ? "  > " : "    ";
-}
-
-// A folder that is too long for its column has a line of its own.
-static void addRow(Page& page, const Row& row, std::size_t folderWidth, bool verdictBeside) {
-  std::string start = markOf(row) + padded(row.folder, folderWidth);
-  if (displayWidth(row.folder) > folderWidth) {
-    page.hanging(markOf(row), row.folder, row.style);
-    start = std::string(markOf(row).size() + folderWidth, ' ');
-  }
-  std::string line = start + "  " + row.facts;
-  if (verdictBeside)
-    line += "  " + row.verdict;
-  page.line(page.painted(row.style, line.substr(0, line.find_last_not_of(' ') + 1)));
-  if (!verdictBeside)
-    page.hanging(std::string(VERDICT_INDENT, ' '), row.verdict, row.style);
+static Row rowOf(const Report& candidate) {
+  const bool hasRecords = candidate.at("inLauncherDirectory");
+  const auto record = [&](const char* member) {
+    return hasRecords ? shown(candidate.at(member)) : "-";
+  };
+  const std::string path = candidate.at("directory");
+  const std::string version = candidate.at("version").is_null() ? "-" : candidate.at("version");
+  return {
+      escape(hasRecords ? nameOf(path) : path),
+      shorten(escape(version), VERSION_WIDTH),
+      record("launches"),
+      record("lastLaunch"),
+      record("startedSafely"),
+      escape(textOf(candidate.at("verdict"))),
+      candidate.at("verdict").at("code") == "would-start" ? "  > " : "    ",
+      styleOf(candidate)};
 }
 
 static std::size_t widest(const std::vector<Row>& rows, std::string Row::*text) {
@@ -172,135 +152,130 @@ static std::size_t widest(const std::vector<Row>& rows, std::string Row::*text) 
   return width;
 }
 
-static void addCandidates(Page& page, const Inspection& inspection, const Disclosure& disclosure) {
-  const auto rows = rowsOf(inspection, disclosure);
-  const std::string titles = columns("VERSION", "LAUNCHES", "LAST LAUNCH", "SAFE START");
-  const std::size_t room = std::max<std::size_t>(page.width(), 70) - titles.size() - 6;
-  const std::size_t verdictWidth = widest(rows, &Row::verdict) + 2;
-  const std::size_t wanted = std::max<std::size_t>(widest(rows, &Row::folder), 6);
-  const bool verdictBeside = wanted + verdictWidth <= room;
-  const std::size_t folderWidth = std::min(wanted, room);
+// A folder that is too long for its column has a line of its own.
+static void addRow(Page& page, const Row& row, std::size_t folderWidth, bool verdictBeside) {
+  std::string start = row.mark + padded(row.folder, folderWidth);
+  if (displayWidth(row.folder) > folderWidth) {
+    page.hanging(row.mark, row.folder, row.style);
+    start = std::string(row.mark.size() + folderWidth, ' ');
+  }
+  const std::string line = fmt::format(
+      "{}  {}  {:>8}  {:<19}  {:<10}  {}",
+      start,
+      padded(row.version, VERSION_WIDTH),
+      row.launches,
+      row.lastLaunch,
+      row.safeStart,
+      verdictBeside ? row.verdict : "");
+  page.line(line.substr(0, line.find_last_not_of(' ') + 1), row.style);
+  if (!verdictBeside && !row.verdict.empty())
+    page.hanging(std::string(VERDICT_INDENT, ' '), row.verdict, row.style);
+}
+
+static void addCandidates(Page& page, const Report& candidates) {
+  std::vector<Row> rows{{"FOLDER", "VERSION", "LAUNCHES", "LAST LAUNCH", "SAFE START", ""}};
+  std::transform(candidates.begin(), candidates.end(), std::back_inserter(rows), rowOf);
+  const std::size_t room = std::max(page.width(), NARROWEST_TABLE) - FIXED_COLUMNS_WIDTH;
+  const std::size_t wanted = widest(rows, &Row::folder);
+  const bool verdictBeside = wanted + 2 + widest(rows, &Row::verdict) <= room;
+  rows[0].verdict = verdictBeside ? "VERDICT" : "";
 
   page.heading("Candidates, in scan order");
-  page.line(page.painted(
-      DIM,
-      "    " + padded("FOLDER", folderWidth) + "  " + titles + (verdictBeside ? "  VERDICT" : "")));
-  bool announced = false;
-  for (const auto& row : rows) {
-    if (row.inLauncherFolder && !announced) {
-      page.line(page.painted(DIM, "  In the launcher folder:"));
-      announced = true;
-    }
-    addRow(page, row, folderWidth, verdictBeside);
+  addRow(page, rows[0], std::min(wanted, room), verdictBeside);
+  bool isAnnounced = false;
+  for (std::size_t i = 0; i < candidates.size(); ++i) {
+    if (candidates[i].at("inLauncherDirectory") && !isAnnounced)
+      page.line("  In the launcher folder:", DIM);
+    isAnnounced = isAnnounced || candidates[i].at("inLauncherDirectory");
+    addRow(page, rows[i + 1], std::min(wanted, room), verdictBeside);
   }
 }
 
 // --- The other sections ---
 
-static void addChoice(Page& page, const Inspection& inspection, const Disclosure& disclosure) {
-  page.paragraph(0, outcomeOf(inspection, disclosure).text, inspection.chosen ? GOOD : BAD);
-  if (inspection.chosen)
-    page.paragraph(2, disclosure.path(inspection.candidates[*inspection.chosen].directory), PLAIN);
-  for (const auto& note : notesOn(inspection, disclosure))
-    page.paragraph(2, note.text, WARNING);
+static void addMessages(Page& page, const Report& messages) {
+  for (const auto& message : messages)
+    page.paragraph(2, textOf(message), WARNING);
 }
 
-static std::string shownLauncherFolder(const Inspection& inspection, const Disclosure& disclosure) {
-  if (inspection.launcherFolder.empty())
-    return "none, since there is no Application Support folder";
-  const std::string folder = disclosure.path(inspection.launcherFolder);
-  return inspection.launcherFolderMissing ? folder + " (missing)" : folder;
+static void addChoice(Page& page, const Report& report) {
+  const Report& chosen = report.at("chosen");
+  page.paragraph(0, textOf(report.at("outcome")), chosen.is_null() ? BAD : GOOD);
+  if (!chosen.is_null())
+    page.paragraph(2, chosen.at("directory"));
+  addMessages(page, report.at("notes"));
 }
 
-static void addQuestion(Page& page, const Inspection& inspection, const Disclosure& disclosure) {
+static void addQuestion(Page& page, const Report& report) {
   page.heading("Asked for");
-  page.item(
-      "client version",
-      inspection.clientVersion.empty() ? "none, so every copy is compatible"
-                                       : disclosure.text(inspection.clientVersion));
-  page.item("home ~", disclosure.text(inspection.home.string()));
-  page.item("working folder", disclosure.path(inspection.workingDirectory));
-  page.item("launcher folder", shownLauncherFolder(inspection, disclosure));
+  page.item("client version", textOf(report.at("client")));
+  page.item("home ~", report.at("home"));
+  page.item("working folder", report.at("workingDirectory"));
+  page.item("launcher folder", textOf(report.at("launcherDirectoryState")));
 }
 
-static void addWarnings(Page& page, const Inspection& inspection, const Disclosure& disclosure) {
-  const auto warnings = warningsOn(inspection, disclosure);
+static void addWarnings(Page& page, const Report& warnings) {
   if (warnings.empty())
     return;
   page.heading("Early warning");
-  for (const auto& warning : warnings)
-    page.paragraph(2, warning.text, WARNING);
+  addMessages(page, warnings);
 }
 
-static std::string
-cleanUpEntry(const std::string& launched, const Path& dir, const Disclosure& disclosure) {
-  return fmt::format("{:<19}  {}", launched, disclosure.text(dir.filename().string()));
-}
-
-static void addFolders(
+static void addFolder(
     Page& page,
-    const std::string& fate,
-    const Folders& folders,
-    const Disclosure& disclosure,
+    const char* fate,
+    const std::string& launched,
+    const Report& folder,
     const Style& style) {
-  for (const auto& folder : folders) {
-    const std::string launched = shownTime(folder.launchTime);
-    page.item(fate, cleanUpEntry(launched, folder.dir, disclosure), style);
-  }
+  page.item(fate, fmt::format("{:<19}  {}", launched, nameOf(folder.at("directory"))), style);
 }
 
-static void addCleanUp(Page& page, const Inspection& inspection, const Disclosure& disclosure) {
-  const CleanUpPreview& cleanUp = inspection.cleanUp;
+static void addFolders(Page& page, const char* fate, const Report& folders, const Style& style) {
+  for (const auto& folder : folders)
+    addFolder(page, fate, shown(folder.at("lastLaunch")), folder, style);
+}
+
+static void addCleanUp(Page& page, const Report& cleanUp) {
+  Report kept = cleanUp.at("kept");
   page.heading("Clean-up after this launch");
-  page.paragraph(2, cleanUpOf(inspection, disclosure).text, cleanUp.failure ? BAD : PLAIN);
-  addFolders(page, "removes", cleanUp.removed, disclosure, BAD);
-  addFolders(page, "undefined", cleanUp.undefined, disclosure, WARNING);
-  if (!cleanUp.undefined.empty())
-    page.paragraph(
-        LABEL_WIDTH,
-        fmt::format(
-            "^ equal launch times: {} of these {} {} kept, and which is not defined",
-            cleanUp.undefinedKept,
-            cleanUp.undefined.size(),
-            cleanUp.undefinedKept == 1 ? "is" : "are"),
-        WARNING);
-  addFolders(page, "keeps", cleanUp.kept, disclosure, PLAIN);
-  if (cleanUp.happens) {
-    const Path& started = inspection.candidates[*inspection.chosen].directory;
-    page.item("keeps", cleanUpEntry("by this launch", started, disclosure), GOOD);
-  }
-}
-
-static void addLastLaunch(Page& page, const LastLaunch& launch, const Disclosure& disclosure) {
-  page.heading("Last launch, as its log tells");
-  page.item("log", disclosure.path(launch.log));
-  if (launch.state != LogState::Read) {
-    page.item("launch", endOf(launch, disclosure).text);
+  page.paragraph(2, textOf(cleanUp), cleanUp.at("code") == "failed" ? BAD : PLAIN);
+  addFolders(page, "removes", cleanUp.at("removed"), BAD);
+  addFolders(page, "tied", cleanUp.at("tied"), WARNING);
+  for (const auto& note : cleanUp.at("notes"))
+    page.paragraph(LABEL_WIDTH, "^ " + textOf(note), WARNING);
+  if (kept.empty())
     return;
-  }
-  page.item("time", launch.time);
-  if (launch.clientVersion)
-    page.item("client version", disclosure.text(*launch.clientVersion));
-  if (launch.chosen && !launch.chosen->directory.empty()) {
-    page.item("chosen version", disclosure.text(launch.chosen->version));
-    page.item("chosen folder", disclosure.loggedPath(launch.chosen->directory));
-  }
-  page.item("ended", endOf(launch, disclosure).text);
-  for (const auto& reason : launch.removalFailures)
-    page.item("not removed", disclosure.text(reason), WARNING);
+  const Report started = kept.back();
+  kept.erase(kept.size() - 1);
+  addFolders(page, "keeps", kept, PLAIN);
+  addFolder(page, "keeps", "by this launch", started, GOOD);
 }
 
-std::string
-toText(const Inspection& inspection, const Disclosure& disclosure, const Terminal& terminal) {
-  Page page(terminal);
-  addChoice(page, inspection, disclosure);
-  addQuestion(page, inspection, disclosure);
-  if (!inspection.failure) {
-    addWarnings(page, inspection, disclosure);
-    addCandidates(page, inspection, disclosure);
-    addCleanUp(page, inspection, disclosure);
+static void addLastLaunch(Page& page, const Report& launch) {
+  const Report& chosen = launch.at("chosen");
+  page.heading("Last launch, as its log tells");
+  page.item("log", launch.at("log"));
+  page.itemIfAny("time", launch.at("time"));
+  page.itemIfAny("client version", launch.at("clientVersion"));
+  if (!chosen.is_null()) {
+    page.item("chosen version", chosen.at("version"));
+    page.item("chosen folder", chosen.at("directory"));
   }
-  addLastLaunch(page, inspection.lastLaunch, disclosure);
+  page.item(launch.at("time").is_null() ? "launch" : "ended", textOf(launch.at("end")));
+  for (const auto& reason : launch.at("removalFailures"))
+    page.item("not removed", reason, WARNING);
+}
+
+std::string toText(const Report& report, const Terminal& terminal) {
+  Page page(terminal);
+  addChoice(page, report);
+  addQuestion(page, report);
+  if (report.at("outcome").at("code") != "failed") {
+    addWarnings(page, report.at("warnings"));
+    addCandidates(page, report.at("candidates"));
+    addCleanUp(page, report.at("cleanUp"));
+  }
+  addLastLaunch(page, report.at("lastLaunch"));
   return page.text();
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "Disclosure.h"
-#include "Inspection.h"
+#include "Report.h"
 #include "Terminal.h"
 
 #include <string>
@@ -10,7 +9,6 @@ namespace LauncherInspect {
 
 // The report for a reader. No line is wider than the terminal, unless that has fewer columns than
 // the table of candidates needs (about 70).
-std::string
-toText(const Inspection& inspection, const Disclosure& disclosure, const Terminal& terminal);
+std::string toText(const Report& report, const Terminal& terminal);
 
 } // namespace LauncherInspect

@@ -1,2 +1,2 @@
-// GNUstep's headers ask for the blocks runtime under this name; Debian's is called Block.h.
+// GNUstep's headers include the blocks runtime by this name; Debian's header is Block.h.
 #include <Block.h>

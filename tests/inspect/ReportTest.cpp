@@ -1,0 +1,230 @@
+#include "Report.h"
+
+#include "SampleFacts.h"
+
+#include <gmock/gmock.h>
+
+#include <regex>
+
+using namespace LauncherInspect;
+using nlohmann::json;
+using test::sampleFacts;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+namespace {
+
+json report(const Facts& facts, const std::string& loginName = "") {
+  return json(makeReport(facts, loginName));
+}
+
+const std::string SAMPLE = R"json({
+  "schemaVersion": 2,
+  "outcome": {"code": "would-start", "text": "Would start 45.12.0.900"},
+  "chosen": {"directory": "FOLDER/45.12.0.900", "version": "45.12.0.900"},
+  "notes": [],
+  "warnings": [{"code": "nearly-corrupt", "text": "45.12.0.900 has used 2 of its 3 launches without a safe start; after one more it counts as corrupt. It lies in FOLDER/again"}],
+  "clientVersion": "45.12.0.1000",
+  "client": {"code": "given", "text": "45.12.0.1000"},
+  "home": "/home/alice",
+  "workingDirectory": "~/work",
+  "launcherDirectory": "FOLDER",
+  "launcherDirectoryState": {"code": "exists", "text": "FOLDER"},
+  "candidates": [
+    {"directory": "/Applications", "version": "45.11.0.5", "inLauncherDirectory": false,
+     "launches": null, "lastLaunch": null, "startedSafely": null, "nearlyCorrupt": false,
+     "verdict": {"code": "older", "text": "viable, older than the chosen copy (45.11.0.5 < 45.12.0.900)"
+}
+},
+    {"directory": "~/work", "version": null, "inLauncherDirectory": false,
+     "launches": null, "lastLaunch": null, "startedSafely": null, "nearlyCorrupt": false,
+     "verdict": {"code": "no-bundle", "text": "no application bundle (no OrlixVDIPlugin.app)"}},
+    {"directory": "FOLDER/newer", "version": "45.13.0.10", "inLauncherDirectory": true,
+     "launches": 0, "lastLaunch": "never", "startedSafely": false, "nearlyCorrupt": false,
+     "verdict": {"code": "newer-than-client", "text": "newer than the client (45.13 > 45.12)"}},
+    {"directory": "FOLDER/corrupt", "version": "45.12.0.950", "inLauncherDirectory": true,
+     "launches": 3, "lastLaunch": "MOMENT", "startedSafely": false, "nearlyCorrupt": false,
+     "verdict": {"code": "corrupt", "text": "corrupt (launched 3 times, never started safely)"}},
+    {"directory": "FOLDER/45.12.0.900", "version": "45.12.0.900", "inLauncherDirectory": true,
+     "launches": 12, "lastLaunch": "MOMENT", "startedSafely": true, "nearlyCorrupt": false,
+     "verdict": {"code": "would-start", "text": "would start: the highest version of 3 compatible copies"}},
+    {"directory": "FOLDER/again", "version": "45.12.0.900", "inLauncherDirectory": true,
+     "launches": 2, "lastLaunch": "MOMENT", "startedSafely": false, "nearlyCorrupt": true,
+     "verdict": {"code": "same-version", "text": "same version, comes later (45.12.0.900)"}},
+    {"directory": "FOLDER/broken", "version": null, "inLauncherDirectory": true,
+     "launches": null, "lastLaunch": null, "startedSafely": null, "nearlyCorrupt": false,
+     "verdict": {"code": "no-readable-version", "text": "no readable version (none in the bundle's Info.plist)"}}],
+  "cleanUp": {
+    "code": "happens",
+    "text": "keeps the started copy and the two others that were launched last",
+    "notes": [{"code": "tied", "text": "equal launch times: the launcher keeps 1 of these 2, and which is not defined"}],
+    "removed": [{"directory": "FOLDER/broken", "lastLaunch": "never"}],
+    "tied": [{"directory": "FOLDER/newer", "lastLaunch": "never"}, {"directory": "FOLDER/again", "lastLaunch": "never"}],
+    "tiedKept": 1,
+    "kept": [{"directory": "FOLDER/corrupt", "lastLaunch": "MOMENT"}, {"directory": "FOLDER/45.12.0.900", "lastLaunch": "MOMENT"}]},
+  "lastLaunch": {
+  "log" : "~/Library/Logs/VantuOrlixVDI/vdi-launch-launchmode-log.txt",
+          "time" : "2026-03-07 14:05:06.001",
+                   "clientVersion" : "45.12.0.1000",
+                                     "chosen"
+      : {"directory" : "FOLDER/45.12.0.900", "version" : "45.12.0.900"},
+        "launches" : 12,
+        "removalFailures" : ["Permission denied"],
+                            "end" : {
+    "code" : "recorded",
+             "text"
+        : "start requested and recorded as launch 12; the system log tells whether it came up"
+  }
+}
+})json";
+
+} // namespace
+
+TEST(Report, HoldsEveryFact) {
+  const test::ScopedEnvironment zone{"TZ", "Asia/Kolkata"};
+  tzset();
+  const std::string folder = "~/Library/Application Support/VantuOrlixVDILauncher";
+  std::string expected = std::regex_replace(SAMPLE, std::regex("FOLDER"), folder);
+  expected =
+      std::regex_replace(expected, std::regex("MOMENT"), "2026-03-07T19:35:09.007000000+05:30");
+  EXPECT_EQ(report(sampleFacts()), json::parse(expected));
+}
+
+TEST(Report, HoldsNullForNothing) {
+  const json empty = report(Facts());
+  EXPECT_TRUE(empty["chosen"].is_null());
+  EXPECT_EQ(empty["candidates"], json::array());
+  EXPECT_EQ(empty["cleanUp"]["kept"], json::array());
+  for (const char* member : {"time", "clientVersion", "chosen", "launches"})
+    EXPECT_TRUE(empty["lastLaunch"][member].is_null()) << member;
+}
+
+TEST(Report, ShowsTimesBefore1970) {
+  const test::ScopedEnvironment zone{"TZ", "America/New_York"};
+  tzset();
+  Facts facts = sampleFacts();
+  facts.candidates[4].records->lastLaunch = test::fileTime(-2, 250000000);
+  EXPECT_EQ(report(facts)["candidates"][4]["lastLaunch"], "1969-12-31T18:59:58.250000000-05:00");
+}
+
+TEST(Report, WarnsOnceOfAFolder) {
+  Facts facts = sampleFacts();
+  facts.candidates.push_back(facts.candidates[5]);
+  EXPECT_EQ(report(facts)["warnings"].size(), 1u);
+}
+
+// --- Redaction ---
+
+TEST(Report, ShowsTheHomeAsTilde) {
+  Facts facts;
+  const auto shown = [&facts](const Path& home, const Path& path) {
+    facts.home = home;
+    facts.workingDirectory = path;
+    return report(facts)["workingDirectory"];
+  };
+  EXPECT_EQ(shown("/home/alice", "/home/alice"), "~");
+  EXPECT_EQ(shown("/home/alice", "/home/alice/a"), "~/a");
+  EXPECT_EQ(shown("/home/alice", "/home/alice2"), "/home/alice2");
+  EXPECT_EQ(shown("/home/alice", "/srv/home/alice"), "/srv/home/alice");
+  EXPECT_EQ(shown("/", "/a"), "/a");
+}
+
+TEST(Report, ShowsAMaskedHomeAsTilde) {
+  Facts facts = sampleFacts();
+  facts.lastLaunch.chosen->directory = "/home/*****/a";
+  EXPECT_EQ(report(facts)["lastLaunch"]["chosen"]["directory"], "~/a");
+}
+
+namespace {
+
+// Facts with the login name "alice" in every text that is not the command's own.
+Facts personalFacts() {
+  Facts facts = sampleFacts();
+  const Path outside = "/srv/alice";
+  facts.clientVersion = "45.alice";
+  facts.clientVersionIsOdd = facts.fellBack = true;
+  facts.workingDirectory = facts.launcherDirectory = facts.lastLaunch.log = outside;
+  for (auto& candidate : facts.candidates) {
+    candidate.decision.dir = outside / "alice";
+    candidate.decision.version = "45.alice";
+  }
+  for (auto* folders : {&facts.cleanUp.removed, &facts.cleanUp.tied, &facts.cleanUp.kept})
+    folders->front().dir = outside / "alice";
+  facts.lastLaunch.clientVersion = "45.alice";
+  facts.lastLaunch.chosen = LoggedCopy{"/srv/alice", "45.alice"};
+  facts.lastLaunch.removalFailures = {"alice"};
+  return facts;
+}
+
+} // namespace
+
+TEST(Report, MasksEveryText) {
+  Facts chosen = personalFacts();
+  Facts failed = personalFacts();
+  failed.chosen.reset();
+  failed.failure = Failure{"/srv/alice", "alice is denied"};
+  Facts failedLater = personalFacts();
+  failedLater.cleanUp.failure = Failure{"/srv/alice", "alice is denied"};
+  failedLater.lastLaunch.unreadableReason = "alice is denied";
+  for (const Facts& facts : {chosen, failed, failedLater}) {
+    EXPECT_THAT(report(facts).dump(), HasSubstr("alice"));
+    EXPECT_THAT(report(facts, "alice").dump(), Not(HasSubstr("alice")));
+  }
+  EXPECT_EQ(report(chosen, "alice")["home"], "/home/*****");
+  EXPECT_EQ(report(chosen, "alice")["candidates"][4]["directory"], "/srv/*****/*****");
+}
+
+// --- Messages that the sample does not have ---
+
+namespace {
+
+std::string& version(Facts& facts) {
+  return facts.candidates[4].decision.version;
+}
+
+} // namespace
+
+TEST(Report, PutsFactsInWords) {
+  const char* const STATE = "/launcherDirectoryState";
+  const struct {
+    const char* member;
+    void (*change)(Facts& facts);
+    const char* message; // a part of "CODE TEXT"
+  } rows[] = {
+      {"/outcome",
+       [](Facts& f) {
+         f.failure = Failure{"/a", "bad"};
+       },
+       "failed Nothing"},
+      {"/outcome",
+       [](Facts& f) {
+         f.failure = Failure{"/home/alice/L", "bad"};
+       },
+       " ~/L: bad. "},
+      {"/outcome", [](Facts& f) { f.chosen.reset(); }, "nothing-viable Nothing would start"},
+      {"/outcome", [](Facts& f) { version(f) = ""; }, "would-start Would start a copy without"},
+      {"/outcome",
+       [](Facts& f) { version(f).assign(50, '4'); },
+       " start 44444444444444444444444444"},
+      {"/notes/0", [](Facts& f) { f.fellBack = true; }, "nothing-compatible No copy"},
+      {"/notes/0", [](Facts& f) { f.fellBack = true; }, "falls back to all viable copies (3)."},
+      {"/notes/0", [](Facts& f) { f.clientVersionIsOdd = true; }, "Client version 45.12.0.1000 "},
+      {"/client", [](Facts& f) { f.clientVersion = ""; }, "none none, so every copy is compatible"},
+      {STATE, [](Facts& f) { f.launcherDirectory = ""; }, "no-application-support none,"},
+      {STATE, [](Facts& f) { f.launcherDirectory = "/a"; }, "exists /a"},
+      {STATE, [](Facts& f) { f.launcherDirectoryExists = false; }, "Launcher (missing)"},
+      {"/cleanUp", [](Facts& f) { f.chosen.reset(); }, "nothing-started removes nothing"},
+      {"/cleanUp",
+       [](Facts& f) {
+         f.cleanUp.failure = Failure{"", "bad"};
+       },
+       "the start: bad"},
+      {"/cleanUp", [](Facts& f) { f.cleanUp.happens = false; }, "not-in-launcher-directory remo"}};
+  for (const auto& [member, change, expected] : rows) {
+    Facts facts = sampleFacts();
+    change(facts);
+    const json message = report(facts)[json::json_pointer(member)];
+    const std::string code = message["code"];
+    EXPECT_THAT(code + " " + message["text"].get<std::string>(), HasSubstr(expected));
+  }
+}

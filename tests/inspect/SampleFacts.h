@@ -1,0 +1,78 @@
+#pragma once
+
+#include "Facts.h"
+#include "Home.h"
+
+#include <ctime>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace test {
+
+// A file's time as the file system gives it for this calendar time.
+inline LauncherInspect::FileTime fileTime(std::time_t seconds, long nanoseconds = 0) {
+  const ScopedFolder folder;
+  const auto file = folder.path() / "file";
+  writeFile(file, "");
+  const timespec times[] = {{seconds, nanoseconds}, {seconds, nanoseconds}};
+  utimensat(AT_FDCWD, file.c_str(), times, 0);
+  return std::filesystem::last_write_time(file);
+}
+
+constexpr std::time_t A_MOMENT = 1772892309; // 2026-03-07 14:05:09 UTC
+
+// What a host of version 45.12.0.1000 meets in the home of a user called alice.
+inline LauncherInspect::Facts sampleFacts() {
+  using namespace LauncherInspect;
+  using Selection::Status;
+  const Path home = "/home/alice";
+  const Path folder = home / "Library/Application Support/VantuOrlixVDILauncher";
+  const FileTime never = FileTime::min();
+  const FileTime moment = fileTime(A_MOMENT, 7000000);
+
+  Facts facts;
+  facts.clientVersion = "45.12.0.1000";
+  facts.home = home;
+  facts.workingDirectory = home / "work";
+  facts.launcherDirectory = folder;
+  facts.launcherDirectoryExists = true;
+  const auto add = [&facts](
+                       const Path& dir,
+                       const std::string& version,
+                       Status status,
+                       const std::optional<Records>& records = std::nullopt) -> Candidate& {
+    facts.candidates.push_back({{dir, status, version, {}}, records});
+    return facts.candidates.back();
+  };
+  add("/Applications", "45.11.0.5", Status::Viable).order = Order::Lower;
+  add(home / "work", "", Status::NoBundle);
+  add(folder / "newer", "45.13.0.10", Status::Incompatible, Records{0, never, false});
+  add(folder / "corrupt", "45.12.0.950", Status::Corrupt, Records{3, moment, false})
+      .decision.corruptCheck = {true, 3, false, true};
+  add(folder / "45.12.0.900", "45.12.0.900", Status::Viable, Records{12, moment, true}).isChosen =
+      true;
+  auto& again = add(folder / "again", "45.12.0.900", Status::Viable, Records{2, moment, false});
+  again.order = Order::Equal;
+  again.decision.corruptCheck = {true, 2, false, false};
+  add(folder / "broken", "", Status::Incompatible, Records{});
+  facts.chosen = 4;
+  facts.eligible = 3;
+  facts.cleanUp.happens = true;
+  facts.cleanUp.removed = {{never, folder / "broken"}};
+  facts.cleanUp.tied = {{never, folder / "newer"}, {never, folder / "again"}};
+  facts.cleanUp.tiedKept = 1;
+  facts.cleanUp.kept = {{moment, folder / "corrupt"}};
+  facts.lastLaunch.log = home / "Library/Logs/VantuOrlixVDI/vdi-launch-launchmode-log.txt";
+  facts.lastLaunch.exists = true;
+  facts.lastLaunch.isLaunch = true;
+  facts.lastLaunch.time = "2026-03-07 14:05:06.001";
+  facts.lastLaunch.clientVersion = "45.12.0.1000";
+  facts.lastLaunch.chosen = LoggedCopy{
+      "/home/*****/Library/Application Support/VantuOrlixVDILauncher/45.12.0.900", "45.12.0.900"};
+  facts.lastLaunch.isRecorded = true;
+  facts.lastLaunch.launchCount = 12;
+  facts.lastLaunch.removalFailures = {"Permission denied"};
+  return facts;
+}
+
+} // namespace test

@@ -1,0 +1,199 @@
+#include "RandomHome.h"
+
+#include "Home.h"
+#include "VersionOracle.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace fs = std::filesystem;
+
+namespace test {
+
+namespace {
+
+const std::vector<std::string> NAMES{
+    "45.12.0.900",
+    "45.13.0.10",
+    "a b",
+    "line\nfeed",
+    "\"quoted\"",
+    "\xFF\xFE",
+    ".hidden",
+    "corrupt.dat",
+    "back\\slash",
+    "-rf",
+    "*stars*",
+    " (version: 1)",
+    "\xC3\xBCmlaut",
+    "~"};
+
+const std::vector<std::string> VERSIONS{
+    "",         "45.12.0.900", "45.12.0.901", "45.13.0.10",    "45.10.0.32950", "45.10.0.32951",
+    "45.12",    "45",          "99999999999", "45.x.1",        "...",           "0.0.0.0",
+    "46.1.2.3", " 45.12.1",    "-1.5",        "45.12.0.900.7", "45.12.0.900",   "45.12.0.0900",
+    "44.9",     "45.12.",      "x.1",         "0.0.0.1"};
+
+const std::vector<std::string> CLIENT_VERSIONS{
+    "", "1.0.0.1", "45.12.0.1000", "45", "nonsense", "45.10.0.1", "44.0", "45.x"};
+
+// The content of a record and the number in it.
+const std::vector<std::pair<std::string, std::uint32_t>> LAUNCH_COUNTS{
+    {"", 0}, {"2", 2}, {"3", 3}, {" 7\n", 7}, {"x3", 0}, {"4294967295", 4294967295U}, {"1e9", 1}};
+
+// A few moments, so that several copies were launched at the same one.
+constexpr int LAUNCH_TIMES = 3;
+
+template <typename List>
+const auto& any(const RandomNumber& below, const List& list) {
+  return list[below(list.size())];
+}
+
+void addBundle(const RandomNumber& below, const fs::path& dir, RandomEntry& entry) {
+  const std::size_t kind = below(8);
+  entry.hasBundle = kind != 0;
+  if (kind == 1) {
+    writeFile(bundleIn(dir), "a file");
+  } else if (kind == 2) {
+    Copy(dir, "").list("no list");
+  } else if (kind > 2) {
+    entry.version = any(below, VERSIONS);
+    Copy(dir, entry.version);
+  }
+}
+
+void addSafeStart(const RandomNumber& below, const fs::path& mark, RandomEntry& entry) {
+  const std::size_t kind = below(4);
+  if (kind == 1)
+    writeFile(mark, "");
+  else if (kind == 2)
+    fs::create_directory(mark);
+  else if (kind == 3)
+    fs::create_symlink("nowhere", mark);
+  entry.startedSafely = kind == 1 || kind == 2;
+}
+
+RandomEntry addCopy(const RandomNumber& below, const fs::path& dir) {
+  RandomEntry entry;
+  entry.name = dir.filename();
+  fs::create_directories(dir);
+  addBundle(below, dir, entry);
+  const auto& [content, launches] = any(below, LAUNCH_COUNTS);
+  if (!content.empty())
+    writeFile(dir / "launchCount.dat", content);
+  entry.launches = launches;
+  addSafeStart(below, dir / "started.dat", entry);
+  return entry;
+}
+
+void writeLaunchTime(const fs::path& dir, int order) {
+  static const auto now = fs::file_time_type::clock::now();
+  writeFile(dir / "launch.dat", "0");
+  fs::last_write_time(dir / "launch.dat", now - std::chrono::hours(LAUNCH_TIMES - order));
+}
+
+} // namespace
+
+RandomHome::RandomHome(const RandomNumber& below, const fs::path& home)
+    : launcherFolder(home / "Library" / "Application Support" / "VantuOrlixVDILauncher"),
+      clientVersion(any(below, CLIENT_VERSIONS)), outside(home / "outside") {
+  writeFile(outside / "precious" / "file", "precious");
+  fs::create_directories(launcherFolder);
+  const std::size_t missing = below(16);
+  if (missing == 1 || missing == 2)
+    fs::remove(launcherFolder);
+  if (missing == 1)
+    fs::remove(launcherFolder.parent_path());
+  for (auto count = missing == 1 || missing == 2 ? 0 : below(12); count > 0; --count) {
+    const std::string& name = any(below, NAMES);
+    if (!fs::exists(fs::symlink_status(launcherFolder / name)))
+      addEntry(below, name);
+  }
+  chooseWorkingFolder(below, home / "work");
+}
+
+void RandomHome::addEntry(const RandomNumber& below, const std::string& name) {
+  const fs::path place = launcherFolder / name;
+  const std::size_t kind = below(8);
+  if (kind == 0) {
+    writeFile(place, "a file");
+  } else if (kind == 1) {
+    fs::create_symlink("nowhere", place);
+  } else if (kind == 2) { // to a folder outside, which may gain records and nothing else
+    const fs::path target = outside / std::to_string(entries.size());
+    entries.push_back(addCopy(below, target));
+    entries.back().name = name;
+    fs::create_directory_symlink(target, place);
+  } else {
+    entries.push_back(addCopy(below, place));
+    entries.back().launchTime = static_cast<int>(below(LAUNCH_TIMES));
+    if (entries.back().launchTime > 0)
+      writeLaunchTime(place, entries.back().launchTime);
+  }
+}
+
+void RandomHome::chooseWorkingFolder(const RandomNumber& below, const fs::path& ordinary) {
+  fs::create_directory(ordinary);
+  workingFolder = ordinary;
+  const std::size_t kind = below(8);
+  if (kind == 1) {
+    inWorkingFolder = addCopy(below, ordinary);
+  } else if (kind == 2 && fs::exists(launcherFolder)) {
+    workingFolder = launcherFolder;
+  } else if (kind == 3 && !entries.empty()) {
+    const RandomEntry& entry = any(below, entries);
+    if (!fs::is_symlink(launcherFolder / entry.name)) {
+      workingFolder = launcherFolder / entry.name;
+      inWorkingFolder = entry;
+    }
+  }
+}
+
+const RandomEntry& RandomHome::find(const std::string& name) const {
+  return *std::find_if(
+      entries.begin(), entries.end(), [&](const auto& entry) { return entry.name == name; });
+}
+
+bool RandomHome::isViable(const RandomEntry& entry) const {
+  const bool isMember = &entry != &inWorkingFolder || workingFolder.parent_path() == launcherFolder;
+  const bool isJudged = isMember && !entry.version.empty() &&
+                        VersionOracle::exceeds(entry.version, "45.10.0.32950", 4);
+  return entry.hasBundle && !(isJudged && entry.launches >= 3 && !entry.startedSafely);
+}
+
+bool RandomHome::isCompatible(const RandomEntry& entry) const {
+  return clientVersion.empty() || clientVersion == "1.0.0.1" ||
+         (!entry.version.empty() && !VersionOracle::exceeds(entry.version, clientVersion, 2));
+}
+
+std::optional<std::string>
+RandomHome::chosenInLauncherFolder(const std::vector<fs::path>& order) const {
+  std::vector<const RandomEntry*> viable;
+  std::vector<const RandomEntry*> compatible;
+  const auto judge = [&](const RandomEntry& entry) {
+    if (isViable(entry))
+      viable.push_back(&entry);
+    if (isViable(entry) && isCompatible(entry))
+      compatible.push_back(&entry);
+  };
+  judge(inWorkingFolder);
+  for (const auto& dir : order)
+    judge(find(dir.filename()));
+
+  const RandomEntry* best = viable.empty() ? nullptr : viable.front();
+  std::string bestVersion = "0.0.0.0";
+  if (!compatible.empty())
+    best = compatible.front();
+  for (const RandomEntry* entry : compatible.empty() ? viable : compatible) {
+    if (!entry->version.empty() && VersionOracle::exceeds(entry->version, bestVersion, 4)) {
+      best = entry;
+      bestVersion = entry->version;
+    }
+  }
+  const bool isElsewhere =
+      best == &inWorkingFolder && workingFolder.parent_path() != launcherFolder;
+  return best == nullptr || isElsewhere ? std::nullopt : std::optional(best->name);
+}
+
+} // namespace test

@@ -1,0 +1,83 @@
+#pragma once
+
+// What the next launch would do, as the launcher's own rules decide it, and what the last one did.
+
+#include "CleanUp.h"
+#include "LaunchLog.h"
+#include "Selection.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace LauncherInspect {
+
+using Path = std::filesystem::path;
+using FileTime = std::filesystem::file_time_type;
+
+// What the launcher has recorded about a copy. Nothing: the record cannot be examined; the launch
+// itself does not ask for every record.
+struct Records {
+  std::optional<std::uint32_t> launches;
+  std::optional<FileTime> lastLaunch; // FileTime::min(): never
+  std::optional<bool> startedSafely;
+};
+
+// How a version compares with that of the chosen copy. Unordered: neither exceeds the other, and
+// they are not equal, since a component is no number.
+enum class Order { Equal, Lower, Unordered };
+
+struct Candidate {
+  Selection::Candidate decision;
+  std::optional<Records> records; // kept in the launcher folder only
+  bool isChosen = false;
+  Order order = Order::Unordered;
+};
+
+// What the file system refused.
+struct Failure {
+  Path path; // empty: not told
+  std::string reason;
+};
+
+// The folders of the launcher folder after the launch, each list by launch time.
+struct CleanUpPreview {
+  using Folders = CleanUp::LaunchedDirectories;
+
+  bool happens = false; // only after a start from the launcher folder
+  Folders removed;
+  Folders kept;                   // without the started copy, which is always kept
+  Folders tied;                   // of equal launch time, but only some of them are kept
+  std::size_t tiedKept = 0;       // how many of these
+  std::optional<Failure> failure; // the copy has been started by then
+};
+
+struct Facts {
+  std::string clientVersion;
+  bool clientVersionIsOdd = false; // its compared components are not all numbers
+  Path home;
+  Path workingDirectory;
+  Path launcherDirectory; // empty: the home has no Application Support folder
+  bool launcherDirectoryExists = false;
+
+  std::vector<Candidate> candidates; // in scan order
+  std::optional<std::size_t> chosen; // index of a candidate
+  std::size_t eligible = 0;          // how many copies the chosen one was selected from
+  bool fellBack = false;             // no viable copy is compatible, so all of them are eligible
+  bool choseWithoutVersion = false;  // no eligible copy has a version that counts
+  std::optional<Failure> failure;    // the launcher would stop here, before any start
+  CleanUpPreview cleanUp;
+  LastLaunch lastLaunch;
+};
+
+// Looks into the home and the working folder of this process. Changes nothing and raises nothing of
+// the file system.
+Facts findFacts(const std::string& clientVersion);
+
+// The first components of a version, as text.
+std::string firstComponents(const std::string& version, std::size_t count);
+
+} // namespace LauncherInspect

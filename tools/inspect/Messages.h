@@ -1,0 +1,37 @@
+#pragma once
+
+// Every message of a report that has a code, and when it applies. A new message is one row in
+// Messages.cpp; a test compares the codes with those in the manual page and in
+// docs/launcher-inspect-json.md.
+
+#include "Facts.h"
+
+#include <vector>
+
+namespace LauncherInspect {
+
+struct Message {
+  const char* code;
+  bool applies;
+  const char* text; // for fmt; Report.cpp gives the values of its names
+};
+using Messages = std::vector<Message>;
+
+// All messages of a topic, about the chosen candidate, or an empty one when there is none.
+using Topic = Messages(const Facts& facts, const Candidate& candidate);
+
+// Topics of which the report has the first message that applies.
+Topic outcome, client, launcherDirectoryState, cleanUp, launchEnd;
+Topic verdict; // about each candidate
+
+// Topics of which the report has all messages that apply.
+Topic notes, cleanUpNotes;
+Topic warnings; // about each candidate
+
+struct NamedTopic {
+  const char* member; // of the report
+  Topic* topic;
+};
+std::vector<NamedTopic> allTopics();
+
+} // namespace LauncherInspect

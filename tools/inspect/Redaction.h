@@ -1,0 +1,26 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace LauncherInspect {
+
+// How much of the user a report shows: the home folder becomes ~ and, when asked for, the login
+// name becomes stars, in every text that is not the command's own.
+class Redaction {
+public:
+  // An empty login name masks nothing.
+  Redaction(const std::filesystem::path& home, std::string loginName);
+
+  std::string text(std::string text) const;
+  std::string path(const std::filesystem::path& path) const;
+
+  // A path from the launcher's log, where characters of the home folder may be masked already.
+  std::string loggedPath(const std::string& path) const;
+
+private:
+  std::string home; // empty: paths are shown in full
+  std::string loginName;
+};
+
+} // namespace LauncherInspect

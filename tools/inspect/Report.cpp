@@ -1,0 +1,228 @@
+#include "Report.h"
+
+#include "DisplayText.h"
+#include "LauncherConstants.h"
+#include "LocalTime.h"
+#include "Messages.h"
+#include "Redaction.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+
+namespace LauncherInspect {
+
+constexpr int SCHEMA_VERSION = 2;
+constexpr std::size_t LONGEST_VERSION = 40; // in a sentence
+
+// --- Plain values ---
+
+static Report textOrNull(const std::string& text) {
+  return text.empty() ? Report() : Report(text);
+}
+
+template <typename Value>
+static Report valueOrNull(const std::optional<Value>& value) {
+  return value ? Report(*value) : Report();
+}
+
+static Report timeOrNull(const std::optional<FileTime>& time) {
+  if (!time)
+    return Report();
+  return *time == FileTime::min() ? "never" : toTimestamp(*time);
+}
+
+namespace {
+
+// Texts that are not the command's own enter the report by way of the redaction.
+class Writer {
+public:
+  Writer(const Facts& givenFacts, const std::string& loginName)
+      : facts(givenFacts), redaction(givenFacts.home, loginName) {}
+
+  Report report() const {
+    return {
+        {"schemaVersion", SCHEMA_VERSION},
+        {"outcome", first(outcome, chosen)},
+        {"chosen", facts.chosen ? copy(chosen.decision) : Report()},
+        {"notes", all(notes, chosen)},
+        {"warnings", allWarnings()},
+        {"clientVersion", redaction.text(facts.clientVersion)},
+        {"client", first(client, chosen)},
+        {"home", redaction.text(facts.home.string())},
+        {"workingDirectory", redaction.path(facts.workingDirectory)},
+        {"launcherDirectory", redaction.path(facts.launcherDirectory)},
+        {"launcherDirectoryState", first(launcherDirectoryState, chosen)},
+        {"candidates", candidates()},
+        {"cleanUp", describeCleanUp()},
+        {"lastLaunch", lastLaunch()}};
+  }
+
+private:
+  // --- Values in sentences ---
+
+  std::string version(const std::string& text) const {
+    return shorten(redaction.text(text), LONGEST_VERSION);
+  }
+
+  std::string versionStart(const std::string& text) const {
+    return version(firstComponents(text, Selection::COMPATIBLE_VERSION_COMPONENTS));
+  }
+
+  std::string failure(const std::optional<Failure>& failure) const {
+    if (!failure)
+      return {};
+    const std::string place = failure->path.empty() ? "" : redaction.path(failure->path) + ": ";
+    return place + redaction.text(failure->reason);
+  }
+
+  std::size_t count(Selection::Status status) const {
+    return static_cast<std::size_t>(std::count_if(
+        facts.candidates.begin(), facts.candidates.end(), [status](const auto& candidate) {
+          return candidate.decision.status == status;
+        }));
+  }
+
+  // --- Messages ---
+
+  std::string fill(const char* text, const Selection::Candidate& about) const {
+    return fmt::format(
+        fmt::runtime(text),
+        fmt::arg("bundle", VDI_MAIN_APP_NAME),
+        fmt::arg("bundleless", bundleless),
+        fmt::arg("candidates", facts.candidates.size()),
+        fmt::arg("chosen", version(chosen.decision.version)),
+        fmt::arg("cleanUpFailure", failure(facts.cleanUp.failure)),
+        fmt::arg("client", version(facts.clientVersion)),
+        fmt::arg("clientStart", versionStart(facts.clientVersion)),
+        fmt::arg("clientVersion", redaction.text(facts.clientVersion)),
+        fmt::arg("corrupt", corrupt),
+        fmt::arg("directory", redaction.path(about.dir)),
+        fmt::arg("eligible", facts.eligible),
+        fmt::arg("failure", failure(facts.failure)),
+        fmt::arg("kind", facts.clientVersion.empty() || facts.fellBack ? "viable" : "compatible"),
+        fmt::arg("launchCount", facts.lastLaunch.launchCount.value_or(0)),
+        fmt::arg("launcherDirectory", redaction.path(facts.launcherDirectory)),
+        fmt::arg("launches", about.corruptCheck.launchCount),
+        fmt::arg("logFailure", redaction.text(facts.lastLaunch.unreadableReason)),
+        fmt::arg("lowest", Selection::LOWEST_CANDIDATE_VERSION),
+        fmt::arg("threshold", Selection::CORRUPT_LAUNCH_COUNT_THRESHOLD),
+        fmt::arg("tied", facts.cleanUp.tied.size()),
+        fmt::arg("tiedKept", facts.cleanUp.tiedKept),
+        fmt::arg("version", version(about.version)),
+        fmt::arg("versionStart", versionStart(about.version)));
+  }
+
+  Report words(const Message& message, const Candidate& about) const {
+    return {{"code", message.code}, {"text", fill(message.text, about.decision)}};
+  }
+
+  Report first(Topic topic, const Candidate& about) const {
+    const auto messages = topic(facts, about);
+    const auto applies = [](const Message& message) { return message.applies; };
+    return words(*std::find_if(messages.begin(), messages.end(), applies), about);
+  }
+
+  Report all(Topic topic, const Candidate& about) const {
+    Report list = Report::array();
+    for (const auto& message : topic(facts, about)) {
+      if (message.applies)
+        list.push_back(words(message, about));
+    }
+    return list;
+  }
+
+  Report allWarnings() const {
+    Report list = Report::array();
+    std::set<Path> warned; // a working folder that lies in the launcher folder is listed twice
+    for (const auto& candidate : facts.candidates) {
+      const Report more = all(warnings, candidate);
+      if (warned.insert(candidate.decision.dir).second)
+        list.insert(list.end(), more.begin(), more.end());
+    }
+    return list;
+  }
+
+  // --- Parts of the report ---
+
+  Report copy(const Selection::Candidate& candidate) const {
+    return {
+        {"directory", redaction.path(candidate.dir)},
+        {"version", textOrNull(redaction.text(candidate.version))}};
+  }
+
+  Report candidates() const {
+    Report list = Report::array();
+    for (const auto& candidate : facts.candidates) {
+      const Records records = candidate.records.value_or(Records{});
+      list.push_back(copy(candidate.decision));
+      list.back().update(
+          {{"inLauncherDirectory", candidate.records.has_value()},
+           {"launches", valueOrNull(records.launches)},
+           {"lastLaunch", timeOrNull(records.lastLaunch)},
+           {"startedSafely", valueOrNull(records.startedSafely)},
+           {"nearlyCorrupt", !all(warnings, candidate).empty()},
+           {"verdict", first(verdict, candidate)}});
+    }
+    return list;
+  }
+
+  Report launched(const Path& dir, const std::optional<FileTime>& time) const {
+    return {{"directory", redaction.path(dir)}, {"lastLaunch", timeOrNull(time)}};
+  }
+
+  Report launched(const CleanUpPreview::Folders& folders) const {
+    Report list = Report::array();
+    for (const auto& folder : folders)
+      list.push_back(launched(folder.dir, folder.launchTime));
+    return list;
+  }
+
+  Report describeCleanUp() const {
+    const CleanUpPreview& preview = facts.cleanUp;
+    Report object = first(cleanUp, chosen);
+    object["notes"] = all(cleanUpNotes, chosen);
+    object["removed"] = launched(preview.removed);
+    object["tied"] = launched(preview.tied);
+    object["tiedKept"] = preview.tiedKept;
+    object["kept"] = launched(preview.kept);
+    if (preview.happens)
+      object["kept"].push_back(
+          launched(chosen.decision.dir, chosen.records.value_or(Records{}).lastLaunch));
+    return object;
+  }
+
+  Report lastLaunch() const {
+    const LastLaunch& launch = facts.lastLaunch;
+    Report object = {{"log", redaction.path(launch.log)}, {"time", textOrNull(launch.time)}};
+    object["clientVersion"] =
+        launch.clientVersion ? Report(redaction.text(*launch.clientVersion)) : Report();
+    object["chosen"] = Report();
+    if (launch.chosen && !launch.chosen->directory.empty())
+      object["chosen"] = {
+          {"directory", redaction.loggedPath(launch.chosen->directory)},
+          {"version", redaction.text(launch.chosen->version)}};
+    object["launches"] = valueOrNull(launch.launchCount);
+    object["removalFailures"] = Report::array();
+    for (const auto& reason : launch.removalFailures)
+      object["removalFailures"].push_back(redaction.text(reason));
+    object["end"] = first(launchEnd, chosen);
+    return object;
+  }
+
+  const Facts& facts;
+  const Redaction redaction;
+  const Candidate nobody{};
+  const Candidate& chosen = facts.chosen ? facts.candidates[*facts.chosen] : nobody;
+  const std::size_t bundleless = count(Selection::Status::NoBundle);
+  const std::size_t corrupt = count(Selection::Status::Corrupt);
+};
+
+} // namespace
+
+Report makeReport(const Facts& facts, const std::string& loginName) {
+  return Writer(facts, loginName).report();
+}
+
+} // namespace LauncherInspect

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "Facts.h"
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+
+namespace LauncherInspect {
+
+// All that is told to the user: worded, coded and redacted, a document of plain values whose
+// members docs/launcher-inspect-json.md describes. The layouts only lay it out and escape it; its
+// texts may hold any byte.
+using Report = nlohmann::ordered_json;
+
+// A login name that is not empty is replaced by stars in every text that is not the command's own.
+Report makeReport(const Facts& facts, const std::string& loginName);
+
+} // namespace LauncherInspect
