@@ -2,6 +2,7 @@
 #include "User.h"
 
 #include <ctime>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -144,6 +145,22 @@ TEST_F(UnnamedHome, MayStandInALongEntry) {
   EXPECT_EQ(launch(), "returned 0");
   EXPECT_TRUE(fs::exists(home.launchLog()));
   outcome();
+}
+
+// No entry for the user, or one that no system has: it is not looked for in more and more memory.
+TEST_F(UnnamedHome, MayNotBeFound) {
+  const std::pair<uid_t, std::size_t> entries[] = {
+      {::geteuid() + 1, 100}, {::geteuid(), 2 * 1024 * 1024}};
+  const Copy copy = makeCopy(fs::current_path() / "Application Support/VantuOrlixVDILauncher/copy");
+  for (const auto& [user, size] : entries) {
+    startHostFor(user, size);
+    EXPECT_EQ(launch(), "returned 0");
+    endHost();
+    EXPECT_FALSE(fs::exists(home.launchLog()));
+    EXPECT_FALSE(fs::exists(copy.dir() / "launchCount.dat"));
+    EXPECT_FALSE(fs::exists("Library"));
+    EXPECT_FALSE(fs::exists(home.launchLog().filename()));
+  }
 }
 
 } // namespace test

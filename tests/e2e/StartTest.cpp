@@ -303,6 +303,22 @@ TEST_F(Start, ReportsDeniedPipe) {
   EXPECT_EQ(part(host().describe(), "descriptor 0"), before);
 }
 
+TEST_F(Start, ReportsDeniedMemory) {
+  makeCopy();
+  tell({"answer", "new", "no"});
+  EXPECT_EQ(launchNone(), "Failed to run the app: std::bad_alloc");
+}
+
+TEST_F(Start, ReportsLostWorkingFolder) {
+  fs::create_directory("lost");
+  const Result result = run(
+      {{"/bin/sh", "-c", "rmdir \"$PWD\" && exec '" APPLICATION_PROGRAM "' '' loadmode"},
+       "lost",
+       {{"LOADER_OPERATIONS", "start"}}});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(outcome(), failure(executableIn({}), "No such file or directory"));
+}
+
 // There is no one left to report it.
 TEST_F(Start, FailsSilentlyWithoutThread) {
   const Copy copy = makeCopy();

@@ -8,10 +8,12 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
+#include <cstdlib>
 #include <ctime>
 #include <dlfcn.h>
 #include <map>
 #include <mutex>
+#include <new>
 #include <pthread.h>
 #include <pwd.h>
 #include <semaphore.h>
@@ -27,6 +29,7 @@ enum class Answer { YES, LATER, NO };
 std::atomic<Answer> answerToFork{Answer::YES};
 std::atomic<Answer> answerToThread{Answer::YES};
 std::atomic<Answer> answerToPipe{Answer::YES};
+std::atomic<Answer> answerToNew{Answer::YES}; // outside the main thread
 std::atomic<int> forks{0};
 std::atomic<int> pipes{0};
 
@@ -95,7 +98,10 @@ namespace test::FakeSystem {
 
 bool setAnswer(const std::string& function, const std::string& answer) {
   const std::map<std::string, std::atomic<Answer>*> functions = {
-      {"fork", &answerToFork}, {"pthread_create", &answerToThread}, {"pipe2", &answerToPipe}};
+      {"fork", &answerToFork},
+      {"pthread_create", &answerToThread},
+      {"pipe2", &answerToPipe},
+      {"new", &answerToNew}};
   const std::map<std::string, Answer> answers = {
       {"yes", Answer::YES}, {"later", Answer::LATER}, {"no", Answer::NO}};
   if (functions.count(function) == 0 || answers.count(answer) == 0)
@@ -152,6 +158,24 @@ std::string outcome() {
 }
 
 } // namespace test::FakeSystem
+
+// --- In place of the C++ library's ---
+
+void* operator new(std::size_t size) {
+  void* const memory = ::malloc(size);
+  const bool denied = answerToNew == Answer::NO && ::gettid() != ::getpid();
+  if (memory == nullptr || denied)
+    throw std::bad_alloc();
+  return memory;
+}
+
+void operator delete(void* memory) noexcept {
+  ::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+  ::free(memory);
+}
 
 // --- In place of the C library's ---
 

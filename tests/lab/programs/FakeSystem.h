@@ -2,14 +2,14 @@
 
 #include <string>
 
-// The host's own versions of functions that the launcher library calls in the C library: fork,
-// pthread_create, pipe2, getpwuid_r and syslog. They do what the C library does until told
-// otherwise.
+// The host's own versions of functions that the launcher library calls: fork, pthread_create,
+// pipe2, getpwuid_r, syslog and operator new. They do what they always do until told otherwise.
 
 namespace test::FakeSystem {
 
-// "yes": fork, pthread_create or pipe2 succeeds; "no": it fails; "later": it waits for another
-// answer, pipe2 with the pipe already open. Whether there is such a function and such an answer.
+// "yes": fork, pthread_create, pipe2 or (outside the main thread) new succeeds; "no": it fails;
+// "later": it waits for another answer, pipe2 with the pipe already open. Whether there is such a
+// function and such an answer.
 bool setAnswer(const std::string& function, const std::string& answer);
 
 // How often fork or pipe2 was called so far, calls that still wait included.
