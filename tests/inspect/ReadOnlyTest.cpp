@@ -21,6 +21,8 @@ using ::testing::Not;
 
 namespace {
 
+const std::vector<std::string> LAUNCH{HOST_PROGRAM, "load", LAUNCHER_LIBRARY, "--", "launch"};
+
 // A home in which a launch would write, mark and remove.
 void layOut(const fs::path& home) {
   const fs::path folder = home / "Library/Application Support/VantuOrlixVDILauncher";
@@ -145,7 +147,7 @@ TEST(ReadOnly, LaunchChangesTree) {
   const ScopedHome home;
   layOut(home.path());
   const auto before = snapshot(home.path());
-  test::run({{IMPATIENT_HOST, LAUNCHER_LIBRARY}, home.path() / "work"});
+  test::run({LAUNCH, home.path() / "work"});
   EXPECT_NE(snapshot(home.path()), before);
 }
 
@@ -169,7 +171,7 @@ TEST(ReadOnly, MakesNoChangingCall) {
 TEST(ReadOnly, TraceShowsLaunch) {
   const ScopedHome home;
   layOut(home.path());
-  const auto found = changes({IMPATIENT_HOST, LAUNCHER_LIBRARY}, home.path() / "work");
+  const auto found = changes(LAUNCH, home.path() / "work");
   for (const char* part : {"corrupt.dat", "launchCount.dat", "unlinkat(", "mkdir(", "write("})
     EXPECT_THAT(found, ::testing::Contains(::testing::HasSubstr(part)));
 }
