@@ -145,7 +145,7 @@ TEST(ReadOnly, LaunchChangesTree) {
   const ScopedHome home;
   layOut(home.path());
   const auto before = snapshot(home.path());
-  test::run({{IMPATIENT_HOST, LAUNCHER_LIBRARY}, home.path() / "work"});
+  test::run({{HOST_PROGRAM, "load", LAUNCHER_LIBRARY, "--", "launch"}, home.path() / "work"});
   EXPECT_NE(snapshot(home.path()), before);
 }
 
@@ -169,7 +169,8 @@ TEST(ReadOnly, MakesNoChangingCall) {
 TEST(ReadOnly, TraceShowsLaunch) {
   const ScopedHome home;
   layOut(home.path());
-  const auto found = changes({IMPATIENT_HOST, LAUNCHER_LIBRARY}, home.path() / "work");
+  const auto found =
+      changes({HOST_PROGRAM, "load", LAUNCHER_LIBRARY, "--", "launch"}, home.path() / "work");
   for (const char* part : {"corrupt.dat", "launchCount.dat", "unlinkat(", "mkdir(", "write("})
     EXPECT_THAT(found, ::testing::Contains(::testing::HasSubstr(part)));
 }
