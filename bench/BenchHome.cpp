@@ -5,13 +5,15 @@
 namespace fs = std::filesystem;
 
 // The executable is the same file in all copies.
-static void addCopy(const fs::path& dir, const std::string& version, const fs::path& executable) {
+static test::Copy
+addCopy(const fs::path& dir, const std::string& version, const fs::path& executable) {
   static const std::string list = test::readFile(BENCH_INFO_PLIST);
   static const std::regex placeholder("@VERSION@");
-  const fs::path contents = dir / "OrlixVDIPlugin.app" / "Contents";
-  test::writeFile(contents / "Info.plist", std::regex_replace(list, placeholder, version));
-  fs::create_directory(contents / "MacOS");
-  fs::create_hard_link(executable, contents / "MacOS" / "OrlixVDIPlugin");
+  test::Copy copy(dir);
+  copy.list(std::regex_replace(list, placeholder, version));
+  fs::create_directory(test::executableIn(dir).parent_path());
+  fs::create_hard_link(executable, test::executableIn(dir));
+  return copy;
 }
 
 BenchHome::BenchHome(int copies) {
@@ -24,9 +26,9 @@ BenchHome::BenchHome(int copies) {
   addCopy(workFolder(), "45.12.0.900", executable);
   for (int number = 1; number < copies; ++number) {
     const std::string version = "45.11.0." + std::to_string(number);
-    addCopy(launcher / version, version, executable);
-    test::writeFile(launcher / version / "launchCount.dat", "1");
-    test::writeFile(launcher / version / "launch.dat", "1700000000");
-    test::writeFile(launcher / version / "started.dat", "");
+    addCopy(launcher / version, version, executable)
+        .launches("1")
+        .launched(std::chrono::hours(0))
+        .startedSafely();
   }
 }

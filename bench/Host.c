@@ -1,6 +1,7 @@
 // A host of the library for measurements: loads it as a foreign host does, calls its entry point
 // once in launcher mode, and reports what the call cost without the pause. The functions that the
-// library would call for the pause and for the system log are this program's own.
+// library would call for the pause and for the system log are this program's own. In C, as the
+// baseline is: a host in C++ has loaded the standard library before the measurement begins.
 // Usage: bench_host LIBRARY CLIENT_VERSION
 
 #include "Measure.h"

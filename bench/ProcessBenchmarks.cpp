@@ -3,11 +3,13 @@
 // samples of all programs side by side.
 
 #include "BenchHome.h"
+#include "Sandbox.h"
 
 #include <benchmark/benchmark.h>
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <map>
 #include <memory>
@@ -104,7 +106,15 @@ void addLaunch(
 
 } // namespace
 
+// Launches look at /Applications. The homes stay on the machine's file system, which is measured.
+static void enterSandbox() {
+  const auto temporaryFolder = std::filesystem::temp_directory_path();
+  test::Sandbox::enter();
+  ::setenv("TMPDIR", temporaryFolder.c_str(), 1);
+}
+
 int main(int argc, char** argv) {
+  enterSandbox();
   for (const int copies : HOME_SIZES) {
     const int repetitions = copies <= 100 ? 41 : copies <= 1000 ? 15 : 7;
     const int scriptRepetitions = copies <= 100 ? 11 : copies <= 1000 ? 3 : 1;
