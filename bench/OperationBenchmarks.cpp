@@ -18,7 +18,7 @@
 
 static sem_t startReported;
 
-// Stands in for the C library's, to learn that the start is over.
+// A fake of the C library's function, which tells when the start is over.
 extern "C" void syslog(int, const char*, ...) {
   sem_post(&startReported);
 }

@@ -2,7 +2,7 @@
 """Turns the results of the benchmarks into the figures of docs/performance.md and its plot.
 
 Usage: bench/report.py RESULTS_FOLDER DOCS_FOLDER
-Exit status 1 when a target is missed, 2 on wrong usage.
+Exit status 1 when a promise does not hold, or on wrong usage.
 """
 
 import json
@@ -183,7 +183,7 @@ def main():
     draw(processes, docs / "performance.png")
     print(text)
     if not holds:
-        sys.exit("bench/report.py: a target is missed; see the table above.")
+        sys.exit("bench/report.py: a promise does not hold; see the table above.")
 
 
 if __name__ == "__main__":

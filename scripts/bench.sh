@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Measures what a launch costs, beside a baseline in C and a shell script, and writes the figures into
-# docs/performance.md and docs/performance.png. Exit status 1 when a target is missed.
+# docs/performance.md and docs/performance.png. Exit status 1 when a promise does not hold.
 # Takes about five minutes. Other work on the machine changes the times more than the ratios.
 set -euo pipefail
 cd "$(dirname "$0")/.."

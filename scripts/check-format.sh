@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks the format of every C++ and Objective-C++ source; with --fix, mends it.
+# Checks the format of every C, C++ and Objective-C++ source; with --fix, corrects it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -20,7 +20,7 @@ cmake --build --preset fuzz
 results=$PWD/build/fuzz/results
 rm -rf "$results"
 mkdir -p "$results"
-# Homes are laid out and removed by the thousand: in memory.
+# Thousands of homes are laid out and removed, so they are kept in memory.
 TMPDIR=$(mktemp -d /dev/shm/launcher-fuzz.XXXXXX)
 export TMPDIR seconds results
 trap 'rm -rf "$TMPDIR"' EXIT

@@ -37,7 +37,7 @@ test zsh checks the completion for zsh
 test strace traces what a process asks of the system
 test python3 drives the launches that are disturbed from outside
 test clang-format-16 checks the format
-clang clang-tidy-16 finds slips that no compiler names
+clang clang-tidy-16 static analysis
 clang clang-16 second compiler
 clang libc++-16-dev the standard library of macOS
 clang libc++abi-16-dev its runtime part
@@ -59,9 +59,9 @@ fuzz libplist-dev reads property lists, as an oracle
 fuzz libclang-rt-16-dev libFuzzer and the sanitizers of clang
 bench libbenchmark-dev micro-benchmarks with repetitions and random interleaving
 bench libplist-dev reads property lists in the baseline
-bench libplist-utils the tool that the shell script of the comparison calls
+bench libplist-utils plistutil, which the compared scripts call
 bench gnuplot-nox draws the plot
-bench binutils section sizes and relocations
+bench binutils strips the library and lists its relocations
 LIST
 }
 

@@ -54,7 +54,7 @@ protected:
   // One launch in that host: "returned 0", or which exception left the library.
   std::string launch(const std::vector<std::string>& arguments = {"launchermode"});
 
-  // --- What came of it ---
+  // --- Outcome ---
 
   // Waits until the outcome of the only start so far stands in the system log, and no thread of it
   // is left.

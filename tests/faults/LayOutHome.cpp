@@ -1,5 +1,5 @@
-// Lays out a home for the fault tests. Beside the launcher's folders it holds things to lose.
-// Usage: lay_out_home plain|corrupt|cleaning|first HOME APPLICATION
+// Lays out a home for the fault tests. Beside the launcher's folders it holds files that must not
+// change. Usage: lay_out_home plain|corrupt|cleaning|first HOME APPLICATION
 
 #include "Home.h"
 

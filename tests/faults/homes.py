@@ -45,7 +45,7 @@ def snapshot(home):
     return found
 
 
-def has_to_go(name, times, launched):
+def may_be_removed(name, times, launched):
     """Whether enough folders, beside the launched one, were launched no earlier than this one."""
     later = [other for other in times
              if other not in (name, launched) and times[other] >= times[name]]
@@ -142,7 +142,7 @@ class Home:
         removed = self.times.keys() - self.launch_times().keys()
         promise(launched not in removed, "the launched copy was removed")
         possible = [self.times] + [{**self.times, name: 0} for name in perhaps_never_launched]
-        promise(any(all(has_to_go(name, known, launched) for name in removed) for known in possible),
+        promise(any(all(may_be_removed(name, known, launched) for name in removed) for known in possible),
                 f"removed against the rule: {', '.join(sorted(removed))}")
 
     def check_next_launch(self, programs, starts=1):

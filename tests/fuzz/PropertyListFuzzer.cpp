@@ -124,7 +124,7 @@ std::vector<std::string> textsIn(const test::PlistOracle& oracle) {
   return texts;
 }
 
-// XML ends a line with "\n" only; libplist keeps what stands in the file.
+// XML ends a line with "\n" only; libplist keeps the file's line ends.
 std::vector<std::string> withXmlLineEnds(std::vector<std::string> texts) {
   static const std::regex lineEnd("\r\n?");
   for (auto& text : texts)

@@ -67,7 +67,7 @@ TEST(LaunchLog, SaysWhyItIsUnread) {
   const test::ScopedFolder folder;
   const auto log = folder.path() / "log.txt";
   EXPECT_THAT(endOf(readLaunchLog(log)), StartsWith("no-log: none: there is no log"));
-  EXPECT_THAT(endOf(readLaunchLog(folder.path())), EndsWith("read (it is no regular file)"));
+  EXPECT_THAT(endOf(readLaunchLog(folder.path())), EndsWith("read (it is not a regular file)"));
   test::writeFile(log, ENTERED);
   std::filesystem::resize_file(log, std::uintmax_t{1} << 31);
   EXPECT_THAT(endOf(readLaunchLog(log)), EndsWith("read (it is larger than any launch's log)"));

@@ -18,7 +18,7 @@ json report(const Facts& facts, const std::string& loginName = "") {
   return json(makeReport(facts, loginName));
 }
 
-const std::string SAMPLE = R"json({
+const std::string SAMPLE = R"({
   "schemaVersion": 2,
   "outcome": {"code": "would-start", "text": "Would start 45.12.0.900"},
   "chosen": {"directory": "FOLDER/45.12.0.900", "version": "45.12.0.900"},
@@ -57,7 +57,7 @@ const std::string SAMPLE = R"json({
   "cleanUp": {
     "code": "happens",
     "text": "keeps the started copy and the two others that were launched last",
-    "notes": [{"code": "tied", "text": "equal launch times: the launcher keeps 1 of these 2, and which is not defined"}],
+    "notes": [{"code": "tied", "text": "equal launch times: the launcher keeps 1 of these 2; which ones is not defined"}],
     "removed": [{"directory": "FOLDER/broken", "lastLaunch": "never"}],
     "tied": [{"directory": "FOLDER/newer", "lastLaunch": "never"}, {"directory": "FOLDER/again", "lastLaunch": "never"}],
     "tiedKept": 1,
@@ -72,11 +72,12 @@ const std::string SAMPLE = R"json({
         "removalFailures" : ["Permission denied"],
                             "end" : {
     "code" : "recorded",
-             "text"
-        : "start requested and recorded as launch 12; the system log tells whether it came up"
+             "text" : "start requested and recorded as launch 12; the system log tells whether the "
+                      "application started"
   }
 }
-})json";
+}
+)";
 
 } // namespace
 

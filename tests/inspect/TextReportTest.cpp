@@ -93,7 +93,7 @@ Last launch, as its log tells
   chosen folder    ~/Library/Application Support/VantuOrlixVDILauncher/
                    45.12.0.900
   ended            start requested and recorded as launch 12; the system log
-                   tells whether it came up
+                   tells whether the application started
   not removed      Permission denied
 )");
 }

@@ -151,7 +151,8 @@ TEST(Messages, NoteTheUnusual) {
   EXPECT_THAT(codes(nothing["notes"]), ElementsAre("nothing-viable"));
   EXPECT_EQ(
       nothing["notes"][0]["text"],
-      "5 candidates: 4 without application bundle, 1 corrupt. There is nothing to fall back to.");
+      "5 candidates: 4 without an application bundle, 1 corrupt. There is nothing to fall back "
+      "to.");
 }
 
 TEST(Messages, WarnEarly) {

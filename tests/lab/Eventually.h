@@ -5,8 +5,8 @@
 
 namespace test {
 
-// Polls until the condition holds, for as long as a very slow machine needs. Whether it came to
-// hold.
+// Polls until the condition holds, for as long as a very slow machine needs. Returns whether it
+// did.
 template <typename Condition>
 bool eventually(Condition condition) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);

@@ -12,8 +12,8 @@
 #include <system_error>
 #include <unistd.h>
 
-// System calls rather than bubblewrap: it takes ten times as long, and ctest runs every test in a
-// process of its own.
+// Made with system calls, without a helper program: ctest runs every test in a process of its own,
+// so entering must be quick.
 
 namespace fs = std::filesystem;
 
@@ -51,7 +51,7 @@ void unshareAsOrdinaryUser() {
   writeFile("/proc/self/gid_map", group + " " + group + " 1");
 }
 
-// Those of the user namespace, with which denied permissions would not count.
+// With the user namespace's capabilities, denied permissions would have no effect.
 void dropCapabilities() {
   __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
   const __user_cap_data_struct none[2]{};

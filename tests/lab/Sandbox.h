@@ -6,8 +6,8 @@
 
 namespace test::Sandbox {
 
-// Moves this process, which must have one thread, into a sandbox of its own. Throws what to do
-// about it where that is impossible.
+// Moves this process, which must have one thread, into a sandbox of its own. If that is
+// impossible, throws an exception that says what to do.
 void enter();
 
 // The sandbox's /Applications for the length of a scope, emptied at its end. Throws outside a

@@ -6,7 +6,7 @@
 namespace test {
 
 // A fake daemon of the system log, at the sandbox's own /dev/log: receives what processes write
-// with syslog(3). Without one, nobody listens.
+// with syslog(3). Without it, nothing listens there.
 class SystemLog {
 public:
   struct Entry {

@@ -107,7 +107,7 @@ static void parse(std::istream& log, LastLaunch& launch) {
 
 static std::string reasonNotToRead(const fs::path& log) {
   if (!fs::is_regular_file(log))
-    return "it is no regular file";
+    return "it is not a regular file";
   return fs::file_size(log) > MAXIMUM_LOG_SIZE ? "it is larger than any launch's log" : "";
 }
 

@@ -62,7 +62,8 @@ static int inspect(const Arguments& arguments) {
   const Report report = makeReport(findFacts(arguments.clientVersion), mask);
   std::cout << (arguments.json ? toJson(report) : toText(report, describeOutput())) << std::flush;
   if (!std::cout)
-    throw std::runtime_error("the report cannot be written; is there room where it goes?");
+    throw std::runtime_error(
+        "the report cannot be written; check that there is space where it goes");
   return report.at("chosen").is_null() ? NO_COPY_WOULD_START : COPY_WOULD_START;
 }
 

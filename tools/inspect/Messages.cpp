@@ -13,7 +13,7 @@ Messages outcome(const Facts& facts, const Candidate& candidate) {
        "Nothing would start: the launcher would stop at an error. {failure}. Make it accessible "
        "to this user, or inspect as the user who owns it."},
       {"nothing-viable", !facts.chosen, "Nothing would start: no candidate is viable"},
-      {"would-start", candidate.decision.version.empty(), "Would start a copy without version"},
+      {"would-start", candidate.decision.version.empty(), "Would start a copy without a version"},
       {"would-start", true, "Would start {version}"}};
 }
 
@@ -21,7 +21,7 @@ Messages notes(const Facts& facts, const Candidate& candidate) {
   return {
       {"nothing-viable",
        !facts.failure && !facts.chosen,
-       "{candidates} candidates: {bundleless} without application bundle, {corrupt} corrupt. "
+       "{candidates} candidates: {bundleless} without an application bundle, {corrupt} corrupt. "
        "There is nothing to fall back to."},
       {"nothing-compatible",
        candidate.isChosen && facts.fellBack,
@@ -113,7 +113,7 @@ Messages cleanUpNotes(const Facts& facts, const Candidate&) {
   return {
       {"tied",
        !facts.cleanUp.tied.empty(),
-       "equal launch times: the launcher keeps {tiedKept} of these {tied}, and which is not "
+       "equal launch times: the launcher keeps {tiedKept} of these {tied}; which ones is not "
        "defined"}};
 }
 
@@ -131,15 +131,15 @@ Messages launchEnd(const Facts& facts, const Candidate&) {
        "no copy was viable, nothing was started"},
       {"recorded",
        last.launchCount.has_value(),
-       "start requested and recorded as launch {launchCount}; the system log tells whether it "
-       "came up"},
+       "start requested and recorded as launch {launchCount}; the system log tells whether the "
+       "application started"},
       {"recorded",
        last.isRecorded,
-       "start requested and recorded; the system log tells whether it came up"},
+       "start requested and recorded; the system log tells whether the application started"},
       {"unrecorded",
        last.isUncleaned,
        "start requested, not recorded outside of the launcher folder; the system log tells "
-       "whether it came up"},
+       "whether the application started"},
       {"at-choice",
        true,
        "after the choice: cut short, still under way, or its record could not be written"}};

@@ -213,8 +213,8 @@ private:
 
   const Facts& facts;
   const Redaction redaction;
-  const Candidate nobody{};
-  const Candidate& chosen = facts.chosen ? facts.candidates[*facts.chosen] : nobody;
+  const Candidate noCandidate{};
+  const Candidate& chosen = facts.chosen ? facts.candidates[*facts.chosen] : noCandidate;
   const std::size_t bundleless = count(Selection::Status::NoBundle);
   const std::size_t corrupt = count(Selection::Status::Corrupt);
 };

@@ -10,8 +10,9 @@ struct Terminal {
   bool colour = false;
 };
 
-// COLUMNS, if it is a number, goes before the terminal's own width; without either, 80 columns.
-// Colour only on a terminal, and not when NO_COLOR is set.
+// COLUMNS, if it is a positive number, takes precedence over the terminal's own width; without
+// either, 80 columns. The width is kept between 40 and 1000. Colour only on a terminal, unless
+// NO_COLOR is not empty or TERM is "dumb".
 Terminal describeOutput();
 
 } // namespace LauncherInspect

@@ -1,5 +1,4 @@
-// Neither syslog.h nor another header that declares the functions defined here in a hardened form:
-// with _FORTIFY_SOURCE it defines some of them itself.
+// Do not include syslog.h: with _FORTIFY_SOURCE it defines functions that this file defines.
 
 #include "FakeSystem.h"
 

@@ -88,7 +88,7 @@ std::string launchAndExit(const Words& words) {
   std::exit(launch(words) == "returned 0" ? 0 : 1);
 }
 
-// --- What is to be seen of it ---
+// --- What tests can observe ---
 
 std::string describe(const Words&) {
   return test::toText(test::currentState());
@@ -204,7 +204,7 @@ std::string closeStandardStreams(const Words&) {
 
 // --- Users ---
 
-// Such a process can only be examined, even by its own leak check, if it allows that.
+// After a change of user, a process must allow its examination, even by its own leak check.
 std::string allowExamination(bool changed) {
   return doneIf(changed && ::prctl(PR_SET_DUMPABLE, 1) == 0);
 }
