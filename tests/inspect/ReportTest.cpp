@@ -18,7 +18,7 @@ json report(const Facts& facts, const std::string& loginName = "") {
   return json(makeReport(facts, loginName));
 }
 
-const std::string SAMPLE = R"({
+const std::string SAMPLE = R"report({
   "schemaVersion": 2,
   "outcome": {"code": "would-start", "text": "Would start 45.12.0.900"},
   "chosen": {"directory": "FOLDER/45.12.0.900", "version": "45.12.0.900"},
@@ -63,21 +63,16 @@ const std::string SAMPLE = R"({
     "tiedKept": 1,
     "kept": [{"directory": "FOLDER/corrupt", "lastLaunch": "MOMENT"}, {"directory": "FOLDER/45.12.0.900", "lastLaunch": "MOMENT"}]},
   "lastLaunch": {
-  "log" : "~/Library/Logs/VantuOrlixVDI/vdi-launch-launchmode-log.txt",
-          "time" : "2026-03-07 14:05:06.001",
-                   "clientVersion" : "45.12.0.1000",
-                                     "chosen"
-      : {"directory" : "FOLDER/45.12.0.900", "version" : "45.12.0.900"},
-        "launches" : 12,
-        "removalFailures" : ["Permission denied"],
-                            "end" : {
-    "code" : "recorded",
-             "text" : "start requested and recorded as launch 12; the system log tells whether the "
-                      "application started"
-  }
-}
-}
-)";
+    "log": "~/Library/Logs/VantuOrlixVDI/vdi-launch-launchmode-log.txt",
+    "time": "2026-03-07 14:05:06.001",
+    "clientVersion": "45.12.0.1000",
+    "chosen": {"directory": "FOLDER/45.12.0.900", "version": "45.12.0.900"},
+    "launches": 12,
+    "removalFailures": ["Permission denied"],
+    "end": {
+      "code": "recorded",
+      "text": "start requested and recorded as launch 12; the system log tells whether the application started"}}
+})report";
 
 } // namespace
 

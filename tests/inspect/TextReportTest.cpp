@@ -80,8 +80,8 @@ Clean-up after this launch
   removes          never                broken
   tied             never                newer
   tied             never                again
-                   ^ equal launch times: the launcher keeps 1 of these 2, and
-                   which is not defined
+                   ^ equal launch times: the launcher keeps 1 of these 2; which
+                   ones is not defined
   keeps            2026-03-07 14:05:09  corrupt
   keeps            by this launch       45.12.0.900
 
