@@ -161,9 +161,9 @@ std::string outcome() {
 // --- In place of the C++ library's ---
 
 void* operator new(std::size_t size) {
-  void* const memory = ::malloc(size);
   const bool denied = answerToNew == Answer::NO && ::gettid() != ::getpid();
-  if (memory == nullptr || denied)
+  void* const memory = denied ? nullptr : ::malloc(size);
+  if (memory == nullptr)
     throw std::bad_alloc();
   return memory;
 }
