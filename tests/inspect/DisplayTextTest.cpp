@@ -37,7 +37,8 @@ TEST(Escape, InvisibleCharacters) {
         {0x2028, 0x202E},
         {0x2060, 0x206F},
         {0x3164, 0x3164},
-        {0xFEFF, 0xFEFF}}) {
+        {0xFEFF, 0xFEFF},
+        {0xFFF9, 0xFFFB}}) {
     for (unsigned character = first; character <= last; ++character)
       EXPECT_EQ(escape(utf8(character)).substr(0, 2), "\\x") << std::hex << character;
   }

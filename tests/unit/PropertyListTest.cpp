@@ -174,7 +174,7 @@ TEST_F(List, ReadsAllWidths) {
 TEST_F(List, ReadsLongCounts) {
   const std::string ascii(20, 'x');
   const std::string utf16 = test::repeated(std::string("\0x", 2), 20);
-  for (const std::size_t power : {0U, 1U, 2U, 3U}) {
+  for (std::size_t power = 0; power <= 3; ++power) {
     const std::string count =
         Binary::number(0x10 | power, 1) + Binary::number(20, std::size_t{1} << power);
     EXPECT_EQ(read(Binary::withVersion("\x5F" + count + ascii)), ascii);
