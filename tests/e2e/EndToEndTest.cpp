@@ -9,7 +9,7 @@ namespace fs = std::filesystem;
 
 namespace test {
 
-// The options of a sanitizer, with what it finds written to files in this folder.
+// The options of a sanitizer. It writes its reports to files in this folder.
 static std::string sanitizerOptions(const char* variable, const fs::path& findings) {
   const char* const given = std::getenv(variable);
   return (given != nullptr ? std::string(given) + ":" : "") +
@@ -33,8 +33,8 @@ EndToEnd::EndToEnd()
     : addressFindings("ASAN_OPTIONS", sanitizerOptions("ASAN_OPTIONS", findings())),
       undefinedFindings("UBSAN_OPTIONS", sanitizerOptions("UBSAN_OPTIONS", findings())),
       folderBefore(fs::current_path()) {
-  // Applications that the launcher starts are nobody's children: as this process's own, it can wait
-  // for each of them.
+  // The started applications have no parent: they become children of this process, which can wait
+  // for them.
   ::prctl(PR_SET_CHILD_SUBREAPER, 1);
   const fs::path work = home.path() / "work";
   for (const auto& folder : {work, home.path() / "reports", findings()})
@@ -46,7 +46,7 @@ EndToEnd::~EndToEnd() {
   fs::current_path(folderBefore);
 }
 
-// Reaps what ended; whether nothing is left.
+// Reaps the children that have ended. Whether none is left.
 static bool allProcessesEnded() {
   while (::waitpid(-1, nullptr, WNOHANG) > 0) {
   }

@@ -20,7 +20,7 @@ constexpr const char* SUCCESS = "launch app succeed";
 // The system log's line for an executable that cannot be run.
 std::string failure(const std::filesystem::path& executable, const std::string& reason);
 
-// The entries whose name begins so.
+// The entries whose names begin with the prefix.
 HostState part(const HostState& state, const std::string& prefix);
 
 // A machine with a home folder, an empty /Applications and a system log. At the end of each test
@@ -42,13 +42,13 @@ protected:
 
   // --- The host ---
 
-  // The running host, which has loaded the launcher library; started when there is none.
+  // The running host, which has loaded the launcher library. The first call starts it.
   HostProcess& host();
 
-  // Gives it a command that must succeed.
+  // Gives the host a command that must succeed.
   void tell(const std::vector<std::string>& words);
 
-  // Lets it end; returns its status.
+  // Lets the host end; returns its status.
   int endHost();
 
   // One launch in that host: "returned 0", or which exception left the library.
@@ -56,15 +56,15 @@ protected:
 
   // --- Outcome ---
 
-  // Waits until the outcome of the only start so far stands in the system log, and no thread of it
-  // is left.
+  // Waits until the system log has the outcome of the only start so far, and the starting thread
+  // has ended.
   std::string outcome();
 
   // Lets the host end, waits until every started process has ended and returns what the probes
   // among them reported.
   std::vector<HostState> reports();
 
-  // The same for the only probe; empty when there is not exactly one.
+  // The same for the only probe. The test fails when there is not exactly one.
   HostState report();
 
   // The lines of the launcher mode's log, without the time stamps.
@@ -72,7 +72,7 @@ protected:
 
   Sandbox::ScopedApplications applications;
   ScopedHome home;
-  ScopedEnvironment noUser{"USER", std::nullopt}; // which would be masked in the log
+  ScopedEnvironment noUser{"USER", std::nullopt}; // the log would mask it
   ScopedEnvironment reportFolder{"PROBE_REPORTS", (home.path() / "reports").string()};
   std::optional<SystemLog> systemLog{std::in_place};
 

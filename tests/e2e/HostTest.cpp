@@ -1,4 +1,4 @@
-// What a launch changes of its host: nothing.
+// A launch leaves its host as it was.
 
 #include "EndToEndTest.h"
 
@@ -24,7 +24,7 @@ namespace test {
 
 namespace {
 
-// The entries that only one of the states has so.
+// The entries that differ, from both states.
 HostState changes(const HostState& before, const HostState& after) {
   HostState changed;
   std::set_symmetric_difference(
@@ -63,8 +63,8 @@ protected:
 
   HostState describeHost() {
     auto state = host().describe();
-    // The C library handles a signal of its own once there was a second thread. The dispositions
-    // hold all signals but those.
+    // From the second thread on, the C library handles a signal of its own. The dispositions do not
+    // contain that one.
     state.erase("signals handled");
     return state;
   }
@@ -95,8 +95,8 @@ TEST_F(Host, StaysTheSame) {
   EXPECT_EQ(reports().size(), 1U);
 }
 
-// The C library opens the process's one connection to the system log at the first message and
-// keeps it. To close it again would close the host's own connection and forget its name.
+// The C library opens the process's only connection to the system log at the first message and
+// keeps it. Closing it would also close the host's and forget the host's name for its entries.
 TEST_F(Host, GainsLogConnection) {
   const auto before = describeHost();
   EXPECT_EQ(launch(), "returned 0");
@@ -200,8 +200,8 @@ TEST_F(Host, MayHaveTwoLibraries) {
   tell({"load", other.string()});
   EXPECT_EQ(launch({"launchermode", "45.12.0.1"}), "returned 0");
   EXPECT_EQ(outcome(), SUCCESS);
-  // Entered through the other copy: with the first one's operations, which see no open log, the
-  // lines after the first would be missing.
+  // The host enters the second library. If that called the operations of the first, which has no
+  // open log, all lines but the first would be missing.
   ASSERT_GE(launchLog().size(), 3U);
   EXPECT_EQ(launchLog()[1], "launcher mode");
   EXPECT_EQ(launchLog()[2], "hvd Client Version provided: 45.12.0.1");

@@ -1,5 +1,5 @@
-// The start of the application: what the new process is given, what becomes of a start that fails,
-// and what the caller notices.
+// The start of the application: what the new process gets, how failures are reported, and what the
+// caller notices.
 
 #include "EndToEndTest.h"
 #include "Process.h"
@@ -48,7 +48,7 @@ protected:
   }
 };
 
-// --- What the application is given ---
+// --- What the application gets ---
 
 TEST_F(Start, PassesLoadmode) {
   const fs::path executable = executableIn(makeCopy());
@@ -319,7 +319,7 @@ TEST_F(Start, ReportsLostWorkingFolder) {
   EXPECT_EQ(outcome(), failure(executableIn({}), "No such file or directory"));
 }
 
-// There is no one left to report it.
+// Only that thread could report it.
 TEST_F(Start, FailsSilentlyWithoutThread) {
   const Copy copy = makeCopy();
   tell({"answer", "pthread_create", "no"});

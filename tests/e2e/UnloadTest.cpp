@@ -1,4 +1,4 @@
-// When a host closes the library, or ends, at an awkward moment.
+// A host closes the library, or ends, while a start is under way.
 
 #include "EndToEndTest.h"
 
@@ -11,7 +11,7 @@ protected:
   // Never judged corrupt, however often it is launched.
   Unload() { makeCopy().startedSafely(); }
 
-  // Closes the library while the application start is under way; finish lets the start go on.
+  // Closes the library while a start is held up; finish releases it.
   template <typename Finish>
   void closeDuringStart(Finish finish) {
     ASSERT_EQ(host().ask({"launch-and-close", "launchermode"}), "returned 0, done");
@@ -21,7 +21,7 @@ protected:
     EXPECT_EQ(reports().size(), 1U);
   }
 
-  // Lets the host end straight after the entry point returned. What becomes of the start is open.
+  // Lets the host end as soon as the entry point has returned. The start may succeed or not.
   void exitAfterLaunch() {
     EXPECT_EQ(host().ask({"launch-and-exit", "launchermode"}), "");
     EXPECT_EQ(endHost(), 0);

@@ -105,7 +105,8 @@ class Home:
                                 start_new_session=True)
 
     def await_starts(self, outcome):
-        """The number of starts of this launch, once what was started had its time to tell."""
+        """The number of starts of this launch, counted once the application has told of it or no
+        process of this home is left."""
         deadline = time.monotonic() + TIME_LIMIT
         while (self.count_starts() == self.starts if outcome == "started" else self.has_process()):
             promise(time.monotonic() < deadline, "a start that was reported never ran or never ends")

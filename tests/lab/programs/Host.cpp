@@ -135,8 +135,8 @@ std::string sleepReally(const Words&) {
   return DONE;
 }
 
-// Each start begins in the pause after it, which lasts until the outcome is known. "stopping": the
-// host stops itself before and after the start, for a tracer.
+// A requested start waits for the pause, which then lasts until the outcome is known. "stopping":
+// the host stops itself before and after the start, for a tracer.
 std::string startInPauses(const Words& words) {
   stopsAroundStarts = words.size() > 1 && words[1] == "stopping";
   test::FakeSystem::holdStarts();
