@@ -31,6 +31,9 @@ python3 scripts/macos-sysroot/lay_out.py "$wheels"/ziglang-*.whl /usr/lib/llvm-1
 
 # Either would lead the compiler to this machine's own headers and libraries.
 unset CPATH LIBRARY_PATH
+# clang leaves temporary folders behind when it compiles for two architectures at once.
+export TMPDIR=$PWD/build/macos-tmp
+rm -rf "$TMPDIR" && mkdir "$TMPDIR"
 cmake --preset macos-cross >/dev/null
 cmake --build --preset macos-cross
 

@@ -13,6 +13,7 @@ LOG_FOLDER = "Library/Logs"
 LOG_FILE = LOG_FOLDER + "/VantuOrlixVDI/vdi-launch-launchmode-log.txt"
 NEWEST = "45.12.0.900"
 OTHER_FOLDERS_KEPT = 2
+KERNEL_THREAD = 0x00200000  # in the flags of /proc/PID/stat
 TIME_LIMIT = 60  # seconds; for hangs, not for slow machines
 
 if not os.path.isdir("/launcher-test"):
@@ -100,9 +101,11 @@ class Home:
                     "launch", "launchermode", "45.12.0.1000", "--", *stop, "outcome"]
         # A session of its own: a stopped host in the group of a shell that ends would hang it up.
         environment = {**os.environ, "HOME": str(self.path), "USER": "tester"}
-        return subprocess.Popen([programs.host, *commands], env=environment,
-                                cwd=self.path / "work", stdout=subprocess.PIPE, text=True,
-                                start_new_session=True)
+        process = subprocess.Popen([programs.host, *commands], env=environment,
+                                   cwd=self.path / "work", stdout=subprocess.PIPE, text=True,
+                                   start_new_session=True)
+        self.host_process = process.pid
+        return process
 
     def await_starts(self, outcome):
         """The number of starts of this launch, counted once the application has told of it or no
@@ -116,13 +119,21 @@ class Home:
     def has_process(self):
         """Whether a process of this home runs; a start that is reported as failed may go on."""
         mark = f"HOME={self.path}\0".encode()
-        for environment in pathlib.Path("/proc").glob("[0-9]*/environ"):
+        for process in pathlib.Path("/proc").glob("[0-9]*"):
             try:
-                if mark in environment.read_bytes():
+                environment = (process / "environ").read_bytes()
+                if mark in environment or (not environment and self.may_be_executing(process)):
                     return True
             except OSError:  # it ended, or is another user's
                 pass
         return False
+
+    def may_be_executing(self, process):
+        """Whether a process without an environment may be one of this home that executes a program
+        at this moment: it is newer than the host, no zombie and no kernel thread."""
+        state, *_, flags = (process / "stat").read_text().rpartition(")")[2].split()[:7]
+        return (int(process.name) > self.host_process and state not in "ZX"
+                and not int(flags) & KERNEL_THREAD)
 
     def check_surroundings(self, added=frozenset()):
         """added: files beside the launcher's folders that may be new."""
