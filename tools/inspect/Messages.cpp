@@ -50,13 +50,16 @@ Messages launcherDirectoryState(const Facts& facts, const Candidate&) {
 
 // --- Each candidate ---
 
-Messages warnings(const Facts&, const Candidate& candidate) {
+bool isNearlyCorrupt(const Candidate& candidate) {
   const auto& check = candidate.decision.corruptCheck;
-  const bool isNearlyCorrupt = check.applies && !check.startedSafely &&
-                               check.launchCount == Selection::CORRUPT_LAUNCH_COUNT_THRESHOLD - 1;
+  return check.applies && !check.startedSafely &&
+         check.launchCount == Selection::CORRUPT_LAUNCH_COUNT_THRESHOLD - 1;
+}
+
+Messages warnings(const Facts&, const Candidate& candidate) {
   return {
       {"nearly-corrupt",
-       isNearlyCorrupt,
+       isNearlyCorrupt(candidate),
        "{version} has used {launches} of its {threshold} launches without a safe start; after one "
        "more it counts as corrupt. It lies in {directory}"}};
 }

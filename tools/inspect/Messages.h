@@ -20,6 +20,9 @@ using Messages = std::vector<Message>;
 // All messages of a topic, about the chosen candidate, or an empty one when there is none.
 using Topic = Messages(const Facts& facts, const Candidate& candidate);
 
+// Whether one more launch without a safe start makes the copy corrupt.
+bool isNearlyCorrupt(const Candidate& candidate);
+
 // Topics of which the report has the first message that applies.
 Topic outcome, client, launcherDirectoryState, cleanUp, launchEnd;
 Topic verdict; // about each candidate

@@ -10,6 +10,27 @@
 
 #include <algorithm>
 #include <set>
+#include <string_view>
+
+namespace LauncherInspect {
+
+// A value of a message, worked out only where the message shows it.
+template <typename Function>
+struct Lazy {
+  Function value;
+};
+template <typename Function>
+Lazy(Function) -> Lazy<Function>;
+
+} // namespace LauncherInspect
+
+template <typename Function>
+struct fmt::formatter<LauncherInspect::Lazy<Function>> : fmt::formatter<std::string_view> {
+  template <typename Context>
+  auto format(const LauncherInspect::Lazy<Function>& lazy, Context& context) const {
+    return fmt::format_to(context.out(), "{}", lazy.value());
+  }
+};
 
 namespace LauncherInspect {
 
@@ -86,36 +107,43 @@ private:
 
   // --- Messages ---
 
-  std::string fill(const char* text, const Selection::Candidate& about) const {
+  // Replaces the names in a text by their values: a number, or a Lazy one that costs something.
+  std::string fill(const char* text, const Candidate& candidate) const {
+    const Selection::Candidate& about = candidate.decision;
     return fmt::format(
         fmt::runtime(text),
         fmt::arg("bundle", VDI_MAIN_APP_NAME),
-        fmt::arg("bundleless", bundleless),
+        fmt::arg("bundleless", Lazy{[&] { return count(Selection::Status::NoBundle); }}),
         fmt::arg("candidates", facts.candidates.size()),
-        fmt::arg("chosen", version(chosen.decision.version)),
-        fmt::arg("cleanUpFailure", failure(facts.cleanUp.failure)),
-        fmt::arg("client", version(facts.clientVersion)),
-        fmt::arg("clientStart", versionStart(facts.clientVersion)),
-        fmt::arg("clientVersion", redaction.text(facts.clientVersion)),
-        fmt::arg("corrupt", corrupt),
-        fmt::arg("directory", redaction.path(about.dir)),
+        fmt::arg("chosen", Lazy{[&] { return version(chosen.decision.version); }}),
+        fmt::arg("cleanUpFailure", Lazy{[&] { return failure(facts.cleanUp.failure); }}),
+        fmt::arg("client", Lazy{[&] { return version(facts.clientVersion); }}),
+        fmt::arg("clientStart", Lazy{[&] { return versionStart(facts.clientVersion); }}),
+        fmt::arg("clientVersion", Lazy{[&] { return redaction.text(facts.clientVersion); }}),
+        fmt::arg("corrupt", Lazy{[&] { return count(Selection::Status::Corrupt); }}),
+        fmt::arg("directory", Lazy{[&] { return redaction.path(about.dir); }}),
         fmt::arg("eligible", facts.eligible),
-        fmt::arg("failure", failure(facts.failure)),
+        fmt::arg("failure", Lazy{[&] { return failure(facts.failure); }}),
         fmt::arg("kind", facts.clientVersion.empty() || facts.fellBack ? "viable" : "compatible"),
         fmt::arg("launchCount", facts.lastLaunch.launchCount.value_or(0)),
-        fmt::arg("launcherDirectory", redaction.path(facts.launcherDirectory)),
+        fmt::arg(
+            "launcherDirectory", Lazy{[&] { return redaction.path(facts.launcherDirectory); }}),
         fmt::arg("launches", about.corruptCheck.launchCount),
-        fmt::arg("logFailure", redaction.text(facts.lastLaunch.unreadableReason)),
+        fmt::arg(
+            "logFailure", Lazy{[&] { return redaction.text(facts.lastLaunch.unreadableReason); }}),
         fmt::arg("lowest", Selection::LOWEST_CANDIDATE_VERSION),
         fmt::arg("threshold", Selection::CORRUPT_LAUNCH_COUNT_THRESHOLD),
         fmt::arg("tied", facts.cleanUp.tied.size()),
         fmt::arg("tiedKept", facts.cleanUp.tiedKept),
-        fmt::arg("version", version(about.version)),
-        fmt::arg("versionStart", versionStart(about.version)));
+        fmt::arg("version", Lazy{[&] { return version(about.version); }}),
+        fmt::arg("versionStart", Lazy{[&] { return versionStart(about.version); }}));
   }
 
   Report words(const Message& message, const Candidate& about) const {
-    return {{"code", message.code}, {"text", fill(message.text, about.decision)}};
+    Report object;
+    object["code"] = message.code;
+    object["text"] = fill(message.text, about);
+    return object;
   }
 
   Report first(Topic topic, const Candidate& about) const {
@@ -138,7 +166,7 @@ private:
     std::set<Path> warned; // a working folder that lies in the launcher folder is listed twice
     for (const auto& candidate : facts.candidates) {
       const Report more = all(warnings, candidate);
-      if (warned.insert(candidate.decision.dir).second)
+      if (!more.empty() && warned.insert(candidate.decision.dir).second)
         list.insert(list.end(), more.begin(), more.end());
     }
     return list;
@@ -147,24 +175,28 @@ private:
   // --- Parts of the report ---
 
   Report copy(const Selection::Candidate& candidate) const {
-    return {
-        {"directory", redaction.path(candidate.dir)},
-        {"version", textOrNull(redaction.text(candidate.version))}};
+    Report object;
+    object["directory"] = redaction.path(candidate.dir);
+    object["version"] = textOrNull(redaction.text(candidate.version));
+    return object;
+  }
+
+  Report describe(const Candidate& candidate) const {
+    const Records records = candidate.records.value_or(Records{});
+    Report object = copy(candidate.decision);
+    object["inLauncherDirectory"] = candidate.records.has_value();
+    object["launches"] = valueOrNull(records.launches);
+    object["lastLaunch"] = timeOrNull(records.lastLaunch);
+    object["startedSafely"] = valueOrNull(records.startedSafely);
+    object["nearlyCorrupt"] = isNearlyCorrupt(candidate);
+    object["verdict"] = first(verdict, candidate);
+    return object;
   }
 
   Report candidates() const {
     Report list = Report::array();
-    for (const auto& candidate : facts.candidates) {
-      const Records records = candidate.records.value_or(Records{});
-      list.push_back(copy(candidate.decision));
-      list.back().update(
-          {{"inLauncherDirectory", candidate.records.has_value()},
-           {"launches", valueOrNull(records.launches)},
-           {"lastLaunch", timeOrNull(records.lastLaunch)},
-           {"startedSafely", valueOrNull(records.startedSafely)},
-           {"nearlyCorrupt", !all(warnings, candidate).empty()},
-           {"verdict", first(verdict, candidate)}});
-    }
+    for (const auto& candidate : facts.candidates)
+      list.push_back(describe(candidate));
     return list;
   }
 
@@ -215,8 +247,6 @@ private:
   const Redaction redaction;
   const Candidate noCandidate{};
   const Candidate& chosen = facts.chosen ? facts.candidates[*facts.chosen] : noCandidate;
-  const std::size_t bundleless = count(Selection::Status::NoBundle);
-  const std::size_t corrupt = count(Selection::Status::Corrupt);
 };
 
 } // namespace
