@@ -168,4 +168,15 @@ Facts findFacts(const std::string& clientVersion) {
   return facts;
 }
 
+std::optional<std::size_t> findCandidate(const Facts& facts, const Path& path) {
+  Path wanted = path.lexically_normal();
+  if (!wanted.has_filename()) // it ends with a slash
+    wanted = wanted.parent_path();
+  for (std::size_t i = 0; i < facts.candidates.size(); ++i) {
+    if (facts.candidates[i].decision.dir == wanted)
+      return i;
+  }
+  return std::nullopt;
+}
+
 } // namespace LauncherInspect

@@ -63,12 +63,13 @@ struct Facts {
   Path launcherDirectory; // empty: the home has no Application Support folder
   bool launcherDirectoryExists = false;
 
-  std::vector<Candidate> candidates; // in scan order
-  std::optional<std::size_t> chosen; // index of a candidate
-  std::size_t eligible = 0;          // how many copies the chosen one was selected from
-  bool fellBack = false;             // no viable copy is compatible, so all of them are eligible
-  bool choseWithoutVersion = false;  // no eligible copy has a version that counts
-  std::optional<Failure> failure;    // the launcher would stop here, before any start
+  std::vector<Candidate> candidates;    // in scan order
+  std::optional<std::size_t> chosen;    // index of a candidate
+  std::optional<std::size_t> explained; // index of the candidate that the user asks about
+  std::size_t eligible = 0;             // how many copies the chosen one was selected from
+  bool fellBack = false;                // no viable copy is compatible, so all of them are eligible
+  bool choseWithoutVersion = false;     // no eligible copy has a version that counts
+  std::optional<Failure> failure;       // the launcher would stop here, before any start
   CleanUpPreview cleanUp;
   LastLaunch lastLaunch;
 };
@@ -76,6 +77,9 @@ struct Facts {
 // Looks into the home and the working folder of this process. Changes nothing and raises nothing of
 // the file system.
 Facts findFacts(const std::string& clientVersion);
+
+// The index of the first candidate with this absolute path.
+std::optional<std::size_t> findCandidate(const Facts& facts, const Path& path);
 
 // The first components of a version, as text.
 std::string firstComponents(const std::string& version, std::size_t count);

@@ -7,8 +7,10 @@
 
 namespace LauncherInspect {
 
-Redaction::Redaction(const std::filesystem::path& homeDirectory, std::string maskedName)
-    : home(homeDirectory == "/" ? "" : homeDirectory.string()), loginName(std::move(maskedName)) {}
+Redaction::Redaction(
+    const std::filesystem::path& homeDirectory, std::string maskedName, Paths paths)
+    : home(homeDirectory == "/" ? "" : homeDirectory.string()),
+      shownHome(paths == Paths::BelowTilde ? "~" : home), loginName(std::move(maskedName)) {}
 
 std::string Redaction::text(std::string text) const {
   if (!loginName.empty()) // an empty one is replaced without end
@@ -23,7 +25,7 @@ std::string Redaction::path(const std::filesystem::path& path) const {
 std::string Redaction::loggedPath(const std::string& path) const {
   const bool isInHome = !home.empty() && isMaskedFormOf(path.substr(0, home.size()), home) &&
                         (path.size() == home.size() || path[home.size()] == '/');
-  return text(isInHome ? "~" + path.substr(home.size()) : path);
+  return text(isInHome ? shownHome + path.substr(home.size()) : path);
 }
 
 } // namespace LauncherInspect

@@ -34,7 +34,7 @@ struct fmt::formatter<LauncherInspect::Lazy<Function>> : fmt::formatter<std::str
 
 namespace LauncherInspect {
 
-constexpr int SCHEMA_VERSION = 2;
+constexpr int SCHEMA_VERSION = 3;
 constexpr std::size_t LONGEST_VERSION = 40; // in a sentence
 
 // --- Plain values ---
@@ -59,11 +59,11 @@ namespace {
 // Texts that are not the command's own enter the report by way of the redaction.
 class Writer {
 public:
-  Writer(const Facts& givenFacts, const std::string& loginName)
-      : facts(givenFacts), redaction(givenFacts.home, loginName) {}
+  Writer(const Facts& givenFacts, const std::string& loginName, Paths paths)
+      : facts(givenFacts), redaction(givenFacts.home, loginName, paths) {}
 
   Report report() const {
-    return {
+    Report object = {
         {"schemaVersion", SCHEMA_VERSION},
         {"outcome", first(outcome, chosen)},
         {"chosen", facts.chosen ? copy(chosen.decision) : Report()},
@@ -78,6 +78,9 @@ public:
         {"candidates", candidates()},
         {"cleanUp", describeCleanUp()},
         {"lastLaunch", lastLaunch()}};
+    if (facts.explained)
+      object["explained"] = explained(facts.candidates[*facts.explained]);
+    return object;
   }
 
 private:
@@ -121,6 +124,7 @@ private:
         fmt::arg("clientStart", Lazy{[&] { return versionStart(facts.clientVersion); }}),
         fmt::arg("clientVersion", Lazy{[&] { return redaction.text(facts.clientVersion); }}),
         fmt::arg("corrupt", Lazy{[&] { return count(Selection::Status::Corrupt); }}),
+        fmt::arg("corruptBase", Selection::CORRUPT_CHECK_BASE_VERSION),
         fmt::arg("directory", Lazy{[&] { return redaction.path(about.dir); }}),
         fmt::arg("eligible", facts.eligible),
         fmt::arg("failure", Lazy{[&] { return failure(facts.failure); }}),
@@ -135,6 +139,8 @@ private:
         fmt::arg("threshold", Selection::CORRUPT_LAUNCH_COUNT_THRESHOLD),
         fmt::arg("tied", facts.cleanUp.tied.size()),
         fmt::arg("tiedKept", facts.cleanUp.tiedKept),
+        fmt::arg(
+            "verdict", Lazy{[&] { return fill(firstOf(verdict, candidate).text, candidate); }}),
         fmt::arg("version", Lazy{[&] { return version(about.version); }}),
         fmt::arg("versionStart", Lazy{[&] { return versionStart(about.version); }}));
   }
@@ -146,10 +152,14 @@ private:
     return object;
   }
 
-  Report first(Topic topic, const Candidate& about) const {
+  Message firstOf(Topic topic, const Candidate& about) const {
     const auto messages = topic(facts, about);
     const auto applies = [](const Message& message) { return message.applies; };
-    return words(*std::find_if(messages.begin(), messages.end(), applies), about);
+    return *std::find_if(messages.begin(), messages.end(), applies);
+  }
+
+  Report first(Topic topic, const Candidate& about) const {
+    return words(firstOf(topic, about), about);
   }
 
   Report all(Topic topic, const Candidate& about) const {
@@ -190,6 +200,16 @@ private:
     object["startedSafely"] = valueOrNull(records.startedSafely);
     object["nearlyCorrupt"] = isNearlyCorrupt(candidate);
     object["verdict"] = first(verdict, candidate);
+    return object;
+  }
+
+  Report explained(const Candidate& candidate) const {
+    Report object = describe(candidate);
+    object["rules"] = Report::array();
+    for (Topic* const rule : {bundleRule, corruptRule, clientRule, choiceRule}) {
+      const Report asked = all(*rule, candidate);
+      object["rules"].insert(object["rules"].end(), asked.begin(), asked.end());
+    }
     return object;
   }
 
@@ -236,6 +256,7 @@ private:
           {"directory", redaction.loggedPath(launch.chosen->directory)},
           {"version", redaction.text(launch.chosen->version)}};
     object["launches"] = valueOrNull(launch.launchCount);
+    object["furtherRemovalFailures"] = launch.furtherRemovalFailures;
     object["removalFailures"] = Report::array();
     for (const auto& reason : launch.removalFailures)
       object["removalFailures"].push_back(redaction.text(reason));
@@ -251,8 +272,8 @@ private:
 
 } // namespace
 
-Report makeReport(const Facts& facts, const std::string& loginName) {
-  return Writer(facts, loginName).report();
+Report makeReport(const Facts& facts, const std::string& loginName, Paths paths) {
+  return Writer(facts, loginName, paths).report();
 }
 
 } // namespace LauncherInspect
