@@ -68,7 +68,8 @@ static std::size_t widest(const Lines& lines, std::string Line::*text) {
 // On a terminal a folder is cut to the columns that are left, on a narrow one verdicts are too.
 static void addLines(Page& page, const Lines& lines) {
   const std::size_t version = widest(lines, &Line::version);
-  const std::size_t verdict = page.isNarrow() ? NARROW_VERDICT_WIDTH : widest(lines, &Line::verdict);
+  const std::size_t verdict =
+      page.isNarrow() ? NARROW_VERDICT_WIDTH : widest(lines, &Line::verdict);
   const std::size_t folder = page.width() - MARK_AND_GAPS_WIDTH - version - verdict;
   for (const auto& line : lines)
     page.line(

@@ -98,7 +98,9 @@ static void addRow(Page& page, const Row& row, const Columns& columns) {
 static void addHeader(Page& page, const Columns& columns) {
   const char* const verdict = columns.hasVerdict ? "VERDICT" : "";
   addRow(
-      page, {std::string(HEADER), "VERSION", "LAUNCHES", "LAST LAUNCH", "SAFE START", verdict}, columns);
+      page,
+      {std::string(HEADER), "VERSION", "LAUNCHES", "LAST LAUNCH", "SAFE START", verdict},
+      columns);
 }
 
 // --- Blocks ---

@@ -110,10 +110,15 @@ static Failure failureOf(const fs::filesystem_error& error) {
   return {error.path1(), error.code().message()};
 }
 
-// A link to the started copy's folder shares its records, which are new by then.
-static bool sharesRecords(const Path& dir, const Path& launched) {
+// A link to the started copy's folder shares its records, which are new by then. It has the same
+// launch time now, so only then the file system is asked.
+static void renewShared(CleanUpPreview::Folders& folders, const Path& launched) {
+  const FileTime time = launcher.getLastLaunchTime(launched);
   std::error_code error;
-  return fs::equivalent(dir, launched, error);
+  for (auto& folder : folders) {
+    if (folder.launchTime == time && fs::equivalent(folder.dir, launched, error))
+      folder.launchTime = FileTime::clock::now();
+  }
 }
 
 static CleanUpPreview previewCleanUp(const Path& launched) {
@@ -123,10 +128,7 @@ static CleanUpPreview previewCleanUp(const Path& launched) {
     cleanUp.happens = others.has_value();
     if (!others)
       return cleanUp;
-    for (auto& folder : *others) {
-      if (sharesRecords(folder.dir, launched))
-        folder.launchTime = FileTime::clock::now();
-    }
+    renewShared(*others, launched);
     auto plan = CleanUp::makePlan(std::move(*others));
     cleanUp.removed = std::move(plan.removed);
     cleanUp.kept = std::move(plan.kept);
