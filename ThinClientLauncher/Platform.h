@@ -18,9 +18,21 @@ std::filesystem::path libraryDirectory();
 std::string bundleVersion(const std::filesystem::path& bundle);
 
 // What keeps a property list from holding a text under a key.
-enum class ListProblem { None, Unreadable, TooLarge, Malformed, NoDictionary, NoKey, NoText };
+enum class ListProblem {
+  None,
+  NoFile,
+  NotRegular,
+  Unreadable,
+  Empty,
+  TooLarge,
+  Malformed,
+  NoDictionary,
+  NoKey,
+  NoText
+};
 
-// Why bundleVersion is empty; None: the text itself is. For diagnosis: no launch asks for it.
+// Why bundleVersion is empty, as far as the list can be read; None: the text itself is empty. For
+// diagnosis: no launch asks for it.
 ListProblem versionProblem(const std::filesystem::path& bundle);
 
 // The file name of the program that startApplication executes in Contents/MacOS, from the property

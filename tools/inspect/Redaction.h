@@ -2,15 +2,16 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace LauncherInspect {
 
-// How much of the user a report shows: the home folder becomes ~ and, when asked for, the login
-// name becomes stars, in every text that is not the command's own.
+// How much of the user a report shows: the home folder becomes ~ and, when asked for, login names
+// become stars, in every text that is not the command's own.
 class Redaction {
 public:
   // An empty login name masks nothing.
-  Redaction(const std::filesystem::path& home, std::string loginName);
+  Redaction(const std::filesystem::path& home, std::vector<std::string> loginNames);
 
   std::string text(std::string text) const;
   std::string path(const std::filesystem::path& path) const;
@@ -20,7 +21,7 @@ public:
 
 private:
   std::string home; // empty: paths are shown in full
-  std::string loginName;
+  std::vector<std::string> loginNames;
 };
 
 } // namespace LauncherInspect

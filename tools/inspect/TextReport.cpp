@@ -35,6 +35,11 @@ static std::string textOf(const Report& message) {
   return message.at("text");
 }
 
+// Empty where there is nothing to do.
+static std::string remedyOf(const Report& message) {
+  return message.contains("remedy") ? "Remedy: " + message.at("remedy").get<std::string>() : "";
+}
+
 // A time is shown without fractions of a second and offset.
 static std::string shown(const Report& record) {
   if (record.is_null())
@@ -45,6 +50,14 @@ static std::string shown(const Report& record) {
     return record.is_number() ? record.dump() : "never";
   const std::string time = record;
   return time.substr(0, 10) + " " + time.substr(11, 8);
+}
+
+// A copy without a version, or too old to record a safe start, is never judged by it.
+static std::string shownSafeStart(const Report& candidate) {
+  const Report& started = candidate.at("startedSafely");
+  if (started.is_null() || started == true || candidate.at("recordsSafeStart") == true)
+    return shown(started);
+  return candidate.at("version").is_null() ? "-" : "too old";
 }
 
 static std::string padded(const std::string& text, std::size_t width) {
@@ -71,7 +84,8 @@ public:
   }
 
   void paragraph(std::size_t indent, const std::string& text, const Style& style = PLAIN) {
-    hanging(std::string(indent, ' '), escape(text), style);
+    if (!text.empty())
+      hanging(std::string(indent, ' '), escape(text), style);
   }
 
   // A text behind the name of what it is.
@@ -80,7 +94,7 @@ public:
   }
 
   void itemIfAny(const std::string& label, const Report& text) {
-    if (!text.is_null())
+    if (!text.is_null() && text != "")
       item(label, text);
   }
 
@@ -110,6 +124,7 @@ struct Row {
   std::string lastLaunch;
   std::string safeStart;
   std::string verdict;
+  std::string remedy;
   std::string mark = "    ";
   Style style = DIM;
 };
@@ -139,8 +154,9 @@ static Row rowOf(const Report& candidate) {
       shorten(escape(version), VERSION_WIDTH),
       record("launches"),
       record("lastLaunch"),
-      record("startedSafely"),
+      hasRecords ? shownSafeStart(candidate) : "-",
       escape(textOf(candidate.at("verdict"))),
+      escape(remedyOf(candidate.at("verdict"))),
       candidate.at("verdict").at("code") == "would-start" ? "  > " : "    ",
       styleOf(candidate)};
 }
@@ -170,10 +186,14 @@ static void addRow(Page& page, const Row& row, std::size_t folderWidth, bool ver
   page.line(line.substr(0, line.find_last_not_of(' ') + 1), row.style);
   if (!verdictBeside && !row.verdict.empty())
     page.hanging(std::string(VERDICT_INDENT, ' '), row.verdict, row.style);
+  if (!row.remedy.empty())
+    page.hanging(std::string(VERDICT_INDENT, ' '), row.remedy, row.style);
 }
 
 static void addCandidates(Page& page, const Report& candidates) {
-  std::vector<Row> rows{{"FOLDER", "VERSION", "LAUNCHES", "LAST LAUNCH", "SAFE START", ""}};
+  if (candidates.empty())
+    return;
+  std::vector<Row> rows{{"FOLDER", "VERSION", "LAUNCHES", "LAST LAUNCH", "SAFE START", "", ""}};
   std::transform(candidates.begin(), candidates.end(), std::back_inserter(rows), rowOf);
   const std::size_t room = std::max(page.width(), NARROWEST_TABLE) - FIXED_COLUMNS_WIDTH;
   const std::size_t wanted = widest(rows, &Row::folder);
@@ -194,8 +214,10 @@ static void addCandidates(Page& page, const Report& candidates) {
 // --- The other sections ---
 
 static void addMessages(Page& page, const Report& messages) {
-  for (const auto& message : messages)
+  for (const auto& message : messages) {
     page.paragraph(2, textOf(message), WARNING);
+    page.paragraph(4, remedyOf(message), WARNING);
+  }
 }
 
 static void addChoice(Page& page, const Report& report) {
@@ -203,6 +225,7 @@ static void addChoice(Page& page, const Report& report) {
   page.paragraph(0, textOf(report.at("outcome")), chosen.is_null() ? BAD : GOOD);
   if (!chosen.is_null())
     page.paragraph(2, chosen.at("directory"));
+  page.paragraph(2, remedyOf(report.at("outcome")), BAD);
   addMessages(page, report.at("notes"));
 }
 
@@ -217,7 +240,7 @@ static void addQuestion(Page& page, const Report& report) {
 static void addWarnings(Page& page, const Report& warnings) {
   if (warnings.empty())
     return;
-  page.heading("Early warning");
+  page.heading("Warnings");
   addMessages(page, warnings);
 }
 
@@ -239,6 +262,7 @@ static void addCleanUp(Page& page, const Report& cleanUp) {
   Report kept = cleanUp.at("kept");
   page.heading("Clean-up after this launch");
   page.paragraph(2, textOf(cleanUp), cleanUp.at("code") == "failed" ? BAD : PLAIN);
+  page.paragraph(4, remedyOf(cleanUp), BAD);
   addFolders(page, "removes", cleanUp.at("removed"), BAD);
   addFolders(page, "tied", cleanUp.at("tied"), WARNING);
   for (const auto& note : cleanUp.at("notes"))
@@ -262,20 +286,33 @@ static void addLastLaunch(Page& page, const Report& launch) {
     page.item("chosen folder", chosen.at("directory"));
   }
   page.item(launch.at("time").is_null() ? "launch" : "ended", textOf(launch.at("end")));
+  page.itemIfAny("", remedyOf(launch.at("end")));
   for (const auto& reason : launch.at("removalFailures"))
     page.item("not removed", reason, WARNING);
+  addMessages(page, launch.at("notes"));
+  if (!launch.at("systemLogCommand").is_null()) {
+    page.item("system log", "shows whether it started:");
+    page.line("  " + launch.at("systemLogCommand").get<std::string>()); // whole, for pasting
+  }
+}
+
+static void addLoadMode(Page& page, const Report& loadMode) {
+  page.heading("In the started application, as its log tells");
+  page.item("log", loadMode.at("log"));
+  page.item("load mode", textOf(loadMode.at("end")));
+  page.itemIfAny("", remedyOf(loadMode.at("end")));
 }
 
 std::string toText(const Report& report, const Terminal& terminal) {
   Page page(terminal);
   addChoice(page, report);
   addQuestion(page, report);
-  if (report.at("outcome").at("code") != "failed") {
-    addWarnings(page, report.at("warnings"));
-    addCandidates(page, report.at("candidates"));
+  addWarnings(page, report.at("warnings"));
+  addCandidates(page, report.at("candidates"));
+  if (report.at("outcome").at("code") != "failed")
     addCleanUp(page, report.at("cleanUp"));
-  }
   addLastLaunch(page, report.at("lastLaunch"));
+  addLoadMode(page, report.at("loadMode"));
   return page.text();
 }
 
