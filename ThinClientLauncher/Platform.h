@@ -17,6 +17,28 @@ std::filesystem::path libraryDirectory();
 // when the bundle, the list or the key is missing or unreadable, or the value is no text.
 std::string bundleVersion(const std::filesystem::path& bundle);
 
+// What keeps a property list from holding a text under a key.
+enum class ListProblem {
+  None,
+  NoFile,
+  NotRegular,
+  Unreadable,
+  Empty,
+  TooLarge,
+  Malformed,
+  NoDictionary,
+  NoKey,
+  NoText
+};
+
+// Why bundleVersion is empty, as far as the list can be read; None: the text itself is empty. For
+// diagnosis: no launch asks for it.
+ListProblem versionProblem(const std::filesystem::path& bundle);
+
+// The file name of the program that startApplication executes in Contents/MacOS, from the property
+// list as it stands: CFBundleExecutable, or the bundle's own name.
+std::filesystem::path executableName(const std::filesystem::path& bundle);
+
 // Requests the start of a new instance of the bundle with exactly this argument, and returns
 // without waiting for it. An argument that is not UTF-8 is left out. The outcome goes to the system
 // log once, from another thread: "launch app succeed", or "Failed to run the app: " and the reason.

@@ -5,7 +5,6 @@
 #include "../Platform.h"
 
 #include "Descriptor.h"
-#include "PropertyList.h"
 
 #include <glib.h>
 
@@ -132,13 +131,6 @@ std::string spawn(const fs::path& executable, const std::string& argument) {
   }
   const int code = awaitExec(failure);
   return code == 0 ? std::string() : systemError(executable, code);
-}
-
-// CFBundleExecutable, or the bundle's own name.
-fs::path executableName(const fs::path& bundle) {
-  const std::string name =
-      PropertyList::readText(bundle / "Contents/Info.plist", "CFBundleExecutable");
-  return name.empty() ? bundle.stem() : fs::path(name);
 }
 
 // Starts the bundle's executable and waits until it runs or has failed to. The process has a

@@ -1,14 +1,26 @@
 #pragma once
 
+#include "../Platform.h"
+
 #include <filesystem>
 #include <string>
 
 namespace PropertyList {
 
-// The text under a key at the top of a property list file, XML or binary. Empty when the file is
-// missing, no regular file, unreadable, over 256 KiB or malformed, or when the key is missing or
-// its value is no valid text. Throws nothing of its own. Time and memory grow linearly with the
-// file.
-std::string readText(const std::filesystem::path& file, const char* key);
+// A text, or why there is none.
+struct Entry {
+  std::string text;
+  Platform::ListProblem problem = Platform::ListProblem::None;
+};
+
+// The text under a key at the top of a property list file, XML or binary. There is none when the
+// file is missing, no regular file, unreadable, over 256 KiB or malformed, or when the key is
+// missing or its value is no valid text. Throws nothing of its own. Time and memory grow linearly
+// with the file.
+Entry read(const std::filesystem::path& file, const char* key);
+
+inline std::string readText(const std::filesystem::path& file, const char* key) {
+  return read(file, key).text;
+}
 
 } // namespace PropertyList

@@ -94,6 +94,24 @@ TEST_F(Command, InspectsOtherHome) {
   EXPECT_EQ(relative.status, 0);
 }
 
+TEST_F(Command, NormalisesHome) {
+  home.copy("a").launches("3");
+  fs::create_directory(home.path() / "work");
+  const auto report = [&](const std::string& name) {
+    return inspect({"--json", "--home", name}, home.path() / "work").out;
+  };
+  const std::string absolute = report(home.path());
+  const std::string name = home.path().filename();
+  const std::string others[] = {
+      home.path().string() + "/",
+      home.path().string() + "/work/..",
+      "..",
+      "./../",
+      "../../" + name};
+  for (const auto& other : others)
+    EXPECT_EQ(report(other), absolute) << other;
+}
+
 TEST_F(Command, SeesWorkingDirectory) {
   const test::ScopedFolder work;
   test::Copy(work.path());
@@ -130,6 +148,7 @@ TEST_F(Command, PrintsVersionAndHelp) {
   EXPECT_EQ(inspect({"--version"}).out, "launcher-inspect " LAUNCHER_VERSION "\n");
   EXPECT_EQ(inspect({"--help"}).status, 0);
   EXPECT_THAT(inspect({"--help"}).out, HasSubstr("--working-directory DIR"));
+  EXPECT_THAT(inspect({"--help"}).out, HasSubstr("1.0.0.1 is any"));
 }
 
 TEST_F(Command, FailsOnFullDisk) {
@@ -213,6 +232,28 @@ TEST_F(AfterALaunch, TellsRecordedCopy) {
   EXPECT_EQ(launch["clientVersion"], "45.12");
   const std::string folder = home.launcherFolder() / "a";
   EXPECT_EQ(launch["chosen"], (json{{"directory", folder}, {"version", "45.12.0.900"}}));
+}
+
+// The host has no main library beside it.
+TEST_F(AfterALaunch, TellsLoadMode) {
+  test::run({{HOST_PROGRAM, "load", LAUNCHER_LIBRARY, "--", "launch", "loadmode"}});
+  const json end = json::parse(inspect({"--json"}).out)["loadMode"]["end"];
+  EXPECT_EQ(end["code"], "load-failed");
+  EXPECT_THAT(end["text"].get<std::string>(), HasSubstr("libnexal_vdi_main.dylib: "));
+  home.copy("a");
+  lastLaunch();
+  EXPECT_EQ(json::parse(inspect({"--json"}).out)["loadMode"]["end"]["code"], "not-since-launch");
+}
+
+TEST_F(AfterALaunch, TellsFilesInWorkingFolder) {
+  fs::remove(home.applicationSupport());
+  const test::ScopedFolder work;
+  const json launch = lastLaunch(work.path());
+  EXPECT_EQ(launch["end"]["code"], "nothing-chosen");
+  EXPECT_THAT(launch["end"]["text"].get<std::string>(), HasSubstr("working folder of that host"));
+  EXPECT_TRUE(launch["launches"].is_null());
+  for (const char* record : {"launchCount.dat", "launch.dat"})
+    EXPECT_TRUE(fs::exists(work.path() / record)) << record;
 }
 
 TEST_F(AfterALaunch, TellsOtherEnds) {

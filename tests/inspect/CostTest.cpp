@@ -1,5 +1,5 @@
-// The cost of a report grows no faster than what it tells. Compared are two sizes in one run, so the
-// speed of the machine does not count.
+// The cost of a report grows no faster than what it tells. Compared are two sizes in one run, so
+// the speed of the machine does not count.
 
 #include "Home.h"
 #include "JsonReport.h"
@@ -96,7 +96,10 @@ TEST(Cost, GrowsWithLogLine) {
   const std::string stamp = "2026-03-07 14:05:09.007 ";
   const std::string entered = stamp + "ThinClientLauncher DLL entry point called\n" + stamp;
   for (const std::string line :
-       {"Best candidate: /a (version: ", "hvd Client Version provided: ", "remove directory failed: ", ""}) {
+       {"Best candidate: /a (version: ",
+        "hvd Client Version provided: ",
+        "remove directory failed: ",
+        ""}) {
     for (const std::string text : TEXTS) {
       const auto report = [&](std::size_t length) {
         test::writeFile(log, entered + line + repeated(text, length) + ")\n");
@@ -137,15 +140,18 @@ std::size_t systemCalls(std::vector<std::string> command, const fs::path& folder
   return test::readLines(trace).size();
 }
 
-// The system calls that a command makes for each copy beyond the first, which is the newest and lies
-// in the working folder.
+// The system calls that a command makes for each copy beyond the first, which is the newest and
+// lies in the working folder.
 double callsPerCopy(const std::vector<std::string>& command) {
   constexpr std::size_t COPIES = 20;
   const test::ScopedHome home;
   const test::Copy newest(home.path() / "work", "45.12.0.900");
   const std::size_t before = systemCalls(command, newest);
   for (std::size_t i = 0; i < COPIES; ++i)
-    home.copy(std::to_string(i), "45.11").launches("1").launched(std::chrono::hours(0)).startedSafely();
+    home.copy(std::to_string(i), "45.11")
+        .launches("1")
+        .launched(std::chrono::hours(0))
+        .startedSafely();
   return static_cast<double>(systemCalls(command, newest) - before) / COPIES;
 }
 

@@ -116,7 +116,9 @@ TEST(Verdict, SaysWhyItWon) {
       {"45.12", "45.12", "would start: the only compatible copy"},
       {"", "45.12 45.9", "would start: the highest version of 2 viable copies"},
       {"40.1", "45.12 45.9", "would start: the highest version of 2 viable copies"},
-      {"", "?", "would start: no copy has a version above 0.0.0.0, so the first one is taken"}};
+      {"",
+       "?",
+       "would start: no viable copy has a version above 0.0.0.0, so the first one is taken"}};
   for (const auto& [clientVersion, copies, text] : rows)
     EXPECT_EQ(verdicts(reportOn(copies, clientVersion), "text")[0], text);
 }
@@ -143,6 +145,29 @@ TEST(Verdict, TakesShortClientAsItIs) {
   EXPECT_EQ(verdicts(reportOn("44 45.1", "45"), "text")[1], "newer than the client (45.1 > 45)");
 }
 
+TEST(Messages, AnyClient) {
+  const Report report = reportOn("45.12 44", "1.0.0.1");
+  EXPECT_EQ(report["client"]["code"], "any");
+  EXPECT_EQ(
+      report["client"]["text"],
+      "1.0.0.1, which stands for any client, so every copy is compatible");
+  EXPECT_EQ(verdicts(report, "text")[0], "would start: the highest version of 2 viable copies");
+}
+
+TEST(Messages, ShortClient) {
+  const Report report = reportOn("44 45.12", "45");
+  ASSERT_THAT(codes(report["notes"]), ElementsAre("short-client-version"));
+  EXPECT_EQ(
+      report["notes"][0]["text"],
+      "Client version 45 has one component: 45.0 and above are newer, since a missing component is "
+      "lower than any.");
+  EXPECT_THAT(codes(reportOn("44 46", "45")["notes"]), IsEmpty());
+  EXPECT_THAT(codes(reportOn("44 45.12", "45.11")["notes"]), IsEmpty());
+  EXPECT_THAT(
+      codes(reportOn("45.12", "45")["notes"]),
+      ElementsAre("nothing-compatible", "short-client-version"));
+}
+
 TEST(Messages, NoteTheUnusual) {
   EXPECT_THAT(codes(reportOn("45.12", "45.12x")["notes"]), IsEmpty());
   EXPECT_THAT(codes(reportOn("45.12", "v45")["notes"]), ElementsAre("odd-client-version"));
@@ -158,8 +183,10 @@ TEST(Messages, NoteTheUnusual) {
 TEST(Messages, WarnEarly) {
   const Report report =
       reportOn("45.12.0.1:1 45.12.0.2:2 45.12.0.3:2s 45.10.0.32950:2 -:2 45.12.0.4:3");
-  ASSERT_THAT(codes(report["warnings"]), ElementsAre("nearly-corrupt"));
-  EXPECT_THAT(report["warnings"][0]["text"].get<std::string>(), EndsWith("/b"));
+  const auto all = codes(report["warnings"]);
+  ASSERT_EQ(std::count(all.begin(), all.end(), "nearly-corrupt"), 1);
+  const auto at = std::find(all.begin(), all.end(), "nearly-corrupt") - all.begin();
+  EXPECT_THAT(report["warnings"][std::size_t(at)]["text"].get<std::string>(), EndsWith("/b"));
 }
 
 TEST(Facts, RecordsInLauncherFolder) {

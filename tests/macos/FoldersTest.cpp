@@ -1,5 +1,6 @@
 #include "BridgeTest.h"
 #include "LauncherHelper.h"
+#include "Platform.h"
 
 namespace fs = std::filesystem;
 namespace fake = test::FakePlatform;
@@ -113,6 +114,32 @@ TEST_F(BundleVersion, UnusualPath) {
 TEST_F(BundleVersion, PathNotUtf8) {
   const fs::path named = folder() / "\xff\xfe";
   EXPECT_EQ(LauncherHelper::getDirectoryVersion(test::Copy(named)), "");
+}
+
+TEST_F(BundleVersion, NamesProblem) {
+  using Platform::ListProblem;
+  const std::pair<std::string, ListProblem> rows[] = {
+      {test::propertyList({{"CFBundleShortVersionString", ""}}), ListProblem::None},
+      {test::propertyList({{"CFBundleName", "plug-in"}}), ListProblem::NoKey},
+      {"<plist><dict><key>CFBundleShort", ListProblem::Malformed},
+      {"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
+       "<key>CFBundleShortVersionString</key><integer>45</integer>"
+       "</dict></plist>",
+       ListProblem::NoText}};
+  for (const auto& [list, problem] : rows) {
+    const test::ScopedFolder copy;
+    test::Copy(copy.path()).list(list);
+    EXPECT_EQ(Platform::versionProblem(test::bundleIn(copy.path())), problem) << list;
+  }
+}
+
+TEST_F(BundleVersion, NamesProgram) {
+  test::Copy copy(folder());
+  copy.list(test::propertyList({{"CFBundleExecutable", "Program"}}));
+  EXPECT_EQ(Platform::executableName(test::bundleIn(copy)), "Program");
+  const test::ScopedFolder unnamed;
+  test::Copy(unnamed.path()).list(test::propertyList({{"CFBundleName", "plug-in"}}));
+  EXPECT_EQ(Platform::executableName(test::bundleIn(unnamed.path())), "OrlixVDIPlugin");
 }
 
 // --- Values under the key ---

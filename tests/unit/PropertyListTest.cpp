@@ -44,6 +44,8 @@ std::string toBinary(const std::string& xml) {
 
 class List : public testing::Test {
 protected:
+  using Problem = Platform::ListProblem;
+
   std::string read(const std::string& content) const {
     fs::remove(file); // some file systems wait for the disk when a file is rewritten in place
     test::writeFile(file, content);
@@ -51,6 +53,11 @@ protected:
   }
 
   std::string read() const { return PropertyList::readText(file, VERSION_KEY); }
+
+  Problem problem(const std::string& content) const {
+    read(content);
+    return PropertyList::read(file, VERSION_KEY).problem;
+  }
 
   void expectInBothForms(const std::string& xml, const std::string& text) const {
     EXPECT_EQ(read(xml), text) << xml;
@@ -62,6 +69,25 @@ protected:
 };
 
 } // namespace
+
+TEST_F(List, NamesProblem) {
+  const std::pair<std::string, Problem> rows[] = {
+      {xmlWithVersion(), Problem::None},
+      {xmlWithEntries(textEntry("")), Problem::None},
+      {xmlWithEntries(entry("<integer>45</integer>")), Problem::NoText},
+      {xmlWithEntries(entry("<string>45</string>", "Other")), Problem::NoKey},
+      {xmlList("<dict/>"), Problem::NoKey},
+      {xmlList("<array><string>45</string></array>"), Problem::NoDictionary}};
+  for (const auto& [xml, expected] : rows) {
+    EXPECT_EQ(problem(xml), expected) << xml;
+    EXPECT_EQ(problem(toBinary(xml)), expected) << "the binary form of " << xml;
+  }
+  EXPECT_EQ(problem("text"), Problem::Malformed);
+  EXPECT_EQ(problem("bplist00"), Problem::Malformed);
+  EXPECT_EQ(problem(std::string(MAXIMUM_SIZE + 1, ' ')), Problem::TooLarge);
+  fs::remove(file);
+  EXPECT_EQ(PropertyList::read(file, VERSION_KEY).problem, Problem::Unreadable);
+}
 
 // --- Texts ---
 

@@ -27,7 +27,10 @@ std::optional<Arguments> readArguments(int argc, const char* const* argv) {
   CLI::App app(DESCRIPTION, "launcher-inspect");
   app.set_help_flag("-h,--help", "Print this help");
   app.set_version_flag("--version", "launcher-inspect " LAUNCHER_VERSION, "Print the version");
-  app.add_option("--client-version", arguments.clientVersion, "Version that the host passes")
+  app.add_option(
+         "--client-version",
+         arguments.clientVersion,
+         "Version that the host passes; 1.0.0.1 is any")
       ->type_name("V");
   addDirectory(app, "--home", arguments.home, "Home folder to look into, or a copy of one");
   addDirectory(

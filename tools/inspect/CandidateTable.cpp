@@ -26,6 +26,7 @@ struct Row {
   std::string lastLaunch;
   std::string safeStart;
   std::string verdict;
+  std::string remedy;
   std::string mark = "    ";
   Style style = DIM;
 };
@@ -48,8 +49,9 @@ static Row rowOf(const Report& candidate) {
       shortVersionOf(candidate),
       record("launches"),
       record("lastLaunch"),
-      record("startedSafely"),
+      hasRecords ? safeStartOf(candidate) : "-",
       escape(textOf(candidate.at("verdict"))),
+      escape(remedyOf(candidate.at("verdict"))),
       candidate.at("verdict").at("code") == "would-start" ? "  > " : "    ",
       styleOf(candidate)};
 }
@@ -63,6 +65,11 @@ static std::size_t widest(const Rows& rows, std::string Row::*text) {
 
 static std::string withoutTrailingBlanks(std::string line) {
   return line.erase(line.find_last_not_of(' ') + 1);
+}
+
+static void addBelow(Page& page, const std::string& text, const Style& style) {
+  if (!text.empty())
+    page.hanging(std::string(VERDICT_INDENT, ' '), text, style);
 }
 
 // --- The table ---
@@ -91,15 +98,16 @@ static void addRow(Page& page, const Row& row, const Columns& columns) {
       row.safeStart,
       columns.hasVerdict ? row.verdict : "");
   page.line(withoutTrailingBlanks(line), row.style);
-  if (!columns.hasVerdict && !row.verdict.empty())
-    page.hanging(std::string(VERDICT_INDENT, ' '), row.verdict, row.style);
+  if (!columns.hasVerdict)
+    addBelow(page, row.verdict, row.style);
+  addBelow(page, row.remedy, row.style);
 }
 
 static void addHeader(Page& page, const Columns& columns) {
   const char* const verdict = columns.hasVerdict ? "VERDICT" : "";
   addRow(
       page,
-      {std::string(HEADER), "VERSION", "LAUNCHES", "LAST LAUNCH", "SAFE START", verdict},
+      {std::string(HEADER), "VERSION", "LAUNCHES", "LAST LAUNCH", "SAFE START", verdict, ""},
       columns);
 }
 
@@ -116,10 +124,13 @@ static void addBlock(Page& page, const Row& row) {
   addField(page, "launches", row.launches, row.style);
   addField(page, "last launch", row.lastLaunch, row.style);
   addField(page, "safe start", row.safeStart, row.style);
-  page.hanging(std::string(VERDICT_INDENT, ' '), row.verdict, row.style);
+  addBelow(page, row.verdict, row.style);
+  addBelow(page, row.remedy, row.style);
 }
 
 void addCandidates(Page& page, const Report& candidates) {
+  if (candidates.empty())
+    return;
   Rows rows;
   std::transform(candidates.begin(), candidates.end(), std::back_inserter(rows), rowOf);
   const Columns columns = page.isNarrow() ? Columns{} : columnsFor(page, rows);

@@ -8,7 +8,7 @@ static void addRecords(Page& page, const Report& candidate) {
     return;
   page.item("launches", recordOf(candidate.at("launches")));
   page.item("last launch", recordOf(candidate.at("lastLaunch")));
-  page.item("safe start", recordOf(candidate.at("startedSafely")));
+  page.item("safe start", safeStartOf(candidate));
 }
 
 static Style styleOfRule(const Report& rule) {
@@ -22,6 +22,7 @@ std::string toExplanation(const Report& report, const Terminal& terminal) {
   Page page(terminal);
   page.paragraph(0, candidate.at("directory"), BOLD);
   page.paragraph(2, textOf(candidate.at("verdict")), styleOf(candidate));
+  page.paragraph(4, remedyOf(candidate.at("verdict")), styleOf(candidate));
   page.line("");
   page.itemIfAny("version", candidate.at("version"));
   addRecords(page, candidate);

@@ -27,13 +27,20 @@ static void requireUsable(const char* option, const fs::path& folder, std::error
         error.message() + "); name an existing one");
 }
 
+// The launcher compares paths as text, so all names of a folder must be the same text.
+static fs::path normalise(const fs::path& folder) {
+  std::error_code error;
+  const fs::path normal = fs::absolute(folder, error).lexically_normal();
+  return normal.has_filename() ? normal : normal.parent_path();
+}
+
 // The launcher's rules ask for the home and the working folder of their process.
 static void enterHome(const fs::path& home) {
+  const fs::path absolute = normalise(home);
   std::error_code error;
-  if (!fs::is_directory(home, error) && !error)
+  if (!fs::is_directory(absolute, error) && !error)
     error = std::make_error_code(std::errc::not_a_directory);
   requireUsable("--home", home, error);
-  const fs::path absolute = fs::absolute(home);
   ::setenv("HOME", absolute.c_str(), 1);
   ::setenv("CFFIXED_USER_HOME", absolute.c_str(), 1); // what Foundation goes by
 }

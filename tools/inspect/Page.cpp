@@ -31,11 +31,12 @@ void Page::hanging(std::string prefix, const std::string& text, const Style& sty
 
 void Page::heading(const std::string& text) {
   line("");
-  line(text, BOLD);
+  paragraph(0, text, BOLD);
 }
 
 void Page::paragraph(std::size_t indent, const std::string& text, const Style& style) {
-  hanging(std::string(indent, ' '), escape(text), style);
+  if (!text.empty())
+    hanging(std::string(indent, ' '), escape(text), style);
 }
 
 std::size_t Page::itemIndent() const {
@@ -64,6 +65,10 @@ std::string textOf(const Report& message) {
   return message.at("text");
 }
 
+std::string remedyOf(const Report& message) {
+  return message.contains("remedy") ? "Remedy: " + message.at("remedy").get<std::string>() : "";
+}
+
 std::string nameOf(const std::string& path) {
   return path.substr(path.find_last_of('/') + 1);
 }
@@ -87,6 +92,13 @@ std::string recordOf(const Report& value) {
     return value.is_number() ? value.dump() : "never";
   const std::string time = value;
   return time.substr(0, 10) + " " + time.substr(11, 8);
+}
+
+std::string safeStartOf(const Report& candidate) {
+  const Report& started = candidate.at("startedSafely");
+  if (started.is_null() || started == true || candidate.at("recordsSafeStart") == true)
+    return recordOf(started);
+  return candidate.at("version").is_null() ? "-" : "too old";
 }
 
 Style styleOf(const Report& candidate) {

@@ -3,18 +3,26 @@
 #include "LaunchLog.h"
 #include "Logger.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace LauncherInspect {
 
+// A name may be part of another one: the longer one goes first.
 Redaction::Redaction(
-    const std::filesystem::path& homeDirectory, std::string maskedName, Paths paths)
+    const std::filesystem::path& homeDirectory, std::vector<std::string> maskedNames, Paths paths)
     : home(homeDirectory == "/" ? "" : homeDirectory.string()),
-      shownHome(paths == Paths::BelowTilde ? "~" : home), loginName(std::move(maskedName)) {}
+      shownHome(paths == Paths::BelowTilde ? "~" : home), loginNames(std::move(maskedNames)) {
+  std::sort(loginNames.begin(), loginNames.end(), [](const auto& a, const auto& b) {
+    return a.size() > b.size();
+  });
+}
 
 std::string Redaction::text(std::string text) const {
-  if (!loginName.empty()) // an empty one is replaced without end
-    Logger::replaceAll(text, loginName);
+  for (const auto& name : loginNames) {
+    if (!name.empty()) // an empty one is replaced without end
+      Logger::replaceAll(text, name);
+  }
   return text;
 }
 

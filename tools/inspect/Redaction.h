@@ -2,18 +2,19 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace LauncherInspect {
 
 // Whether the home folder at the start of a path is shown as ~.
 enum class Paths { Absolute, BelowTilde };
 
-// How much of the user a report shows: the home folder may become ~ and, when asked for, the login
-// name becomes stars, in every text that is not the command's own.
+// How much of the user a report shows: the home folder may become ~ and, when asked for, login
+// names become stars, in every text that is not the command's own.
 class Redaction {
 public:
   // An empty login name masks nothing.
-  Redaction(const std::filesystem::path& home, std::string loginName, Paths paths);
+  Redaction(const std::filesystem::path& home, std::vector<std::string> loginNames, Paths paths);
 
   std::string text(std::string text) const;
   std::string path(const std::filesystem::path& path) const;
@@ -24,7 +25,7 @@ public:
 private:
   std::string home;      // empty: it is "/", in which every path lies
   std::string shownHome; // what its paths begin with
-  std::string loginName;
+  std::vector<std::string> loginNames;
 };
 
 } // namespace LauncherInspect

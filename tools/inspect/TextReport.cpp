@@ -8,8 +8,10 @@
 namespace LauncherInspect {
 
 static void addMessages(Page& page, const Report& messages) {
-  for (const auto& message : messages)
+  for (const auto& message : messages) {
     page.paragraph(2, textOf(message), WARNING);
+    page.paragraph(4, remedyOf(message), WARNING);
+  }
 }
 
 static void addChoice(Page& page, const Report& report) {
@@ -17,6 +19,7 @@ static void addChoice(Page& page, const Report& report) {
   page.paragraph(0, textOf(report.at("outcome")), chosen.is_null() ? BAD : GOOD);
   if (!chosen.is_null())
     page.paragraph(2, chosen.at("directory"));
+  page.paragraph(2, remedyOf(report.at("outcome")), BAD);
   addMessages(page, report.at("notes"));
 }
 
@@ -31,7 +34,7 @@ static void addQuestion(Page& page, const Report& report) {
 static void addWarnings(Page& page, const Report& warnings) {
   if (warnings.empty())
     return;
-  page.heading("Early warning");
+  page.heading("Warnings");
   addMessages(page, warnings);
 }
 
@@ -53,6 +56,7 @@ static void addCleanUp(Page& page, const Report& cleanUp) {
   Report kept = cleanUp.at("kept");
   page.heading("Clean-up after this launch");
   page.paragraph(2, textOf(cleanUp), cleanUp.at("code") == "failed" ? BAD : PLAIN);
+  page.paragraph(4, remedyOf(cleanUp), BAD);
   addFolders(page, "removes", cleanUp.at("removed"), BAD);
   addFolders(page, "tied", cleanUp.at("tied"), WARNING);
   for (const auto& note : cleanUp.at("notes"))
@@ -76,22 +80,35 @@ static void addLastLaunch(Page& page, const Report& launch) {
     page.item("chosen folder", chosen.at("directory"));
   }
   page.item(launch.at("time").is_null() ? "launch" : "ended", textOf(launch.at("end")));
+  page.remark(remedyOf(launch.at("end")));
   for (const auto& reason : launch.at("removalFailures"))
     page.item("not removed", reason, WARNING);
   if (const Report& more = launch.at("furtherRemovalFailures"); more != 0)
     page.item("not removed", "and " + more.dump() + " more", WARNING);
+  addMessages(page, launch.at("notes"));
+  if (!launch.at("systemLogCommand").is_null()) {
+    page.item("system log", "shows whether it started:");
+    page.line("  " + launch.at("systemLogCommand").get<std::string>()); // whole, for pasting
+  }
+}
+
+static void addLoadMode(Page& page, const Report& loadMode) {
+  page.heading("In the started application, as its log tells");
+  page.item("log", loadMode.at("log"));
+  page.item("load mode", textOf(loadMode.at("end")));
+  page.remark(remedyOf(loadMode.at("end")));
 }
 
 std::string toText(const Report& report, const Terminal& terminal) {
   Page page(terminal);
   addChoice(page, report);
   addQuestion(page, report);
-  if (report.at("outcome").at("code") != "failed") {
-    addWarnings(page, report.at("warnings"));
-    addCandidates(page, report.at("candidates"));
+  addWarnings(page, report.at("warnings"));
+  addCandidates(page, report.at("candidates"));
+  if (report.at("outcome").at("code") != "failed")
     addCleanUp(page, report.at("cleanUp"));
-  }
   addLastLaunch(page, report.at("lastLaunch"));
+  addLoadMode(page, report.at("loadMode"));
   return page.text();
 }
 
