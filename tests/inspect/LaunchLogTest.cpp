@@ -162,6 +162,16 @@ TEST(LaunchLog, NamesFailedRemovals) {
   EXPECT_THAT(launch.removalFailures, ElementsAre("Busy"));
 }
 
+TEST(LaunchLog, BoundsRemovals) {
+  std::string log = ENTERED + CHOICE;
+  for (int i = 0; i < 25; ++i)
+    log += STAMP + "remove directory failed: " + std::to_string(i) + "\n";
+  const auto launch = read(log);
+  ASSERT_EQ(launch.removalFailures.size(), 20u);
+  EXPECT_EQ(launch.removalFailures.back(), "19");
+  EXPECT_EQ(launch.furtherRemovalFailures, 5u);
+}
+
 TEST(LaunchLog, KeepsLineFeeds) {
   const auto launch =
       read("b\n" + ENTERED + STAMP + "Best candidate: /a (version: 1)\nb (version: 45.12)\n");

@@ -175,8 +175,10 @@ TEST_F(Problem, NamesTheCause) {
       const ScopedPermissions closed(copy.dir(), CLOSED);
       EXPECT_THAT(
           shown(report()["outcome"]),
-          EndsWith(" " + folder + "/a: Permission denied -> Make it accessible to this user, or "
-                                  "inspect as the user who owns it."));
+          EndsWith(
+              " " + folder +
+              "/a: Permission denied -> Make it accessible to this user, or "
+              "inspect as the user who owns it."));
     }
     fs::create_symlink("launchCount.dat", copy.dir() / "launchCount.dat");
     EXPECT_THAT(verdict(report(), "a"), HasSubstr("/a/launchCount.dat: Too many levels"));
@@ -221,7 +223,8 @@ TEST_F(Problem, RemovedWorkingFolder) {
     fs::current_path(gone);
     fs::remove(gone);
     const Report all = report();
-    EXPECT_THAT(shown(all["outcome"]), EndsWith(" -> Start the host in a working folder that exists."));
+    EXPECT_THAT(
+        shown(all["outcome"]), EndsWith(" -> Start the host in a working folder that exists."));
     EXPECT_THAT(verdict(all, "a"), StartsWith("viable"));
   });
 }
@@ -237,7 +240,8 @@ TEST_F(Problem, UnwritableLogFolder) {
   fs::remove(home.path() / "Library/Logs");
   asUser([&] {
     const ScopedPermissions closed(home.path() / "Library", fs::perms(0500));
-    EXPECT_THAT(shown(report()["outcome"]), AllOf(StartsWith("failed"), HasSubstr(" ~/Library: Per")));
+    EXPECT_THAT(
+        shown(report()["outcome"]), AllOf(StartsWith("failed"), HasSubstr(" ~/Library: Per")));
   });
 }
 
@@ -260,7 +264,8 @@ TEST_F(Problem, FullDisk) {
   EXPECT_THAT(report()["notes"].dump(), Not(HasSubstr("disk-full")));
   const test::ScopedEnvironment full1("HOME", "/proc");
   const test::ScopedEnvironment full2("CFFIXED_USER_HOME", "/proc");
-  EXPECT_THAT(shownAll(report()["notes"]), ::testing::Contains(EndsWith("-> Free some space on it.")));
+  EXPECT_THAT(
+      shownAll(report()["notes"]), ::testing::Contains(EndsWith("-> Free some space on it.")));
 }
 
 TEST_F(Problem, NoApplicationSupport) {
@@ -315,7 +320,8 @@ TEST_F(Problem, CountsFoldersOnce) {
   const test::Copy copy = home.copy("a");
   fs::create_directory_symlink("a", home.launcherFolder() / "link");
   const Report all = reportAt(copy);
-  EXPECT_EQ(shown(all["candidates"][1]["verdict"]), "would-start would start: the only viable copy -> ");
+  EXPECT_EQ(
+      shown(all["candidates"][1]["verdict"]), "would-start would start: the only viable copy -> ");
   for (const int again : {2, 3})
     EXPECT_EQ(
         shown(all["candidates"][again]["verdict"]),

@@ -136,7 +136,7 @@ TEST(ReadOnly, KeepsWholeTree) {
   const ScopedHome home;
   layOut(home.path());
   const auto before = snapshot(home.path());
-  for (const char* form : {"--json", "--mask"}) {
+  for (const char* form : {"--json", "--mask", "--brief", "--explain=a"}) {
     const Result result = test::run({{LAUNCHER_INSPECT, form}, home.path() / "work"});
     EXPECT_EQ(result.status, 0) << result.err;
   }
@@ -196,13 +196,13 @@ TEST(ReadOnly, SaysLockedLauncherFolder) {
   layOut(others.home);
   const fs::path closed = others.home / "Library/Application Support/VantuOrlixVDILauncher";
   fs::permissions(closed, fs::perms::none);
-  const json report = others.inspect(true, 1);
+  const json report = others.inspect(true, 3);
   fs::permissions(closed, fs::perms(0700));
   EXPECT_EQ(report["outcome"]["code"], "failed");
   EXPECT_EQ(
       report["outcome"]["text"],
-      "Nothing would start: the launcher would stop at an error. ~/Library/Application "
-      "Support/VantuOrlixVDILauncher: Permission denied");
+      "Nothing would start: the launcher would stop at an error. " + closed.string() +
+          ": Permission denied");
   EXPECT_EQ(
       report["outcome"]["remedy"],
       "Make it accessible to this user, or inspect as the user who owns it.");

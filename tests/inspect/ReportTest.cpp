@@ -20,7 +20,7 @@ json report(const Facts& facts, const std::string& loginName = "") {
 }
 
 const std::string SAMPLE = R"report({
-  "schemaVersion": 2,
+  "schemaVersion": 3,
   "outcome": {"code": "would-start", "text": "Would start 45.12.0.900"},
   "chosen": {"directory": "FOLDER/45.12.0.900", "version": "45.12.0.900"},
   "notes": [],
@@ -70,6 +70,7 @@ const std::string SAMPLE = R"report({
     "chosen": {"directory": "FOLDER/45.12.0.900", "version": "45.12.0.900"},
     "launches": 12,
     "removalFailures": ["Permission denied"],
+    "furtherRemovalFailures": 0,
     "notes": [{"code": "not-removed", "text": "Old folders could not be removed; the log does not name them.", "remedy": "Make the folders in the launcher folder, and all they hold, writable for this user."}],
     "end": {
       "code": "recorded",
@@ -140,6 +141,15 @@ TEST(Report, ShowsAMaskedHomeAsTilde) {
   EXPECT_EQ(report(facts)["lastLaunch"]["chosen"]["directory"], "~/a");
 }
 
+TEST(Report, ShowsPathsInFull) {
+  Facts facts = sampleFacts();
+  facts.lastLaunch.chosen->directory = "/home/*****/a";
+  const json full(makeReport(facts, "", Paths::Absolute));
+  EXPECT_EQ(full["workingDirectory"], "/home/alice/work");
+  EXPECT_EQ(full["lastLaunch"]["chosen"]["directory"], "/home/alice/a");
+  EXPECT_THAT(full.dump(), Not(HasSubstr("~")));
+}
+
 namespace {
 
 // Facts with the login name "alice" in every text that is not the command's own.
@@ -192,6 +202,88 @@ TEST(Report, MasksTheOwner) {
   facts.homeOwner = "alice";
   EXPECT_THAT(report(facts, "al").dump(), AllOf(HasSubstr("user (*****)"), Not(HasSubstr("*ice"))));
   EXPECT_THAT(report(facts).dump(), HasSubstr("user (alice)"));
+}
+
+// --- Explanation ---
+
+namespace {
+
+// What each rule said about a candidate of the sample, as "code: text" without the rule's name.
+std::vector<std::string> explain(Facts facts, std::size_t candidate) {
+  facts.explained = candidate;
+  std::vector<std::string> list;
+  const json document = report(facts);
+  for (const auto& rule : document["explained"]["rules"]) {
+    const std::string text = rule["text"];
+    list.push_back(rule["code"].get<std::string>() + text.substr(text.find_first_of(",;")));
+  }
+  return list;
+}
+
+} // namespace
+
+TEST(Report, ExplainsOnlyWhenAsked) {
+  EXPECT_FALSE(report(sampleFacts()).contains("explained"));
+}
+
+TEST(Report, ExplainsEveryRule) {
+  const std::string bundle = "bundle-passed, the folder holds OrlixVDIPlugin.app";
+  const std::string outside = "corrupt-exempt, since the folder is not in the launcher folder";
+  const std::string client = "client-passed, 45.12 does not exceed 45.12";
+  Facts facts = sampleFacts();
+  for (const std::size_t i : {2u, 4u})
+    facts.candidates[i].decision.corruptCheck = {true, 1, i == 4, false};
+  const std::pair<std::size_t, std::vector<std::string>> rows[] = {
+      {0,
+       {bundle,
+        outside,
+        "client-passed, 45.11 does not exceed 45.12",
+        "choice-failed; viable, older than the chosen copy (45.11.0.5 < 45.12.0.900)"}},
+      {1, {"bundle-failed, the folder does not hold OrlixVDIPlugin.app"}},
+      {2,
+       {bundle,
+        "corrupt-passed, launch count 1 is below 3, and there was no safe start",
+        "client-failed, newer than the client (45.13 > 45.12)"}},
+      {3, {bundle, "corrupt-failed, launch count 3 is not below 3, and there was no safe start"}},
+      {4,
+       {bundle,
+        "corrupt-passed, there was a safe start (launch count 1)",
+        client,
+        "choice-passed; would start: the highest version of 3 compatible copies"}},
+      {6,
+       {bundle,
+        "corrupt-exempt, since there is no readable version",
+        "client-failed, no readable version to compare with 45.12.0.1000"}}};
+  for (const auto& [candidate, rules] : rows)
+    EXPECT_EQ(explain(facts, candidate), rules);
+}
+
+TEST(Report, ExplainsExemptions) {
+  Facts facts = sampleFacts();
+  facts.candidates[5].decision.corruptCheck = {};
+  EXPECT_EQ(
+      explain(facts, 5)[1],
+      "corrupt-exempt, since version 45.12.0.900 does not exceed 45.10.0.32950");
+  facts.clientVersion = "";
+  EXPECT_EQ(explain(facts, 5)[2], "client-exempt, since the host names no version");
+  facts.clientVersion = "1.0.0.1";
+  EXPECT_EQ(explain(facts, 5)[2], "client-exempt, since client version 1.0.0.1 stands for any");
+}
+
+TEST(Report, ExplainsNoRuleUnexamined) {
+  Facts facts = sampleFacts();
+  facts.candidates[0].failure = Failure{"/a", "bad"};
+  EXPECT_THAT(explain(facts, 0), ::testing::IsEmpty());
+}
+
+TEST(Report, ExplainsFallback) {
+  Facts facts = sampleFacts();
+  facts.clientVersion = "44";
+  facts.fellBack = true;
+  const auto rules = explain(facts, 0);
+  ASSERT_EQ(rules.size(), 5u);
+  EXPECT_EQ(rules[2], "client-failed, newer than the client (45.11 > 44)");
+  EXPECT_EQ(rules[3], "client-overruled, since every viable copy fails it");
 }
 
 // --- Messages that the sample does not have ---

@@ -13,7 +13,7 @@ static const char* const DESCRIPTION =
     "folders it would remove then. Starts and changes nothing.\n";
 
 static const char* const EXIT_STATUSES =
-    "Exit status: 0 a copy would start, 1 none would, 2 wrong usage.";
+    "Exit status: 0 a copy would start, 1 none would, 2 wrong usage, 3 it cannot be told.";
 
 static void addDirectory(
     CLI::App& app, const char* name, std::optional<fs::path>& directory, const char* help) {
@@ -35,7 +35,12 @@ std::optional<Arguments> readArguments(int argc, const char* const* argv) {
   addDirectory(app, "--home", arguments.home, "Home folder to look into, or a copy of one");
   addDirectory(
       app, "--working-directory", arguments.workingDirectory, "Working folder of the host");
-  app.add_flag("--json", arguments.json, "Print one JSON object");
+  addDirectory(
+      app, "--explain", arguments.explained, "Print every rule that this copy passed or failed");
+  CLI::Option* const brief =
+      app.add_flag("--brief", arguments.brief, "Print one line per copy, the chosen one first");
+  app.add_flag("--json", arguments.json, "Print one JSON object")->excludes(brief);
+  brief->excludes(app.get_option("--explain"));
   app.add_flag("--mask", arguments.mask, "Replace the login name by stars");
   app.footer(EXIT_STATUSES);
   try {
@@ -45,6 +50,8 @@ std::optional<Arguments> readArguments(int argc, const char* const* argv) {
     return std::nullopt;
   } catch (const CLI::ArgumentMismatch& error) {
     throw UsageError(error.what() + std::string("; give the option once, with one value"));
+  } catch (const CLI::ExcludesError& error) {
+    throw UsageError(error.what() + std::string("; give one of the two"));
   } catch (const CLI::ParseError& error) {
     throw UsageError(error.what());
   }

@@ -8,8 +8,8 @@
 
 namespace LauncherInspect {
 
-// Why the copy in a folder has no version; None: its text is empty. Looks at the property list again
-// and raises nothing of the file system.
+// Why the copy in a folder has no version; None: its text is empty. Looks at the property list
+// again and raises nothing of the file system.
 Platform::ListProblem findVersionProblem(const std::filesystem::path& dir);
 
 // What an application needs to come up. True where it cannot be told.

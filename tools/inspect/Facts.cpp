@@ -193,9 +193,10 @@ static void examineEach(Facts& facts) {
   for (const auto& dir : listFolders(facts)) {
     Candidate candidate;
     candidate.decision.dir = dir;
-    candidate.records = readRecords(dir);
-    candidate.failure =
-        failureOf([&] { candidate = describe(judgeAlone(dir, facts.clientVersion)); });
+    candidate.failure = failureOf([&] {
+      candidate.records = readRecords(dir);
+      candidate = describe(judgeAlone(dir, facts.clientVersion));
+    });
     facts.candidates.push_back(candidate);
   }
   findTwins(facts.candidates);
@@ -339,6 +340,17 @@ Facts findFacts(const std::string& clientVersion) {
     facts.loadMode = readLoadLog(logDirectory / VDI_LAUNCH_LOGE_LOAD_MODE);
   }
   return facts;
+}
+
+std::optional<std::size_t> findCandidate(const Facts& facts, const Path& path) {
+  Path wanted = path.lexically_normal();
+  if (!wanted.has_filename()) // it ends with a slash
+    wanted = wanted.parent_path();
+  for (std::size_t i = 0; i < facts.candidates.size(); ++i) {
+    if (facts.candidates[i].decision.dir == wanted)
+      return i;
+  }
+  return std::nullopt;
 }
 
 } // namespace LauncherInspect

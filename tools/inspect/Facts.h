@@ -73,10 +73,11 @@ struct Facts {
   std::optional<Failure> launcherDirectoryFailure; // neither of the two is known
   bool diskIsFull = false;
 
-  std::vector<Candidate> candidates; // in scan order
-  std::optional<std::size_t> chosen; // index of a candidate
-  StartCheck startCheck;             // of the chosen copy
-  Path unwritableRecord;             // of the chosen copy; empty: its launch can be counted
+  std::vector<Candidate> candidates;    // in scan order
+  std::optional<std::size_t> chosen;    // index of a candidate
+  std::optional<std::size_t> explained; // index of the candidate that the user asks about
+  StartCheck startCheck;                // of the chosen copy
+  Path unwritableRecord;                // of the chosen copy; empty: its launch can be counted
   std::size_t eligible = 0; // how many copies the chosen one was selected from, each folder once
   bool fellBack = false;    // no viable copy is compatible, so all of them are eligible
   bool choseWithoutVersion = false; // no eligible copy has a version that counts
@@ -90,6 +91,9 @@ struct Facts {
 // Looks into the home and the working folder of this process. Changes nothing and raises nothing of
 // the file system.
 Facts findFacts(const std::string& clientVersion);
+
+// The index of the first candidate with this absolute path.
+std::optional<std::size_t> findCandidate(const Facts& facts, const Path& path);
 
 // The first components of a version, as text.
 std::string firstComponents(const std::string& version, std::size_t count);

@@ -18,6 +18,8 @@ namespace LauncherInspect {
 // No launch writes as much. A larger file is not read into memory.
 constexpr std::uintmax_t MAXIMUM_LOG_SIZE = 64 * 1024 * 1024;
 
+constexpr std::size_t MOST_REMOVAL_FAILURES = 20; // that are reported one by one
+
 constexpr std::string_view STAMP = "0000-00-00 00:00:00.000 "; // a zero stands for any digit
 
 // --- Texts in which any character may be masked by a star ---
@@ -72,6 +74,13 @@ static std::optional<std::uint32_t> parseCount(const std::string& text) {
   return result.ec == std::errc() ? std::optional(count) : std::nullopt;
 }
 
+static void addRemovalFailure(const std::string& reason, LastLaunch& launch) {
+  if (launch.removalFailures.size() < MOST_REMOVAL_FAILURES)
+    launch.removalFailures.push_back(reason);
+  else
+    ++launch.furtherRemovalFailures;
+}
+
 static void readMessage(const std::string& message, LastLaunch& launch) {
   if (const auto version = textAfter(LogMessages::CLIENT_VERSION_PROVIDED, message))
     launch.clientVersion = *version;
@@ -85,7 +94,7 @@ static void readMessage(const std::string& message, LastLaunch& launch) {
   if (startsWith(message, LogMessages::NOT_CLEANED))
     launch.isUncleaned = true;
   if (const auto reason = textAfter(LogMessages::REMOVAL_FAILED, message))
-    launch.removalFailures.push_back(*reason);
+    addRemovalFailure(*reason, launch);
 }
 
 static void readMessage(const std::string& message, LoadMode& loadMode) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -31,7 +32,8 @@ struct LastLaunch : Log {
   bool isRecorded = false;                  // in the launch count of a copy in the launcher folder
   std::optional<std::uint32_t> launchCount; // after this launch
   bool isUncleaned = false;                 // the copy lies elsewhere, where no records are kept
-  std::vector<std::string> removalFailures;
+  std::vector<std::string> removalFailures; // the first ones
+  std::size_t furtherRemovalFailures = 0;
 };
 
 struct FailedLoad {

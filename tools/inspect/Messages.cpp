@@ -250,6 +250,82 @@ Messages verdict(const Facts& facts, const Candidate& candidate) {
        "viable, not comparable with the chosen copy ({version}, {chosen})"}};
 }
 
+// --- The rules that a candidate was asked, up to the first that it failed ---
+
+static bool isViable(const Candidate& candidate) {
+  return candidate.decision.status != Status::NoBundle &&
+         candidate.decision.status != Status::Corrupt;
+}
+
+Messages bundleRule(const Facts&, const Candidate& candidate) {
+  const bool hasBundle = candidate.decision.status != Status::NoBundle;
+  return {
+      {"bundle-passed", hasBundle, "bundle: passed, the folder holds {bundle}"},
+      {"bundle-failed", !hasBundle, "bundle: failed, the folder does not hold {bundle}"}};
+}
+
+Messages corruptRule(const Facts&, const Candidate& candidate) {
+  const auto& [dir, status, version, check] = candidate.decision;
+  const bool isExempt = status != Status::NoBundle && !check.applies;
+  const bool isOutside = !candidate.records;
+  return {
+      {"corrupt-exempt",
+       isExempt && isOutside,
+       "corrupt: not asked, since the folder is not in the launcher folder"},
+      {"corrupt-exempt",
+       isExempt && !isOutside && version.empty(),
+       "corrupt: not asked, since there is no readable version"},
+      {"corrupt-exempt",
+       isExempt && !isOutside && !version.empty(),
+       "corrupt: not asked, since version {version} does not exceed {corruptBase}"},
+      {"corrupt-failed",
+       check.isCorrupt,
+       "corrupt: failed, launch count {launches} is not below {threshold}, and there was no safe "
+       "start"},
+      {"corrupt-passed",
+       check.applies && check.startedSafely,
+       "corrupt: passed, there was a safe start (launch count {launches})"},
+      {"corrupt-passed",
+       check.applies && !check.isCorrupt && !check.startedSafely,
+       "corrupt: passed, launch count {launches} is below {threshold}, and there was no safe "
+       "start"}};
+}
+
+Messages clientRule(const Facts& facts, const Candidate& candidate) {
+  const auto& [dir, status, version, corruptCheck] = candidate.decision;
+  const bool isNone = facts.clientVersion.empty();
+  const bool isAny = facts.clientVersion == Selection::ANY_CLIENT_VERSION;
+  const bool isCompared = isViable(candidate) && !isNone && !isAny;
+  const bool isFailed = isCompared && (status == Status::Incompatible || facts.fellBack);
+  return {
+      {"client-exempt",
+       isViable(candidate) && isNone,
+       "client: not asked, since the host names no version"},
+      {"client-exempt",
+       isViable(candidate) && isAny,
+       "client: not asked, since client version {client} stands for any"},
+      {"client-failed",
+       isFailed && version.empty(),
+       "client: failed, no readable version to compare with {client}"},
+      {"client-failed",
+       isFailed && !version.empty(),
+       "client: failed, newer than the client ({versionStart} > {clientStart})"},
+      {"client-passed",
+       isCompared && !isFailed,
+       "client: passed, {versionStart} does not exceed {clientStart}"},
+      {"client-overruled",
+       isFailed && facts.fellBack,
+       "client: overruled, since every viable copy fails it"}};
+}
+
+Messages choiceRule(const Facts&, const Candidate& candidate) {
+  return {
+      {"choice-passed", candidate.isChosen, "choice: passed; {verdict}"},
+      {"choice-failed",
+       !candidate.isChosen && candidate.decision.status == Status::Viable,
+       "choice: failed; {verdict}"}};
+}
+
 // --- The clean-up ---
 
 Messages cleanUp(const Facts& facts, const Candidate&) {
@@ -371,6 +447,10 @@ std::vector<NamedTopic> allTopics() {
       {"launcherDirectoryState", launcherDirectoryState},
       {"warnings", warnings},
       {"candidates.verdict", verdict},
+      {"explained.rules", bundleRule},
+      {"explained.rules", corruptRule},
+      {"explained.rules", clientRule},
+      {"explained.rules", choiceRule},
       {"cleanUp", cleanUp},
       {"cleanUp.notes", cleanUpNotes},
       {"lastLaunch.end", launchEnd},

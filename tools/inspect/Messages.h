@@ -33,7 +33,8 @@ Topic verdict; // about each candidate
 
 // Topics of which the report has all messages that apply.
 Topic notes, cleanUpNotes, launchNotes;
-Topic warnings; // about each candidate
+Topic warnings;                                        // about each candidate
+Topic bundleRule, corruptRule, clientRule, choiceRule; // about the explained candidate
 
 struct NamedTopic {
   const char* member; // of the report

@@ -10,8 +10,9 @@ namespace LauncherInspect {
 
 // A name may be part of another one: the longer one goes first.
 Redaction::Redaction(
-    const std::filesystem::path& homeDirectory, std::vector<std::string> maskedNames)
-    : home(homeDirectory == "/" ? "" : homeDirectory.string()), loginNames(std::move(maskedNames)) {
+    const std::filesystem::path& homeDirectory, std::vector<std::string> maskedNames, Paths paths)
+    : home(homeDirectory == "/" ? "" : homeDirectory.string()),
+      shownHome(paths == Paths::BelowTilde ? "~" : home), loginNames(std::move(maskedNames)) {
   std::sort(loginNames.begin(), loginNames.end(), [](const auto& a, const auto& b) {
     return a.size() > b.size();
   });
@@ -32,7 +33,7 @@ std::string Redaction::path(const std::filesystem::path& path) const {
 std::string Redaction::loggedPath(const std::string& path) const {
   const bool isInHome = !home.empty() && isMaskedFormOf(path.substr(0, home.size()), home) &&
                         (path.size() == home.size() || path[home.size()] == '/');
-  return text(isInHome ? "~" + path.substr(home.size()) : path);
+  return text(isInHome ? shownHome + path.substr(home.size()) : path);
 }
 
 } // namespace LauncherInspect

@@ -34,7 +34,7 @@ struct fmt::formatter<LauncherInspect::Lazy<Function>> : fmt::formatter<std::str
 
 namespace LauncherInspect {
 
-constexpr int SCHEMA_VERSION = 2;
+constexpr int SCHEMA_VERSION = 3;
 constexpr std::size_t LONGEST_VERSION = 40; // in a sentence
 
 // --- Plain values ---
@@ -59,11 +59,11 @@ namespace {
 // Texts that are not the command's own enter the report by way of the redaction.
 class Writer {
 public:
-  Writer(const Facts& givenFacts, const std::string& loginName)
-      : facts(givenFacts), redaction(givenFacts.home, masked(givenFacts, loginName)) {}
+  Writer(const Facts& givenFacts, const std::string& loginName, Paths paths)
+      : facts(givenFacts), redaction(givenFacts.home, masked(givenFacts, loginName), paths) {}
 
   Report report() const {
-    return {
+    Report object = {
         {"schemaVersion", SCHEMA_VERSION},
         {"outcome", first(outcome, chosen)},
         {"chosen", facts.chosen ? copy(chosen.decision) : Report()},
@@ -79,6 +79,9 @@ public:
         {"cleanUp", describeCleanUp()},
         {"lastLaunch", lastLaunch()},
         {"loadMode", loadMode()}};
+    if (facts.explained)
+      object["explained"] = explained(facts.candidates[*facts.explained]);
+    return object;
   }
 
 private:
@@ -147,6 +150,7 @@ private:
         fmt::arg("clientStart", Lazy{[&] { return versionStart(facts.clientVersion); }}),
         fmt::arg("clientVersion", Lazy{[&] { return redaction.text(facts.clientVersion); }}),
         fmt::arg("corrupt", Lazy{[&] { return count(Selection::Status::Corrupt); }}),
+        fmt::arg("corruptBase", Selection::CORRUPT_CHECK_BASE_VERSION),
         fmt::arg("directory", Lazy{[&] { return redaction.path(about.dir); }}),
         fmt::arg("eligible", facts.eligible),
         fmt::arg("failedLibrary", Lazy{[&] { return redaction.loggedPath(load.library); }}),
@@ -177,6 +181,8 @@ private:
         fmt::arg("tiedKept", facts.cleanUp.tiedKept),
         fmt::arg("twin", Lazy{[&] { return redaction.path(firstListed(candidate).decision.dir); }}),
         fmt::arg("unwritableRecord", Lazy{[&] { return redaction.path(facts.unwritableRecord); }}),
+        fmt::arg(
+            "verdict", Lazy{[&] { return fill(firstOf(verdict, candidate).text, candidate); }}),
         fmt::arg("version", Lazy{[&] { return version(about.version); }}),
         fmt::arg("versionProblem", versionProblem(candidate)),
         fmt::arg("versionStart", Lazy{[&] { return versionStart(about.version); }}),
@@ -192,10 +198,14 @@ private:
     return object;
   }
 
-  Report first(Topic topic, const Candidate& about) const {
+  Message firstOf(Topic topic, const Candidate& about) const {
     const auto messages = topic(facts, about);
     const auto applies = [](const Message& message) { return message.applies; };
-    return words(*std::find_if(messages.begin(), messages.end(), applies), about);
+    return *std::find_if(messages.begin(), messages.end(), applies);
+  }
+
+  Report first(Topic topic, const Candidate& about) const {
+    return words(firstOf(topic, about), about);
   }
 
   Report all(Topic topic, const Candidate& about) const {
@@ -238,6 +248,18 @@ private:
         candidate.records ? Report(candidate.decision.corruptCheck.applies) : Report();
     object["nearlyCorrupt"] = isNearlyCorrupt(candidate);
     object["verdict"] = first(verdict, candidate);
+    return object;
+  }
+
+  Report explained(const Candidate& candidate) const {
+    Report object = describe(candidate);
+    object["rules"] = Report::array();
+    if (candidate.failure) // no rule got an answer
+      return object;
+    for (Topic* const rule : {bundleRule, corruptRule, clientRule, choiceRule}) {
+      const Report asked = all(*rule, candidate);
+      object["rules"].insert(object["rules"].end(), asked.begin(), asked.end());
+    }
     return object;
   }
 
@@ -284,6 +306,7 @@ private:
           {"directory", redaction.loggedPath(launch.chosen->directory)},
           {"version", redaction.text(launch.chosen->version)}};
     object["launches"] = valueOrNull(launch.launchCount);
+    object["furtherRemovalFailures"] = launch.furtherRemovalFailures;
     object["removalFailures"] = Report::array();
     for (const auto& reason : launch.removalFailures)
       object["removalFailures"].push_back(redaction.text(reason));
@@ -309,8 +332,8 @@ private:
 
 } // namespace
 
-Report makeReport(const Facts& facts, const std::string& loginName) {
-  return Writer(facts, loginName).report();
+Report makeReport(const Facts& facts, const std::string& loginName, Paths paths) {
+  return Writer(facts, loginName, paths).report();
 }
 
 } // namespace LauncherInspect
