@@ -100,6 +100,8 @@ TEST_F(List, SkipsMarkup) {
   const std::string lists[] = {
       "<plist><dict>" + version + "</dict></plist>",
       "<?xml version=\"1.0\"?>" + type + "\n<plist><dict>" + version + "</dict></plist>\n",
+      "<!DOCTYPE plist PUBLIC \"a > b\" \"<c>\"><plist><dict>" + version + "</dict></plist>",
+      "<!DOCTYPE plist [<!ENTITY a \"b\"> ]><plist><dict>" + version + "</dict></plist>",
       comment + "<plist>" + comment + "<dict>" + comment + entry(comment + value) + comment +
           "</dict>" + comment + "</plist>" + comment + "\n",
       "<?a > b?><plist><?a?><dict>" + entry("<?a?>" + value) + "</dict></plist><?a?>",
