@@ -28,9 +28,11 @@ static fs::path homeFromPasswordFile() {
   return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : "";
 }
 
+// A relative HOME would name another folder whenever a thread of the host changes its working
+// folder.
 static fs::path homeDirectory() {
   const char* const home = std::getenv("HOME");
-  return home != nullptr && *home != '\0' ? home : homeFromPasswordFile();
+  return home != nullptr && *home == '/' ? home : homeFromPasswordFile();
 }
 
 fs::path libraryDirectory() {
@@ -51,13 +53,13 @@ std::string bundleVersion(const fs::path& bundle) {
 
 // --- Libraries ---
 
-// If the executable's path is unknown, the prefix is macOS's notation for it: loading fails, and
-// the log shows that path.
+// If the executable's path is unknown, nothing can exist below the prefix, since exe is no folder:
+// loading fails, and the log shows the path.
 std::string frameworksPrefix() {
+  const fs::path self = "/proc/self/exe";
   std::error_code error;
-  const fs::path executable = fs::read_symlink("/proc/self/exe", error);
-  const std::string folder = error ? "@executable_path" : executable.parent_path().string();
-  return folder + "/../Frameworks/";
+  const fs::path executable = fs::read_symlink(self, error);
+  return (error ? self : executable.parent_path()).string() + "/../Frameworks/";
 }
 
 void* loadLibrary(const std::string& path) {

@@ -85,6 +85,27 @@ TEST_F(Libraries, IgnoresWorkingFolder) {
   EXPECT_THAT(recorded(), ElementsAre("call 1: 1 null", "visible"));
 }
 
+// Without /proc the folder of the executable is unknown.
+TEST_F(Libraries, AreNeverFoundInWorkingFolder) {
+  workingFolder = home.path() / "elsewhere";
+  for (const char* own : {"@executable_path", "proc/self/exe"}) {
+    fs::create_directories(workingFolder / own);
+    install(MAIN_LIBRARY, (workingFolder / own).parent_path() / "Frameworks", MAIN_NAME);
+  }
+  run(
+      {{"unshare",
+        "--map-root-user",
+        "--mount",
+        "sh",
+        "-c",
+        "mount -t tmpfs none /proc && exec \"$0\"",
+        executable},
+       workingFolder,
+       {{"LOADER_OPERATIONS", "main"}}});
+  EXPECT_THAT(messages(), ElementsAre(MatchesRegex("/.* load library failed dleeror: .+")));
+  EXPECT_THAT(recorded(), IsEmpty());
+}
+
 TEST_F(Libraries, StayLoaded) {
   installMain(MAIN_LIBRARY);
   run({{executable}, "/", {{"LOADER_OPERATIONS", "main main"}}});
