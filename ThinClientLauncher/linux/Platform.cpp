@@ -1,11 +1,17 @@
 #include "../Platform.h"
 
+#include "FileClock.h"
 #include "PropertyList.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <limits>
 #include <pwd.h>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 #include <vector>
@@ -49,6 +55,28 @@ fs::path applicationSupportDirectory() {
 
 std::string bundleVersion(const fs::path& bundle) {
   return PropertyList::readText(bundle / "Contents/Info.plist", "CFBundleShortVersionString");
+}
+
+// --- Files ---
+
+// libstdc++'s file clock has 64 bits and represents the years 1882 to 2466; file systems have more.
+fs::file_time_type modificationTime(const fs::path& file) {
+  using Time = fs::file_time_type;
+  constexpr std::int64_t FAR_PAST =
+      std::numeric_limits<std::int64_t>::min() / 2; // does not overflow
+  using Seconds = std::chrono::duration<Time::rep>;
+  struct stat status {};
+  if (::stat(file.c_str(), &status) != 0)
+    throw fs::filesystem_error(
+        "cannot read the modification time", file, {errno, std::generic_category()});
+  static const std::chrono::seconds offset = fileClockOffset();
+  const std::int64_t seconds = std::max(status.st_mtim.tv_sec, FAR_PAST);
+  const Seconds time = Seconds(seconds) + offset;
+  if (time >= std::chrono::floor<Seconds>(Time::max().time_since_epoch()))
+    return Time::max();
+  if (time <= std::chrono::ceil<Seconds>(Time::min().time_since_epoch()))
+    return Time::min() + std::chrono::nanoseconds(1);
+  return Time(time) + std::chrono::nanoseconds(status.st_mtim.tv_nsec);
 }
 
 // --- Libraries ---

@@ -56,6 +56,13 @@ std::string bundleVersion(const fs::path& bundle) {
   }
 }
 
+// --- Files ---
+
+// The file clock has 128 bits here and represents every time of the file system.
+fs::file_time_type modificationTime(const fs::path& file) {
+  return fs::last_write_time(file);
+}
+
 // --- Application start ---
 
 static NSWorkspaceOpenConfiguration* newInstanceWith(NSArray* arguments) {

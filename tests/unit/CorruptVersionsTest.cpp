@@ -1,6 +1,8 @@
 #include "Fork.h"
 #include "LauncherTest.h"
 
+#include <sys/stat.h>
+
 namespace fs = std::filesystem;
 
 using testing::ElementsAre;
@@ -74,6 +76,12 @@ TEST_F(CorruptVersions, AreReportedOnFullDisk) {
   fs::create_symlink("/dev/full", file);
   launcher.writeCorruptVersions({"45.11.0.1"});
   EXPECT_THAT(messages(), ElementsAre(success(1)));
+}
+
+TEST_F(CorruptVersions, StayOutOfPipe) {
+  ASSERT_EQ(::mkfifo(file.c_str(), 0666), 0);
+  launcher.writeCorruptVersions({"45.11.0.1"});
+  EXPECT_THAT(messages(), ElementsAre(failure()));
 }
 
 TEST_F(CorruptVersions, LandInWorkingFolder) {
