@@ -7,6 +7,7 @@
 #include <iomanip>
 #include <sstream>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <thread>
 
 namespace fs = std::filesystem;
@@ -348,6 +349,18 @@ TEST_F(LogFile, RefusesLinesAfterFailure) {
     Logger::log("works again");
     EXPECT_THAT(messages(), ElementsAre("works again"));
   });
+}
+
+TEST_F(LogFile, IsNoPipe) {
+  ASSERT_EQ(::mkfifo(logFile().c_str(), 0666), 0);
+  Logger::open(logFile(), true);
+  Logger::log("dropped");
+  Logger::reopen(logFile());
+  Logger::log("dropped");
+  fs::remove(logFile());
+  Logger::open(logFile(), true);
+  Logger::log("works again");
+  EXPECT_THAT(messages(), ElementsAre("works again"));
 }
 
 TEST_F(LogFile, IgnoresSecondClose) {
