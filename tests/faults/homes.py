@@ -62,11 +62,9 @@ def finish(process):
         raise BrokenPromise("the launch hangs") from None
     if process.returncode == -9:
         return End("killed", "unknown")
-    launch = next((answer for answer in answers
-                   if answer == "returned 0" or answer.startswith("filesystem_error ")), None)
-    promise(process.returncode == 0 and launch,
+    promise(process.returncode == 0 and re.match("returned 0$|filesystem_error ", answers[0]),
             f"the host ended with {process.returncode}: {answers}")
-    return End("returned" if launch == "returned 0" else "file-system error", answers[-1])
+    return End("returned" if answers[0] == "returned 0" else "file-system error", answers[1])
 
 
 class Home:
@@ -95,15 +93,12 @@ class Home:
 
     def host(self, programs, stopped=""):
         """A host that launches; stopped: where it stops for a tracer, "caller" or "starter"."""
-        stop = ["stop", "--"] if stopped == "caller" else []
-        stopping = ["stopping"] if stopped == "starter" else []
-        commands = ["load", programs.library, "--", "start-in-pauses", *stopping, "--", *stop,
-                    "launch", "launchermode", "45.12.0.1000", "--", *stop, "outcome"]
         # A session of its own: a stopped host in the group of a shell that ends would hang it up.
-        environment = {**os.environ, "HOME": str(self.path), "USER": "tester"}
-        process = subprocess.Popen([programs.host, *commands], env=environment,
-                                   cwd=self.path / "work", stdout=subprocess.PIPE, text=True,
-                                   start_new_session=True)
+        environment = {**os.environ, "HOME": str(self.path), "USER": "tester",
+                       "HOST_STOPS": stopped}
+        process = subprocess.Popen([programs.host, programs.library, "launchermode", "45.12.0.1000"],
+                                   env=environment, cwd=self.path / "work", stdout=subprocess.PIPE,
+                                   text=True, start_new_session=True)
         self.host_process = process.pid
         return process
 

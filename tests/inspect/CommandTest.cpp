@@ -135,9 +135,7 @@ namespace {
 class AfterALaunch : public Command {
 protected:
   json lastLaunch(const fs::path& workingDirectory = "/") const {
-    test::run(
-        {{HOST_PROGRAM, "load", LAUNCHER_LIBRARY, "--", "launch", "launchermode", "45.12"},
-         workingDirectory});
+    test::run({{HOST_PROGRAM, LAUNCHER_LIBRARY, "launchermode", "45.12"}, workingDirectory});
     return json::parse(inspect({"--json"}).out)["lastLaunch"];
   }
 

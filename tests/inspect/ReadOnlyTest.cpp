@@ -21,7 +21,7 @@ using ::testing::Not;
 
 namespace {
 
-const std::vector<std::string> LAUNCH{HOST_PROGRAM, "load", LAUNCHER_LIBRARY, "--", "launch"};
+const std::vector<std::string> LAUNCH{HOST_PROGRAM, LAUNCHER_LIBRARY};
 
 // A home in which a launch would write, mark and remove.
 void layOut(const fs::path& home) {

@@ -1,6 +1,6 @@
 """Launches that are killed at random moments, on a full disk, and two at once.
 
-Usage: disruptions.py kill|full-disk|pairs HOST LIBRARY LAYOUTER APPLICATION
+Usage: disruptions_test.py kill|full-disk|pairs HOST LIBRARY LAYOUTER APPLICATION
 
 full-disk expects the temporary folder to be a small file system of its own.
 """
@@ -132,4 +132,4 @@ if __name__ == "__main__":
     try:
         action(Programs(*sys.argv[2:]))
     except BrokenPromise as broken:
-        sys.exit(f"disruptions.py: broken promise: {broken}")
+        sys.exit(f"disruptions_test.py: broken promise: {broken}")

@@ -1,6 +1,6 @@
 """Fails every file-related system call of a launch once, one at a time, with each error.
 
-Usage: sweep.py HOST LIBRARY LAYOUTER APPLICATION
+Usage: sweep_test.py HOST LIBRARY LAYOUTER APPLICATION
 
 A launch has two actors: the thread that calls the entry point, and the thread (with the processes
 it forks until the application runs) that starts the application. A tracer attaches to one of them
@@ -66,7 +66,7 @@ def attach(process, actor, options):
     tracer = subprocess.Popen(["strace", "-qq", *options, *target], stderr=subprocess.DEVNULL)
     while not is_traced(target[-1]):
         if tracer.poll() is not None:
-            sys.exit("sweep.py: strace cannot attach; it needs the right to trace processes.")
+            sys.exit("sweep_test.py: strace cannot attach; it needs the right to trace processes.")
         time.sleep(0.0005)
     return tracer
 
@@ -199,4 +199,4 @@ if __name__ == "__main__":
         for layout in LAYOUTS:
             sweep.sweep(layout)
     except BrokenPromise as broken:
-        sys.exit(f"sweep.py: broken promise: {broken}")
+        sys.exit(f"sweep_test.py: broken promise: {broken}")
