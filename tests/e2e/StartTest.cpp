@@ -13,6 +13,7 @@
 #include <fstream>
 #include <ostream>
 #include <pthread.h>
+#include <sched.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -67,12 +68,11 @@ void closeStreams() {
 // The C library takes the space for these from the stack of each thread.
 thread_local std::array<volatile char, 64 * 1024> threadLocals;
 
-// As the default: smaller than the thread-local variables.
-void useTinyStacks() {
+void setDefaultStackSize(std::size_t size) {
   threadLocals[0] = 1;
   pthread_attr_t attributes;
   ::pthread_attr_init(&attributes);
-  ::pthread_attr_setstacksize(&attributes, static_cast<std::size_t>(PTHREAD_STACK_MIN));
+  ::pthread_attr_setstacksize(&attributes, size);
   EXPECT_EQ(::pthread_setattr_default_np(&attributes), 0);
   ::pthread_attr_destroy(&attributes);
 }
@@ -361,6 +361,13 @@ TEST_F(Start, ReportsDeniedPipe) {
   });
 }
 
+TEST_F(Start, ReportsChildKilledBeforeExec) {
+  const Copy copy = makeCopy();
+  EXPECT_EQ(
+      launchNone([] { FakeSystem::session.answer = Answer::NO; }),
+      failure(executableIn(copy), "the new process ended before it executed the program"));
+}
+
 TEST_F(Start, ReportsDeniedMemory) {
   makeCopy();
   const auto message = launchNone([] { FakeSystem::storage.answer = Answer::NO; });
@@ -448,9 +455,25 @@ TEST_F(Start, IgnoresStalledLog) {
 
 // --- Hosts of many kinds ---
 
+// The smallest size is below that of the thread-local variables, the other above the address space.
 TEST_F(Start, HasStackEnough) {
   makeCopy();
-  EXPECT_EQ(launchOne(useTinyStacks).count("argument 1"), 1U);
+  const auto smallest = static_cast<std::size_t>(PTHREAD_STACK_MIN);
+  EXPECT_EQ(launchOne([&] { setDefaultStackSize(smallest); }).count("argument 1"), 1U);
+}
+
+TEST_F(Start, NeedsNoHugeStack) {
+  makeCopy();
+  EXPECT_EQ(launchOne([] { setDefaultStackSize(1ULL << 48); }).count("argument 1"), 1U);
+}
+
+TEST_F(Start, HasDefaultScheduling) {
+  makeCopy();
+  const auto application = launchOne([] {
+    const sched_param parameters{};
+    ASSERT_EQ(::sched_setscheduler(0, SCHED_BATCH, &parameters), 0);
+  });
+  EXPECT_EQ(part(application, "scheduling"), part(currentState(), "scheduling"));
 }
 
 class Children : public Start, public testing::WithParamInterface<Preparation> {};

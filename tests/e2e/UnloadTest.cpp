@@ -3,8 +3,11 @@
 #include "EndToEndTest.h"
 
 #include <cstdlib>
+#include <random>
+#include <thread>
 
 using testing::Each;
+using testing::UnorderedElementsAre;
 
 namespace test {
 
@@ -84,6 +87,26 @@ TEST_F(Unload, IsSafeBeforeReport) {
 TEST_F(Unload, AllowsExitAfterLaunch) {
   for (std::size_t launches = 0; launches < REPETITIONS; ++launches)
     inHost(exitAfterLaunch);
+}
+
+// At moments from a microsecond to sixteen milliseconds after the call has begun on another thread.
+TEST_F(Unload, AllowsExitDuringLaunch) {
+  constexpr int EXITS = 200;
+  std::mt19937 random(1);
+  for (int exits = 0; exits < EXITS; ++exits) {
+    const std::chrono::microseconds moment(1U << random() % 15);
+    inHost([moment] {
+      std::thread([] { launch(); }).detach();
+      std::this_thread::sleep_for(moment);
+      std::exit(BODY_RAN);
+    });
+  }
+  awaitProcesses();
+  const std::filesystem::path library = home.path() / "Library";
+  EXPECT_THAT(
+      foldersIn(library), UnorderedElementsAre(home.applicationSupport(), library / "Logs"));
+  EXPECT_THAT(
+      foldersIn(home.launcherFolder()), UnorderedElementsAre(home.launcherFolder() / "copy"));
 }
 
 TEST_F(Unload, AllowsExitBeforeFork) {

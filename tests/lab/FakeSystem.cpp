@@ -4,6 +4,7 @@
 #include "Original.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <new>
 #include <pthread.h>
@@ -14,6 +15,7 @@ namespace test::FakeSystem {
 
 Function fork;
 Function pipe;
+Function session;
 Function thread;
 Function storage;
 std::optional<PasswordEntry> passwordEntry;
@@ -77,6 +79,12 @@ extern "C" int pipe2(int* ends, int flags) {
   ++fake::pipe.calls;
   isGranted(fake::pipe);
   return result;
+}
+
+extern "C" pid_t setsid() {
+  if (fake::session.answer == Answer::NO)
+    ::raise(SIGKILL);
+  return test::original(&setsid, "setsid")();
 }
 
 extern "C" int pthread_create(

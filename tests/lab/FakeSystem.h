@@ -7,7 +7,7 @@
 #include <sys/types.h>
 
 // The test program's own versions of functions that the launcher library calls: fork,
-// pthread_create, pipe2, getpwuid_r and operator new. They do what they always do until told
+// pthread_create, pipe2, setsid, getpwuid_r and operator new. They do what they always do until told
 // otherwise. The program must export its symbols, so that a library finds them.
 
 namespace test::FakeSystem {
@@ -22,6 +22,7 @@ struct Function {
 
 extern Function fork;
 extern Function pipe;
+extern Function session; // setsid, whose failure is the end of the process
 extern Function thread;  // pthread_create, and its calls for a detached thread
 extern Function storage; // operator new outside the main thread, whose calls are not counted
 

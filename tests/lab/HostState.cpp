@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <locale>
+#include <sched.h>
 #include <sstream>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -118,6 +119,7 @@ HostState currentState() {
       {"parent", std::to_string(::getppid())},
       {"session", std::to_string(::getsid(0))},
       {"process group", std::to_string(::getpgrp())},
+      {"scheduling", std::to_string(::sched_getscheduler(0))},
       {"children", hasChildren() ? "some" : "none"},
       {"C locale", std::setlocale(LC_ALL, nullptr)},
       {"C++ locale", std::locale().name()}};
