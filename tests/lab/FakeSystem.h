@@ -7,8 +7,8 @@
 #include <sys/types.h>
 
 // The test program's own versions of functions that the launcher library calls: fork,
-// pthread_create, pipe2, setsid, getpwuid_r and operator new. They do what they always do until told
-// otherwise. The program must export its symbols, so that a library finds them.
+// pthread_create, pipe2, setsid, getpwuid_r and operator new. They do what they always do until
+// told otherwise. The program must export its symbols, so that a library finds them.
 
 namespace test::FakeSystem {
 
