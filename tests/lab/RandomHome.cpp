@@ -1,9 +1,7 @@
 #include "RandomHome.h"
 
 #include "Home.h"
-#include "VersionOracle.h"
 
-#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -101,16 +99,21 @@ RandomHome::RandomHome(const RandomNumber& below, const fs::path& home)
   writeFile(outside / "precious" / "file", "precious");
   fs::create_directories(launcherFolder);
   const std::size_t missing = below(16);
-  if (missing == 1 || missing == 2)
-    fs::remove(launcherFolder);
   if (missing == 1)
-    fs::remove(launcherFolder.parent_path());
-  for (auto count = missing == 1 || missing == 2 ? 0 : below(12); count > 0; --count) {
+    fs::remove_all(launcherFolder.parent_path());
+  else if (missing == 2)
+    fs::remove(launcherFolder);
+  else
+    addEntries(below);
+  chooseWorkingFolder(below, home / "work");
+}
+
+void RandomHome::addEntries(const RandomNumber& below) {
+  for (auto count = below(12); count > 0; --count) {
     const std::string& name = any(below, NAMES);
     if (!fs::exists(fs::symlink_status(launcherFolder / name)))
       addEntry(below, name);
   }
-  chooseWorkingFolder(below, home / "work");
 }
 
 void RandomHome::addEntry(const RandomNumber& below, const std::string& name) {
@@ -136,9 +139,11 @@ void RandomHome::addEntry(const RandomNumber& below, const std::string& name) {
 void RandomHome::chooseWorkingFolder(const RandomNumber& below, const fs::path& ordinary) {
   fs::create_directory(ordinary);
   workingFolder = ordinary;
+  inWorkingFolder.isMember = false;
   const std::size_t kind = below(8);
   if (kind == 1) {
     inWorkingFolder = addCopy(below, ordinary);
+    inWorkingFolder.isMember = false;
   } else if (kind == 2 && fs::exists(launcherFolder)) {
     workingFolder = launcherFolder;
   } else if (kind == 3 && !entries.empty()) {
@@ -148,52 +153,6 @@ void RandomHome::chooseWorkingFolder(const RandomNumber& below, const fs::path& 
       inWorkingFolder = entry;
     }
   }
-}
-
-const RandomEntry& RandomHome::find(const std::string& name) const {
-  return *std::find_if(
-      entries.begin(), entries.end(), [&](const auto& entry) { return entry.name == name; });
-}
-
-bool RandomHome::isViable(const RandomEntry& entry) const {
-  const bool isMember = &entry != &inWorkingFolder || workingFolder.parent_path() == launcherFolder;
-  const bool isJudged = isMember && !entry.version.empty() &&
-                        VersionOracle::exceeds(entry.version, "45.10.0.32950", 4);
-  return entry.hasBundle && !(isJudged && entry.launches >= 3 && !entry.startedSafely);
-}
-
-bool RandomHome::isCompatible(const RandomEntry& entry) const {
-  return clientVersion.empty() || clientVersion == "1.0.0.1" ||
-         (!entry.version.empty() && !VersionOracle::exceeds(entry.version, clientVersion, 2));
-}
-
-std::optional<std::string>
-RandomHome::chosenInLauncherFolder(const std::vector<fs::path>& order) const {
-  std::vector<const RandomEntry*> viable;
-  std::vector<const RandomEntry*> compatible;
-  const auto judge = [&](const RandomEntry& entry) {
-    if (isViable(entry))
-      viable.push_back(&entry);
-    if (isViable(entry) && isCompatible(entry))
-      compatible.push_back(&entry);
-  };
-  judge(inWorkingFolder);
-  for (const auto& dir : order)
-    judge(find(dir.filename()));
-
-  const RandomEntry* best = viable.empty() ? nullptr : viable.front();
-  std::string bestVersion = "0.0.0.0";
-  if (!compatible.empty())
-    best = compatible.front();
-  for (const RandomEntry* entry : compatible.empty() ? viable : compatible) {
-    if (!entry->version.empty() && VersionOracle::exceeds(entry->version, bestVersion, 4)) {
-      best = entry;
-      bestVersion = entry->version;
-    }
-  }
-  const bool isElsewhere =
-      best == &inWorkingFolder && workingFolder.parent_path() != launcherFolder;
-  return best == nullptr || isElsewhere ? std::nullopt : std::optional(best->name);
 }
 
 } // namespace test
