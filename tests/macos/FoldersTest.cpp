@@ -16,21 +16,6 @@ TEST_F(Folders, LauncherFolder) {
   EXPECT_THAT(fake::calls(), ElementsAre("NSSearchPathForDirectoriesInDomains 14 1 YES"));
 }
 
-TEST_F(Folders, LauncherFolderExists) {
-  fs::create_directory(launcherFolder());
-  EXPECT_EQ(LauncherHelper::getLauncherDirectory(), launcherFolder());
-}
-
-TEST_F(Folders, NoApplicationSupport) {
-  fs::remove(applicationSupport());
-  EXPECT_EQ(LauncherHelper::getLauncherDirectory(), fs::path());
-}
-
-TEST_F(Folders, CannotBeExamined) {
-  fake::nameFolders({folder() / std::string(5000, 'x')});
-  EXPECT_THROW(LauncherHelper::getLauncherDirectory(), fs::filesystem_error);
-}
-
 TEST_F(Folders, LogFolder) {
   EXPECT_EQ(LauncherHelper::getLogPath(), library() / "Logs" / "VantuOrlixVDI");
   EXPECT_THAT(fake::calls(), ElementsAre("NSSearchPathForDirectoriesInDomains 5 1 YES"));

@@ -55,13 +55,6 @@ TEST_F(MainLibrary, IsEntered) {
   EXPECT_THAT(log(), IsEmpty());
 }
 
-TEST_F(MainLibrary, StaysWithoutEntry) {
-  install(frameworks() / MAIN_NAME, ENTRYLESS_LIBRARY);
-  LauncherHelper::loadMainDllFromCurrentDirectory();
-  EXPECT_NE(dlopen((frameworks() / MAIN_NAME).c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
-  EXPECT_THAT(log(), IsEmpty());
-}
-
 TEST_F(MainLibrary, LogsFailure) {
   LauncherHelper::loadMainDllFromCurrentDirectory();
   EXPECT_THAT(
@@ -84,62 +77,15 @@ TEST_F(LauncherLibrary, OwnInLoadMode) {
   EXPECT_THAT(record(), ElementsAre("launcher 2 [loadmode] null"));
 }
 
-struct Invocation {
-  std::vector<std::string> arguments;
-  std::string recorded;
-};
-
-class OtherMode : public Libraries, public testing::WithParamInterface<Invocation> {};
-
-TEST_P(OtherMode, PrefersLauncherFolder) {
+TEST_F(LauncherLibrary, SharedInOtherMode) {
   install(launcherFolder() / LAUNCHER_NAME);
   install(frameworks() / LAUNCHER_NAME);
-  loadLauncher(GetParam().arguments);
+  loadLauncher({"app", "launchermode", "45.1"});
   EXPECT_THAT(
       fake::calls("dlopen "),
       ElementsAre("NOW|GLOBAL " + (launcherFolder() / LAUNCHER_NAME).string()));
   EXPECT_THAT(log(), ElementsAre("load launcherDLL from launcher folder"));
-  EXPECT_THAT(record(), ElementsAre(GetParam().recorded));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Arguments,
-    OtherMode,
-    testing::Values(
-        Invocation{{}, "launcher 0 null"},
-        Invocation{{"app"}, "launcher 1 null"},
-        Invocation{{"app", "LoadMode"}, "launcher 2 [LoadMode] null"},
-        Invocation{{"app", "loadmode "}, "launcher 2 [loadmode ] null"},
-        Invocation{{"app", "launchermode", "45.1"}, "launcher 3 [launchermode] [45.1] null"}));
-
-TEST_F(LauncherLibrary, OwnWithoutShared) {
-  install(frameworks() / LAUNCHER_NAME);
-  loadLauncher({"app"});
-  EXPECT_THAT(fake::calls("dlopen "), ElementsAre("NOW|GLOBAL " + OWN_FRAMEWORKS + LAUNCHER_NAME));
-  EXPECT_THAT(log(), ElementsAre("load launcherDLL from current executable folder"));
-}
-
-TEST_F(LauncherLibrary, NoSecondTry) {
-  const fs::path shared = launcherFolder() / LAUNCHER_NAME;
-  test::writeFile(shared, "no library");
-  install(frameworks() / LAUNCHER_NAME);
-  loadLauncher({"app"});
-  EXPECT_THAT(
-      log(),
-      ElementsAre(
-          "load launcherDLL from launcher folder",
-          AllOf(
-              StartsWith("\"" + shared.string() + "\" load library failed dleeror: "),
-              HasSubstr("file too short"))));
-  EXPECT_THAT(fake::calls("dlopen "), ElementsAre("NOW|GLOBAL " + shared.string()));
-}
-
-TEST_F(LauncherLibrary, QuotesPath) {
-  const fs::path odd = folder() / "say \"so\"";
-  test::writeFile(odd / "VantuOrlixVDILauncher" / LAUNCHER_NAME, "no library");
-  fake::nameFolders({odd});
-  loadLauncher({"app"});
-  EXPECT_THAT(log().back(), HasSubstr("say \\\"so\\\"/VantuOrlixVDILauncher"));
+  EXPECT_THAT(record(), ElementsAre("launcher 3 [launchermode] [45.1] null"));
 }
 
 TEST_F(LauncherLibrary, LogsMissingEntry) {
@@ -150,15 +96,6 @@ TEST_F(LauncherLibrary, LogsMissingEntry) {
       AllOf(
           StartsWith("dlsym dlerror: "),
           HasSubstr("undefined symbol: ThinClientLauncherEntryPoint")));
-}
-
-TEST_F(LauncherLibrary, WorkingFolder) {
-  fake::nameFolders({folder() / "none"});
-  install(folder() / "here" / LAUNCHER_NAME);
-  fs::current_path(folder() / "here");
-  loadLauncher({"app"});
-  EXPECT_THAT(fake::calls("dlopen "), ElementsAre("NOW|GLOBAL " + LAUNCHER_NAME));
-  EXPECT_THAT(log().front(), "load launcherDLL from launcher folder");
 }
 
 TEST_F(LauncherLibrary, NoLoaderError) {

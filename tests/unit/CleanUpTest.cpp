@@ -122,16 +122,6 @@ TEST_F(CleanUp, KeepsFiles) {
   EXPECT_EQ(left().size(), 7U);
 }
 
-TEST_F(CleanUp, RemovesLinkNotTarget) {
-  test::writeFile(home.path() / "elsewhere" / "file", "content");
-  fs::create_directory_symlink(home.path() / "elsewhere", launcherFolder() / "link");
-  makeLaunchedFolder("a", hours(1));
-  makeLaunchedFolder("b", hours(2));
-  launcher.cleanUpLauncherDirectory(launched);
-  EXPECT_THAT(left(), UnorderedElementsAre("launched", "a", "b"));
-  EXPECT_EQ(test::readFile(home.path() / "elsewhere" / "file"), "content");
-}
-
 TEST_F(CleanUp, ReadsTimeThroughLink) {
   const fs::path target = home.path() / "elsewhere";
   fs::rename(makeLaunchedFolder("moved", hours(1)), target);

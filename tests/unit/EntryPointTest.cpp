@@ -3,7 +3,6 @@
 #include "Fork.h"
 #include "LauncherTest.h"
 #include "Process.h"
-#include "Sandbox.h"
 #include "SystemLog.h"
 #include "ThinClientLauncher.h"
 #include "ThinClientLauncherEntryPoint.h"
@@ -172,25 +171,6 @@ TEST_F(EntryPoint, TakesNullForNoArgument) {
 
 // --- The sequence of a launch ---
 
-TEST_F(EntryPoint, RunsAllStepsInOrder) {
-  const fs::path copy = makeCopy("copy", "45.11.0.1");
-  EXPECT_EQ(call({"launchermode", "45.12.0.1000"}), 0);
-  EXPECT_THAT(
-      launchLog(),
-      ElementsAre(
-          CALLED,
-          LAUNCHER_MODE,
-          "hvd Client Version provided: 45.12.0.1000",
-          "VDI supports CheckCorrupt: " + copy.string(),
-          "safe start Directory: " + copy.string() + ", Launch Count: 0",
-          "find a candidate with Version: 45.11.0.1",
-          best(copy, "45.11.0.1"),
-          "VDI Launch count updated to: 1 for directory: " + copy.string()));
-  EXPECT_EQ(launchCount(copy), "1");
-  EXPECT_TRUE(fs::exists(copy / "launch.dat"));
-  EXPECT_EQ(pauses(), 1U);
-}
-
 TEST_F(EntryPoint, PausesBetweenStartAndRecords) {
   test::SystemLog systemLog;
   const fs::path copy = makeCopy("copy", "45.11.0.1");
@@ -225,23 +205,6 @@ TEST_F(EntryPoint, RecordsBeforeItCleans) {
   });
 }
 
-TEST_F(EntryPoint, ChoosesRecordsAndCleans) {
-  const fs::path newer = makeCopy("newer than the client", "45.13.0.10");
-  const fs::path broken = makeCopy("broken", "45.12.0.999").launches("3");
-  const fs::path chosen = makeCopy("chosen", "45.12.0.900");
-  for (const char* name : {"old 1", "old 2"})
-    makeCopy(name, "45.9").launched(std::chrono::hours(1));
-  EXPECT_EQ(call({"launchermode", "45.12.0.1000"}), 0);
-  EXPECT_THAT(launchLog(), Contains(best(chosen, "45.12.0.900")));
-  EXPECT_EQ(test::readFile(launcherFolder() / "corrupt.dat"), "45.12.0.999");
-  EXPECT_EQ(launchCount(chosen), "1");
-  EXPECT_FALSE(fs::exists(newer)) << "never launched";
-  EXPECT_FALSE(fs::exists(broken)) << "never launched";
-  EXPECT_TRUE(fs::exists(chosen));
-  EXPECT_TRUE(fs::exists(launcherFolder() / "old 1"));
-  EXPECT_TRUE(fs::exists(launcherFolder() / "old 2"));
-}
-
 TEST_F(EntryPoint, FallsBackToViableCopies) {
   makeCopy("a", "45.11.0.1");
   const fs::path b = makeCopy("b", "45.12.0.1");
@@ -266,27 +229,6 @@ TEST_F(EntryPoint, ChoosesTheFirstOfEqualCopies) {
     EXPECT_EQ(call({"launchermode", clientVersion}), 0);
     EXPECT_EQ(launchCount(first), "1");
   }
-}
-
-TEST_F(EntryPoint, PrefersInstallersCopyUnrecorded) {
-  const test::Sandbox::ScopedApplications applications;
-  const fs::path copy = makeCopy("copy", "45.11.0.1");
-  test::Copy("/Applications", "45.11.0.1");
-  EXPECT_EQ(call({}), 0);
-  EXPECT_THAT(launchLog(), Contains(best("/Applications", "45.11.0.1")));
-  EXPECT_EQ(launchLog().back(), NOT_CLEANED);
-  EXPECT_FALSE(fs::exists("/Applications/launchCount.dat"));
-  EXPECT_FALSE(fs::exists(copy / "launchCount.dat"));
-}
-
-TEST_F(EntryPoint, RunsAllStepsWithoutCandidate) {
-  fs::create_directories(launcherFolder() / "no bundle");
-  EXPECT_EQ(call({"launchermode", "45.12"}), 0);
-  EXPECT_THAT(
-      launchLog(),
-      ElementsAre(
-          CALLED, LAUNCHER_MODE, "hvd Client Version provided: 45.12", NOTHING_FOUND, NOT_CLEANED));
-  EXPECT_EQ(pauses(), 1U) << "the start is still requested";
 }
 
 TEST_F(EntryPoint, RecordsInWorkingFolderWithoutApplicationSupport) {
@@ -353,38 +295,8 @@ TEST_F(EntryPoint, ClosesItsLog) {
   EXPECT_EQ(launchLog(), before);
 }
 
-TEST_F(EntryPoint, LeavesLogOpenAfterAnError) {
-  test::writeFile(launcherFolder(), "a file, so that the scan fails");
-  EXPECT_THROW(call({}), fs::filesystem_error);
-  EXPECT_THAT(launchLog(), ElementsAre(CALLED, LAUNCHER_MODE));
-  fs::remove(launcherFolder());
-  const fs::path copy = makeCopy("copy", "45.11.0.1");
-
-  EXPECT_EQ(call({}), 0);
-  EXPECT_THAT(launchLog(), ElementsAre(CALLED, LAUNCHER_MODE)) << "logs nothing";
-  EXPECT_EQ(launchCount(copy), "1") << "but launches";
-
-  EXPECT_EQ(call({}), 0);
-  EXPECT_THAT(
-      launchLog(), Contains("VDI Launch count updated to: 2 for directory: " + copy.string()));
-}
-
 TEST_F(EntryPoint, RaisesForLogFolder) {
   test::writeFile(home.path() / "Library" / "Logs", "a file");
   EXPECT_THROW(call({}), fs::filesystem_error);
   EXPECT_THROW(call({"loadmode"}), fs::filesystem_error);
-}
-
-TEST_F(EntryPoint, RaisesForDeniedPermission) {
-  const fs::path copy = makeCopy("copy", "45.11.0.1");
-  test::asUnprivilegedUser(home.path(), [&] {
-    {
-      const test::ScopedPermissions scoped(copy, fs::perms::none);
-      EXPECT_THROW(call({}), fs::filesystem_error);
-      EXPECT_THAT(launchLog(), ElementsAre(CALLED, LAUNCHER_MODE));
-    }
-    EXPECT_EQ(call({}), 0);
-    EXPECT_EQ(call({}), 0);
-    EXPECT_EQ(launchLog().size(), 7U);
-  });
 }

@@ -1,6 +1,5 @@
 #include "Fork.h"
 #include "LauncherTest.h"
-#include "Sandbox.h"
 #include "Selection.h"
 
 namespace fs = std::filesystem;
@@ -90,13 +89,6 @@ TEST_F(Viability, KeepsCopiesElsewhere) {
           "safe start Directory: " + nested.string() + ", Launch Count: 7"));
 }
 
-TEST_F(Viability, KeepsInstallersCopy) {
-  const test::Sandbox::ScopedApplications applications;
-  test::Copy("/Applications", "45.11.0.1").launches("7");
-  EXPECT_THAT(launcher.filterInviableDirectories({"/Applications"}), ElementsAre("/Applications"));
-  EXPECT_THAT(messages(), ElementsAre("safe start Directory: /Applications, Launch Count: 7"));
-}
-
 TEST_F(Viability, JudgesCorruption) {
   const struct {
     const char* version;
@@ -167,24 +159,6 @@ TEST_F(Viability, KeepsOrderAndDuplicates) {
   const fs::path b = makeCopy("b", "45.11");
   const fs::path corrupt = makeCopy("corrupt", "45.12").launches("3");
   EXPECT_THAT(launcher.filterInviableDirectories({b, corrupt, a, b}), ElementsAre(b, a, b));
-}
-
-TEST_F(Viability, LogsFolderByFolder) {
-  const fs::path old = makeCopy("old", "45.9");
-  const fs::path corrupt = makeCopy("corrupt", "45.12").launches("5");
-  const fs::path recent = makeCopy("recent", "45.11").launches("1");
-  launcher.filterInviableDirectories({old, corrupt, recent});
-  EXPECT_THAT(
-      messages(),
-      ElementsAre(
-          "VDI does not support CheckCorrupt: " + old.string(),
-          "safe start Directory: " + old.string() + ", Launch Count: 0",
-          "VDI supports CheckCorrupt: " + corrupt.string(),
-          "VDI Directory marked as corrupt - Launch count: 5, Directory: " + corrupt.string(),
-          "VDI Skipping corrupt directory: " + corrupt.string(),
-          "VDI supports CheckCorrupt: " + recent.string(),
-          "safe start Directory: " + recent.string() + ", Launch Count: 1",
-          "VDI Wrote 1 corrupt versions to " + corruptFile().string()));
 }
 
 TEST_F(Viability, WritesCorruptVersionsOnce) {

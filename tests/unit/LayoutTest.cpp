@@ -73,17 +73,6 @@ TEST_F(Layout, ReadsVersionUnchanged) {
   }
 }
 
-TEST_F(Layout, ReadsNoVersion) {
-  EXPECT_EQ(LauncherHelper::getDirectoryVersion(dir), "");
-  fs::create_directory(dir);
-  EXPECT_EQ(LauncherHelper::getDirectoryVersion(dir), "");
-  test::writeFile(bundle, "plain file");
-  EXPECT_EQ(LauncherHelper::getDirectoryVersion(dir), "");
-  fs::remove(bundle);
-  fs::create_directory(bundle);
-  EXPECT_EQ(LauncherHelper::getDirectoryVersion(dir), "") << "bundle without a property list";
-}
-
 TEST_F(Layout, JoinsByOneSeparator) {
   test::Copy(dir, "45.10.0.32950");
   EXPECT_TRUE(LauncherHelper::isVDIPluginDirectory(dir / ""));
