@@ -36,9 +36,7 @@ const std::vector<std::string> VERSIONS{
 const std::vector<std::string> CLIENT_VERSIONS{
     "", "1.0.0.1", "45.12.0.1000", "45", "nonsense", "45.10.0.1", "44.0", "45.x"};
 
-// The content of a record and the number in it.
-const std::vector<std::pair<std::string, std::uint32_t>> LAUNCH_COUNTS{
-    {"", 0}, {"2", 2}, {"3", 3}, {" 7\n", 7}, {"x3", 0}, {"4294967295", 4294967295U}, {"1e9", 1}};
+const std::vector<std::uint32_t> LAUNCH_COUNTS{0, 2, 3, 7, 1, 4294967295U, 4};
 
 // A few moments, so that several copies were launched at the same one.
 constexpr int LAUNCH_TIMES = 3;
@@ -61,27 +59,18 @@ void addBundle(const RandomNumber& below, const fs::path& dir, RandomEntry& entr
   }
 }
 
-void addSafeStart(const RandomNumber& below, const fs::path& mark, RandomEntry& entry) {
-  const std::size_t kind = below(4);
-  if (kind == 1)
-    writeFile(mark, "");
-  else if (kind == 2)
-    fs::create_directory(mark);
-  else if (kind == 3)
-    fs::create_symlink("nowhere", mark);
-  entry.startedSafely = kind == 1 || kind == 2;
-}
-
 RandomEntry addCopy(const RandomNumber& below, const fs::path& dir) {
   RandomEntry entry;
   entry.name = dir.filename();
   fs::create_directories(dir);
   addBundle(below, dir, entry);
-  const auto& [content, launches] = any(below, LAUNCH_COUNTS);
-  if (!content.empty())
-    writeFile(dir / "launchCount.dat", content);
-  entry.launches = launches;
-  addSafeStart(below, dir / "started.dat", entry);
+  entry.launches = any(below, LAUNCH_COUNTS);
+  if (entry.launches != 0)
+    writeFile(dir / "launchCount.dat", std::to_string(entry.launches));
+  const std::size_t kind = below(4);
+  entry.startedSafely = kind == 1 || kind == 2;
+  if (entry.startedSafely)
+    writeFile(dir / "started.dat", "");
   return entry;
 }
 
