@@ -5,7 +5,6 @@
 #include "Fork.h"
 #include "Home.h"
 #include "HostState.h"
-#include "Sandbox.h"
 #include "SystemLog.h"
 #include "Threads.h"
 
@@ -74,7 +73,6 @@ protected:
   // The lines of the launcher mode's log, without the time stamps.
   std::vector<std::string> launchLog() const { return readMessages(home.launchLog()); }
 
-  Sandbox::ScopedApplications applications;
   ScopedHome home;
   ScopedEnvironment noUser{"USER", std::nullopt}; // the log would mask it
   ScopedEnvironment reportFolder{"PROBE_REPORTS", (home.path() / "reports").string()};

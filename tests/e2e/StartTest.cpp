@@ -389,14 +389,6 @@ TEST_F(Start, FailsSilentlyWithoutThread) {
 
 // --- Time ---
 
-TEST_F(Start, TwiceGivesTwoInstances) {
-  const Copy copy = makeCopy();
-  launchInHost([] { EXPECT_EQ(launch(), "returned 0"); });
-  EXPECT_THAT(systemLog->awaitMessages(2), testing::ElementsAre(SUCCESS, SUCCESS));
-  EXPECT_EQ(reports().size(), 2U);
-  EXPECT_EQ(readFile(copy.dir() / "launchCount.dat"), "2");
-}
-
 // A thread that nobody joins must be detached, or its stack stays mapped.
 TEST_F(Start, IsFollowedByOnePause) {
   const Copy copy = makeCopy();

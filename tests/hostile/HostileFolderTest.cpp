@@ -54,26 +54,6 @@ TEST_F(HostileFolder, LosesNoTargetOfLinks) {
   EXPECT_TRUE(fs::exists(home.launcherFolder() / "less recent"));
 }
 
-TEST_F(HostileFolder, TakesOddNames) {
-  const std::vector<std::string> names{
-      "line\nfeed", "\"quoted\" 'twice'", "\xFF\xFE not UTF-8", std::string(255, 'n'), "-rf", "*"};
-  for (const auto& name : names) {
-    SCOPED_TRACE(name);
-    const fs::path dir = makeCopy(name, 5);
-    EXPECT_EQ(launcher.findBestCandidate({"/nowhere", dir}), dir);
-    launcher.updateLaunchInfo(dir);
-    EXPECT_EQ(launcher.getLaunchCount(dir), 1U);
-  }
-  const fs::path launched = makeCopy("launched", 0);
-  makeCopy("kept 1", 0);
-  makeCopy("kept 2", 0);
-  for (const auto& name : names)
-    makeCopy(name, 5);
-  launcher.cleanUpLauncherDirectory(launched);
-  for (const auto& name : names)
-    EXPECT_FALSE(fs::exists(home.launcherFolder() / name)) << name;
-}
-
 // Another process that swaps two entries of a folder, again and again.
 class Swapper {
 public:

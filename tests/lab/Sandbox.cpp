@@ -119,12 +119,9 @@ void enter() try {
   throw std::runtime_error(failure.what() + std::string("\n") + ADVICE);
 }
 
-ScopedApplications::ScopedApplications() {
+void emptyApplications() {
   if (!entered)
     throw std::logic_error("not in a sandbox: the machine's own /Applications stays as it is");
-}
-
-ScopedApplications::~ScopedApplications() {
   for (const auto& entry : fs::directory_iterator("/Applications"))
     fs::remove_all(entry.path());
 }

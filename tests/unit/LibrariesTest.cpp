@@ -191,18 +191,6 @@ TEST_F(Libraries, RaiseForLockedLauncherFolder) {
   });
 }
 
-TEST_F(Libraries, KnowLoadModeByItsExactWord) {
-  install(FAKE_LAUNCHER_LIBRARY, launcherFolder(), LAUNCHER_NAME);
-  const std::vector<std::string> rows[] = {
-      {}, {"Loadmode"}, {"loadmode "}, {"loadmodes"}, {"loadmod"}, {""}, {"other", "loadmode"}};
-  for (const auto& arguments : rows) {
-    SCOPED_TRACE(testing::PrintToString(arguments));
-    loadLauncher(arguments);
-    EXPECT_THAT(messages(), ElementsAre(FROM_LAUNCHER_FOLDER));
-    EXPECT_EQ(recorded().size(), 2U);
-  }
-}
-
 TEST_F(Libraries, TryNoOtherThanBrokenLauncher) {
   test::writeFile(shared, "no library");
   install(FAKE_LAUNCHER_LIBRARY, frameworks, LAUNCHER_NAME);
