@@ -48,7 +48,7 @@ EndToEnd::EndToEnd() {
 }
 
 EndToEnd::~EndToEnd() {
-  fs::current_path(folderBefore);
+  fs::current_path(directoryBefore);
 }
 
 void EndToEnd::TearDown() {

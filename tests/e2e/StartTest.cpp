@@ -339,7 +339,7 @@ TEST_F(Start, ReportsWithoutStreams) {
 
 // A path is text, not a format.
 TEST_F(Start, ReportsPercentSigns) {
-  const Copy copy = makeCopy(home.launcherFolder() / "100%s%d%n");
+  const Copy copy = makeCopy(home.launcherDirectory() / "100%s%d%n");
   fs::remove(executableIn(copy));
   EXPECT_EQ(launchNone(), failure(executableIn(copy), "No such file or directory"));
 }

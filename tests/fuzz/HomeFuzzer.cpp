@@ -102,7 +102,7 @@ test::RandomEntry best(const Entries& candidates) {
 // folder, as they are listed.
 std::optional<test::RandomEntry>
 chosenIn(const test::RandomHome& home, const std::vector<fs::path>& folders) {
-  Entries viable{home.inWorkingFolder}, compatible;
+  Entries viable{home.inWorkingDirectory}, compatible;
   for (const auto& folder : folders)
     viable.push_back(find(home, folder.filename()));
   viable.erase(std::remove_if(viable.begin(), viable.end(), std::not_fn(isViable)), viable.end());
@@ -122,7 +122,7 @@ void checkCleanUp(
     const std::vector<fs::path>& before,
     const std::vector<fs::path>& after) {
   const auto remains = [&](const std::string& name) {
-    return std::find(after.begin(), after.end(), home.launcherFolder / name) != after.end();
+    return std::find(after.begin(), after.end(), home.launcherDirectory / name) != after.end();
   };
   FUZZ_CHECK(remains(chosen));
   FUZZ_CHECK(after.size() == std::min<std::size_t>(before.size(), 3));
@@ -138,23 +138,23 @@ void checkCleanUp(
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const fs::path folderBefore = fs::current_path();
+  const fs::path directoryBefore = fs::current_path();
   const test::ScopedHome scope;
   const test::RandomHome home(numbersOf(data, size), scope.path());
-  fs::current_path(home.workingFolder);
+  fs::current_path(home.workingDirectory);
   const auto outside = contentOf(scope.path() / "outside");
   const auto work = contentOf(scope.path() / "work");
-  const auto folders = test::foldersIn(home.launcherFolder);
+  const auto folders = test::directoriesIn(home.launcherDirectory);
   const auto chosen = chosenIn(home, folders);
 
   launch(home.clientVersion);
-  fs::current_path(folderBefore);
+  fs::current_path(directoryBefore);
 
-  const auto remaining = test::foldersIn(home.launcherFolder);
+  const auto remaining = test::directoriesIn(home.launcherDirectory);
   FUZZ_CHECK(contentOf(scope.path() / "outside") == outside);
   FUZZ_CHECK(contentOf(scope.path() / "work") == work);
   if (chosen && chosen->isMember) {
-    const fs::path record = home.launcherFolder / chosen->name / "launchCount.dat";
+    const fs::path record = home.launcherDirectory / chosen->name / "launchCount.dat";
     FUZZ_CHECK(test::readFile(record) == std::to_string(chosen->launches + 1));
     checkCleanUp(home, chosen->name, folders, remaining);
   } else {

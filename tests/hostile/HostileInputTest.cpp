@@ -69,7 +69,7 @@ Placement linkTo(const char* target) {
   return [=](const fs::path& path) { fs::create_symlink(target, path); };
 }
 
-void placeFolder(const fs::path& path) {
+void placeDirectory(const fs::path& path) {
   test::writeFile(path / "content", "in a folder");
 }
 
@@ -129,7 +129,7 @@ void checkOne(const std::string& question, const fs::path& dir, const char* expe
 void check(const std::string& question, const fs::path& place, const std::vector<Case>& cases) {
   for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
-    const test::ScopedFolder dir;
+    const test::ScopedDirectory dir;
     fs::create_directories((dir.path() / place).parent_path());
     row.place(dir.path() / place);
     test::inChildProcess([&] { checkOne(question, dir.path(), row.expected); });
@@ -262,7 +262,7 @@ TEST(HostileInput, LaunchCounts) {
       "launches",
       "launchCount.dat",
       {
-          {"a folder", placeFolder, "0"},
+          {"a folder", placeDirectory, "0"},
           {"1 GB of zero bytes, sparse", sparseFile(GIGABYTE), "0"},
           {"1 GB, sparse, that starts with a number", sparseFile(GIGABYTE, "7"), "7"},
           {"binary garbage", file("\x80\xFF" + randomBytes(100'000)), "0"},
@@ -282,7 +282,7 @@ TEST(HostileInput, SafeStarts) {
       {
           {"a file", file(""), "yes"},
           {"1 GB, sparse", sparseFile(GIGABYTE), "yes"},
-          {"a folder", placeFolder, "yes"},
+          {"a folder", placeDirectory, "yes"},
           {"a named pipe", placePipe, "yes"},
           {"a socket", placeSocket, "yes"},
           {"a link to a device", linkTo("/dev/zero"), "yes"},

@@ -83,30 +83,30 @@ void writeLaunchTime(const fs::path& dir, int order) {
 } // namespace
 
 RandomHome::RandomHome(const RandomNumber& below, const fs::path& home)
-    : launcherFolder(home / "Library" / "Application Support" / "VantuOrlixVDILauncher"),
+    : launcherDirectory(home / "Library" / "Application Support" / "VantuOrlixVDILauncher"),
       clientVersion(any(below, CLIENT_VERSIONS)), outside(home / "outside") {
   writeFile(outside / "precious" / "file", "precious");
-  fs::create_directories(launcherFolder);
+  fs::create_directories(launcherDirectory);
   const std::size_t missing = below(16);
   if (missing == 1)
-    fs::remove_all(launcherFolder.parent_path());
+    fs::remove_all(launcherDirectory.parent_path());
   else if (missing == 2)
-    fs::remove(launcherFolder);
+    fs::remove(launcherDirectory);
   else
     addEntries(below);
-  chooseWorkingFolder(below, home / "work");
+  chooseWorkingDirectory(below, home / "work");
 }
 
 void RandomHome::addEntries(const RandomNumber& below) {
   for (auto count = below(12); count > 0; --count) {
     const std::string& name = any(below, NAMES);
-    if (!fs::exists(fs::symlink_status(launcherFolder / name)))
+    if (!fs::exists(fs::symlink_status(launcherDirectory / name)))
       addEntry(below, name);
   }
 }
 
 void RandomHome::addEntry(const RandomNumber& below, const std::string& name) {
-  const fs::path place = launcherFolder / name;
+  const fs::path place = launcherDirectory / name;
   const std::size_t kind = below(8);
   if (kind == 0) {
     writeFile(place, "a file");
@@ -125,21 +125,21 @@ void RandomHome::addEntry(const RandomNumber& below, const std::string& name) {
   }
 }
 
-void RandomHome::chooseWorkingFolder(const RandomNumber& below, const fs::path& ordinary) {
+void RandomHome::chooseWorkingDirectory(const RandomNumber& below, const fs::path& ordinary) {
   fs::create_directory(ordinary);
-  workingFolder = ordinary;
-  inWorkingFolder.isMember = false;
+  workingDirectory = ordinary;
+  inWorkingDirectory.isMember = false;
   const std::size_t kind = below(8);
   if (kind == 1) {
-    inWorkingFolder = addCopy(below, ordinary);
-    inWorkingFolder.isMember = false;
-  } else if (kind == 2 && fs::exists(launcherFolder)) {
-    workingFolder = launcherFolder;
+    inWorkingDirectory = addCopy(below, ordinary);
+    inWorkingDirectory.isMember = false;
+  } else if (kind == 2 && fs::exists(launcherDirectory)) {
+    workingDirectory = launcherDirectory;
   } else if (kind == 3 && !entries.empty()) {
     const RandomEntry& entry = any(below, entries);
-    if (!fs::is_symlink(launcherFolder / entry.name)) {
-      workingFolder = launcherFolder / entry.name;
-      inWorkingFolder = entry;
+    if (!fs::is_symlink(launcherDirectory / entry.name)) {
+      workingDirectory = launcherDirectory / entry.name;
+      inWorkingDirectory = entry;
     }
   }
 }

@@ -29,16 +29,16 @@ public:
   // Lays the home out in this folder.
   RandomHome(const RandomNumber& below, const std::filesystem::path& home);
 
-  std::filesystem::path launcherFolder;
-  std::filesystem::path workingFolder; // one with or without a copy, or in the launcher folder
+  std::filesystem::path launcherDirectory;
+  std::filesystem::path workingDirectory; // one with or without a copy, or in the launcher folder
   std::string clientVersion;
   std::vector<RandomEntry> entries;
-  RandomEntry inWorkingFolder;
+  RandomEntry inWorkingDirectory;
 
 private:
   void addEntries(const RandomNumber& below);
   void addEntry(const RandomNumber& below, const std::string& name);
-  void chooseWorkingFolder(const RandomNumber& below, const std::filesystem::path& ordinary);
+  void chooseWorkingDirectory(const RandomNumber& below, const std::filesystem::path& ordinary);
 
   std::filesystem::path outside;
 };

@@ -23,12 +23,12 @@ const std::string OWN_FRAMEWORKS = "@executable_path/../Frameworks/";
 class Libraries : public test::BridgeTest {
 protected:
   Libraries() {
-    fake::nameFolders({folder()});
+    fake::nameDirectories({folder()});
     Logger::open(folder() / "log.txt", true);
   }
   ~Libraries() override { Logger::close(); }
 
-  fs::path launcherFolder() const { return folder() / "VantuOrlixVDILauncher"; }
+  fs::path launcherDirectory() const { return folder() / "VantuOrlixVDILauncher"; }
 
   static void install(const fs::path& library, const char* original = FAKE_LAUNCHER_LIBRARY) {
     fs::create_directories(library.parent_path());
@@ -69,7 +69,7 @@ TEST_F(MainLibrary, LogsFailure) {
 using LauncherLibrary = Libraries;
 
 TEST_F(LauncherLibrary, OwnInLoadMode) {
-  install(launcherFolder() / LAUNCHER_NAME);
+  install(launcherDirectory() / LAUNCHER_NAME);
   install(frameworks() / LAUNCHER_NAME);
   loadLauncher({"app", "loadmode"});
   EXPECT_THAT(fake::calls("dlopen "), ElementsAre("NOW|GLOBAL " + OWN_FRAMEWORKS + LAUNCHER_NAME));
@@ -78,18 +78,18 @@ TEST_F(LauncherLibrary, OwnInLoadMode) {
 }
 
 TEST_F(LauncherLibrary, SharedInOtherMode) {
-  install(launcherFolder() / LAUNCHER_NAME);
+  install(launcherDirectory() / LAUNCHER_NAME);
   install(frameworks() / LAUNCHER_NAME);
   loadLauncher({"app", "launchermode", "45.1"});
   EXPECT_THAT(
       fake::calls("dlopen "),
-      ElementsAre("NOW|GLOBAL " + (launcherFolder() / LAUNCHER_NAME).string()));
+      ElementsAre("NOW|GLOBAL " + (launcherDirectory() / LAUNCHER_NAME).string()));
   EXPECT_THAT(log(), ElementsAre("load launcherDLL from launcher folder"));
   EXPECT_THAT(record(), ElementsAre("launcher 3 [launchermode] [45.1] null"));
 }
 
 TEST_F(LauncherLibrary, LogsMissingEntry) {
-  install(launcherFolder() / LAUNCHER_NAME, ENTRYLESS_LIBRARY);
+  install(launcherDirectory() / LAUNCHER_NAME, ENTRYLESS_LIBRARY);
   loadLauncher({"app"});
   EXPECT_THAT(
       log().back(),

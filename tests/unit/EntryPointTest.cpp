@@ -88,7 +88,7 @@ private:
 TEST_F(EntryPoint, ReadsNoArgumentBelowTwo) {
   for (const int argc : {1, 0, -1, -2147483647 - 1}) {
     SCOPED_TRACE(argc);
-    fs::remove_all(home.logFolder());
+    fs::remove_all(home.logDirectory());
     EXPECT_EQ(ThinClientLauncherEntryPoint(argc, nullptr), 0);
     EXPECT_THAT(launchLog(), ElementsAre(CALLED, LAUNCHER_MODE, NOTHING_FOUND, NOT_CLEANED));
     EXPECT_FALSE(fs::exists(home.loadLog()));
@@ -115,7 +115,7 @@ TEST_F(EntryPoint, KnowsLoadModeByItsWord) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::PrintToString(row.arguments));
-    fs::remove_all(home.logFolder());
+    fs::remove_all(home.logDirectory());
     EXPECT_EQ(call(row.arguments), 0);
     EXPECT_EQ(fs::exists(home.loadLog()), row.loadMode);
     EXPECT_EQ(fs::exists(home.launchLog()), !row.loadMode);
@@ -175,28 +175,28 @@ TEST_F(EntryPoint, PausesBetweenStartAndRecords) {
   test::SystemLog systemLog;
   const fs::path copy = makeCopy("copy", "45.11.0.1");
   for (const char* name : {"a", "b", "c"})
-    fs::create_directory(launcherFolder() / name);
+    fs::create_directory(launcherDirectory() / name);
   test::FakeSleep::setAction([&] {
     EXPECT_EQ(systemLog.await(1).size(), 1U) << "the outcome of a start";
     EXPECT_THAT(launchLog().back(), StartsWith("Best candidate: "));
     EXPECT_FALSE(fs::exists(copy / "launchCount.dat"));
-    EXPECT_EQ(test::foldersIn(launcherFolder()).size(), 4U);
+    EXPECT_EQ(test::directoriesIn(launcherDirectory()).size(), 4U);
   });
   EXPECT_EQ(call({}), 0);
   EXPECT_EQ(pauses(), 1U);
   EXPECT_TRUE(fs::exists(copy / "launchCount.dat"));
-  EXPECT_EQ(test::foldersIn(launcherFolder()).size(), 3U);
+  EXPECT_EQ(test::directoriesIn(launcherDirectory()).size(), 3U);
 }
 
 TEST_F(EntryPoint, RecordsBeforeItCleans) {
   const fs::path copy = makeCopy("copy", "45.11.0.1");
   for (const char* name : {"a", "b", "c"})
-    test::writeFile(launcherFolder() / name / "content" / "file", "");
+    test::writeFile(launcherDirectory() / name / "content" / "file", "");
   test::asUnprivilegedUser(home.path(), [&] {
     const auto stuck = fs::perms::owner_read | fs::perms::owner_exec;
-    const test::ScopedPermissions a(launcherFolder() / "a" / "content", stuck);
-    const test::ScopedPermissions b(launcherFolder() / "b" / "content", stuck);
-    const test::ScopedPermissions c(launcherFolder() / "c" / "content", stuck);
+    const test::ScopedPermissions a(launcherDirectory() / "a" / "content", stuck);
+    const test::ScopedPermissions b(launcherDirectory() / "b" / "content", stuck);
+    const test::ScopedPermissions c(launcherDirectory() / "c" / "content", stuck);
     EXPECT_EQ(call({}), 0);
     const auto lines = launchLog();
     ASSERT_GE(lines.size(), 2U);
@@ -222,10 +222,10 @@ TEST_F(EntryPoint, FallsBackToViableCopies) {
 TEST_F(EntryPoint, ChoosesTheFirstOfEqualCopies) {
   for (const char* clientVersion : {"45.12", "45.10"}) {
     SCOPED_TRACE(clientVersion); // a compatible one, and one with which it falls back
-    fs::remove_all(launcherFolder());
+    fs::remove_all(launcherDirectory());
     for (const char* name : {"x", "c", "m", "a"})
       makeCopy(name, "45.11.0.1");
-    const fs::path first = test::foldersIn(launcherFolder()).front();
+    const fs::path first = test::directoriesIn(launcherDirectory()).front();
     EXPECT_EQ(call({"launchermode", clientVersion}), 0);
     EXPECT_EQ(launchCount(first), "1");
   }

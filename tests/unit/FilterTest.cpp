@@ -11,7 +11,7 @@ namespace {
 
 class Viability : public test::LauncherTest {
 protected:
-  fs::path corruptFile() const { return launcherFolder() / "corrupt.dat"; }
+  fs::path corruptFile() const { return launcherDirectory() / "corrupt.dat"; }
 };
 
 class Compatibility : public test::LauncherTest {};
@@ -78,7 +78,7 @@ TEST_F(Viability, KeepsUnreadableVersion) {
 
 TEST_F(Viability, KeepsCopiesElsewhere) {
   const fs::path outside = home.path() / "elsewhere";
-  const fs::path nested = launcherFolder() / "nested" / "copy";
+  const fs::path nested = launcherDirectory() / "nested" / "copy";
   for (const auto& dir : {outside, nested})
     test::Copy(dir, "45.11.0.1").launches("7");
   EXPECT_THAT(launcher.filterInviableDirectories({outside, nested}), ElementsAre(outside, nested));
@@ -111,7 +111,7 @@ TEST_F(Viability, JudgesCorruption) {
     SCOPED_TRACE(
         std::string("version ") + row.version + ", launched " + row.launchCount +
         (row.startedSafely ? ", started safely" : ""));
-    fs::remove_all(launcherFolder());
+    fs::remove_all(launcherDirectory());
     auto copy = makeCopy("copy", row.version).launches(row.launchCount);
     if (row.startedSafely)
       copy.startedSafely();
@@ -145,10 +145,11 @@ TEST_F(Viability, JudgesVersionGate) {
 // --- The filter as a whole ---
 
 TEST_F(Viability, SkipsOtherFolders) {
-  fs::create_directories(launcherFolder() / "empty");
-  test::writeFile(launcherFolder() / "empty" / "launchCount.dat", "7");
+  fs::create_directories(launcherDirectory() / "empty");
+  test::writeFile(launcherDirectory() / "empty" / "launchCount.dat", "7");
   EXPECT_THAT(
-      launcher.filterInviableDirectories({launcherFolder() / "empty", home.path() / "missing", ""}),
+      launcher.filterInviableDirectories(
+          {launcherDirectory() / "empty", home.path() / "missing", ""}),
       IsEmpty());
   EXPECT_THAT(messages(), IsEmpty());
   EXPECT_FALSE(fs::exists(corruptFile()));

@@ -48,7 +48,7 @@ protected:
     EXPECT_EQ(read(toBinary(xml)), text) << "the binary form of " << xml;
   }
 
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   const fs::path file = folder.path() / "Info.plist";
 };
 
