@@ -1,5 +1,7 @@
 #include "EndToEndTest.h"
 
+#include "Sandbox.h"
+
 #include <array>
 #include <cerrno>
 #include <dlfcn.h>
@@ -36,6 +38,7 @@ void openDescriptors() {
 }
 
 EndToEnd::EndToEnd() {
+  Sandbox::emptyApplications();
   // The started applications have no parent: they become children of this process, which can wait
   // for them.
   ::prctl(PR_SET_CHILD_SUBREAPER, 1);
@@ -45,7 +48,7 @@ EndToEnd::EndToEnd() {
 }
 
 EndToEnd::~EndToEnd() {
-  fs::current_path(folderBefore);
+  fs::current_path(directoryBefore);
 }
 
 void EndToEnd::TearDown() {

@@ -5,7 +5,6 @@
 #include "Fork.h"
 #include "Home.h"
 #include "HostState.h"
-#include "Sandbox.h"
 #include "SystemLog.h"
 #include "Threads.h"
 
@@ -40,7 +39,7 @@ protected:
   // --- Copies of the plug-in, whose executable is the probe ---
 
   Copy makeCopy(const std::filesystem::path& dir, const std::string& version = "45.12.0.1") const;
-  Copy makeCopy() const { return makeCopy(home.launcherFolder() / "copy"); }
+  Copy makeCopy() const { return makeCopy(home.launcherDirectory() / "copy"); }
 
   // --- The host: a child process, which loads the library by path and finds the entry by name ---
 
@@ -74,14 +73,13 @@ protected:
   // The lines of the launcher mode's log, without the time stamps.
   std::vector<std::string> launchLog() const { return readMessages(home.launchLog()); }
 
-  Sandbox::ScopedApplications applications;
   ScopedHome home;
   ScopedEnvironment noUser{"USER", std::nullopt}; // the log would mask it
-  ScopedEnvironment reportFolder{"PROBE_REPORTS", (home.path() / "reports").string()};
+  ScopedEnvironment reportDirectory{"PROBE_REPORTS", (home.path() / "reports").string()};
   std::optional<SystemLog> systemLog{std::in_place};
 
 private:
-  const std::filesystem::path folderBefore = std::filesystem::current_path();
+  const std::filesystem::path directoryBefore = std::filesystem::current_path();
 };
 
 } // namespace test

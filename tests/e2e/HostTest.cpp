@@ -165,7 +165,7 @@ TEST_F(Host, KeepsItsLogName) {
 
 TEST_F(Host, NamesLogEntries) {
   inHost([] { EXPECT_EQ(launch(), "returned 0"); });
-  fs::remove(executableIn(home.launcherFolder() / "copy"));
+  fs::remove(executableIn(home.launcherDirectory() / "copy"));
   inHost([] { EXPECT_EQ(launch(), "returned 0"); });
   const auto& entries = systemLog->await(2);
   ASSERT_EQ(entries.size(), 2U);
@@ -183,7 +183,7 @@ TEST_F(Host, PrintsNothing) {
     EXPECT_EQ(launch(), "returned 0");
     EXPECT_EQ(launch({"loadmode"}), "returned 0");
     awaitThreads();
-    fs::remove(executableIn(home.launcherFolder() / "copy"));
+    fs::remove(executableIn(home.launcherDirectory() / "copy"));
     EXPECT_EQ(launch(), "returned 0");
   });
   EXPECT_EQ(reports().size(), 1U);
@@ -209,9 +209,9 @@ TEST_F(Host, HandlesItsSignals) {
 TEST_F(Host, SeesFaults) {
   inHost([this] {
     const fs::path tasks = "/proc/self/task";
-    const auto before = foldersIn(tasks);
+    const auto before = directoriesIn(tasks);
     launchUntil(FakeSystem::fork);
-    for (const auto& thread : foldersIn(tasks)) {
+    for (const auto& thread : directoriesIn(tasks)) {
       if (std::find(before.begin(), before.end(), thread) != before.end())
         continue;
       const auto blocked = blockedSignals(thread);
@@ -219,7 +219,7 @@ TEST_F(Host, SeesFaults) {
       for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT})
         EXPECT_EQ(blocked.count(fault), 0U) << "signal " << fault;
     }
-    EXPECT_THAT(foldersIn(tasks), SizeIs(before.size() + 1));
+    EXPECT_THAT(directoriesIn(tasks), SizeIs(before.size() + 1));
     goOn(FakeSystem::fork);
   });
 }

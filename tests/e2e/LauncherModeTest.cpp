@@ -16,7 +16,7 @@ namespace test {
 class LauncherMode : public EndToEnd {
 protected:
   Copy makeVersion(const std::string& version) const {
-    return makeCopy(home.launcherFolder() / version, version);
+    return makeCopy(home.launcherDirectory() / version, version);
   }
 
   static void launchInHost() {
@@ -31,7 +31,7 @@ TEST_F(LauncherMode, RunsAllSteps) {
       makeVersion("45.13.0.10").launches("7").startedSafely().launched(std::chrono::hours(1));
   const Copy corrupt = makeVersion("45.12.0.950").launches("3").launched(std::chrono::hours(2));
   const Copy old = makeVersion("45.10.0.1").launched(std::chrono::hours(3));
-  const auto copies = foldersIn(home.launcherFolder()); // in the order of the scan
+  const auto copies = directoriesIn(home.launcherDirectory()); // in the order of the scan
 
   launchInHost();
   EXPECT_THAT(systemLog->awaitMessages(1), ElementsAre(SUCCESS));
@@ -57,7 +57,7 @@ TEST_F(LauncherMode, RunsAllSteps) {
     if (dir != tooNew.dir())
       candidates.push_back("find a candidate with Version: " + dir.filename().string());
   }
-  const fs::path corruptVersions = home.launcherFolder() / "corrupt.dat";
+  const fs::path corruptVersions = home.launcherDirectory() / "corrupt.dat";
   expected.push_back("VDI Wrote 1 corrupt versions to " + corruptVersions.string());
   expected.insert(expected.end(), candidates.begin(), candidates.end());
   expected.push_back("Best candidate: " + chosen.name() + " (version: 45.12.0.900)");
@@ -105,11 +105,11 @@ TEST_F(LauncherMode, GoesOnWithoutCopies) {
 
 TEST_F(LauncherMode, LetsErrorsOut) {
   makeCopy("/Applications");
-  fs::create_directories(home.launcherFolder());
+  fs::create_directories(home.launcherDirectory());
   asUnprivilegedUser(home.path(), [this] {
     inHost([this] {
       std::optional<ScopedPermissions> locked(
-          std::in_place, home.launcherFolder(), fs::perms::none);
+          std::in_place, home.launcherDirectory(), fs::perms::none);
       EXPECT_EQ(launch({"launchermode", "45.12.0.5"}), "filesystem_error Permission denied");
       const auto firstLog = launchLog();
       EXPECT_EQ(firstLog.back(), "hvd Client Version provided: 45.12.0.5");

@@ -25,7 +25,7 @@ protected:
 
 TEST_F(LoadMode, EntersMainLibrary) {
   // Never looked at in load mode.
-  writeFile(home.launcherFolder() / LAUNCHER_NAME, "no library");
+  writeFile(home.launcherDirectory() / LAUNCHER_NAME, "no library");
   inHost([] { EXPECT_EQ(launch(), "returned 0"); });
   EXPECT_EQ(outcome(), SUCCESS);
   EXPECT_EQ(awaitProcesses(), 0);
@@ -47,7 +47,7 @@ TEST_F(LoadMode, RecordsSafeStart) {
   fs::remove(copy.dir() / "started.dat");
   inHost(launchOnce);
   EXPECT_EQ(launchLog()[5], "VDI Skipping corrupt directory: " + copy.name());
-  EXPECT_EQ(readFile(home.launcherFolder() / "corrupt.dat"), "45.12.0.1");
+  EXPECT_EQ(readFile(home.launcherDirectory() / "corrupt.dat"), "45.12.0.1");
   EXPECT_EQ(systemLog->await(5).size(), 5U);
   EXPECT_EQ(readLines(home.path() / "record").size(), 2 * 4U) << "starts of the application";
 }

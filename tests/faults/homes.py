@@ -8,9 +8,9 @@ import subprocess
 import sys
 import time
 
-LAUNCHER_FOLDER = "Library/Application Support/VantuOrlixVDILauncher"
-LOG_FOLDER = "Library/Logs"
-LOG_FILE = LOG_FOLDER + "/VantuOrlixVDI/vdi-launch-launchmode-log.txt"
+LAUNCHER_DIRECTORY = "Library/Application Support/VantuOrlixVDILauncher"
+LOG_DIRECTORY = "Library/Logs"
+LOG_FILE = LOG_DIRECTORY + "/VantuOrlixVDI/vdi-launch-launchmode-log.txt"
 NEWEST = "45.12.0.900"
 OTHER_FOLDERS_KEPT = 2
 KERNEL_THREAD = 0x00200000  # in the flags of /proc/PID/stat
@@ -35,7 +35,7 @@ def promise(holds, text):
 
 def snapshot(home):
     """All but what a launch may change: path, kind, content."""
-    excluded = {home / LAUNCHER_FOLDER, home / LOG_FOLDER, home / "starts"}
+    excluded = {home / LAUNCHER_DIRECTORY, home / LOG_DIRECTORY, home / "starts"}
     found = {}
     for folder, folders, files in os.walk(home):
         here = pathlib.Path(folder)
@@ -81,7 +81,7 @@ class Home:
 
     def launch_times(self):
         """Of the folders of the launcher folder, by name; 0 for one without a launch record."""
-        launcher = self.path / LAUNCHER_FOLDER
+        launcher = self.path / LAUNCHER_DIRECTORY
         records = {folder.name: folder / "launch.dat" for folder in launcher.iterdir()
                    if folder.is_dir()} if launcher.is_dir() else {}
         return {name: record.stat().st_mtime_ns if record.exists() else 0

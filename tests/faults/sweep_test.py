@@ -103,7 +103,7 @@ def without_application_support(failed):
     return any("/Application Support\"" in line and "ENOENT" in line for line in failed)
 
 
-def folders_without_record(failed, home):
+def directories_without_record(failed, home):
     """The folders whose launch record the file system denied to have."""
     if without_application_support(failed):
         return list(home.times)
@@ -139,7 +139,7 @@ class Sweep:
                 counts[thread, name] += 1
                 highest[name] = max(highest.get(name, 0), counts[thread, name])
             promise(sum(highest.values()) > 10, "the tracer saw no launch")
-            shutil.rmtree(home.path)
+            shutil.rmtree(home.path, ignore_errors=True)  # the application may still write
             for name, count in sorted(highest.items()):
                 for index in range(1, count + 1):
                     yield from (Fault(actor, name, index, error) for error in ERRORS)
@@ -170,7 +170,7 @@ class Sweep:
         promise(home.await_starts(end.outcome) <= 1, "more than one start")
         home.check_surroundings(
             added={"work/corrupt.dat"} if without_application_support(failed) else set())
-        home.check_removals(folders_without_record(failed, home))
+        home.check_removals(directories_without_record(failed, home))
         home.check_next_launch(self.programs)
         return end.outcome if end.launch == "returned" else end.launch
 

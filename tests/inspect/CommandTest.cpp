@@ -73,7 +73,7 @@ TEST_F(Command, EndsWithTwoOnWrongUsage) {
 }
 
 TEST_F(Command, InspectsOtherHome) {
-  const test::ScopedFolder other;
+  const test::ScopedDirectory other;
   test::Copy(other.path() / "Library/Application Support/VantuOrlixVDILauncher/a");
   EXPECT_EQ(inspect({"--home", other.path()}).status, 0);
   const fs::path name = other.path().filename();
@@ -84,7 +84,7 @@ TEST_F(Command, InspectsOtherHome) {
 }
 
 TEST_F(Command, SeesWorkingDirectory) {
-  const test::ScopedFolder work;
+  const test::ScopedDirectory work;
   test::Copy(work.path());
   EXPECT_EQ(inspect({}).status, 1);
   const Result result = inspect({"--json", "--working-directory", work.path()});

@@ -116,7 +116,7 @@ TEST(Documentation, ManualIsWellFormed) {
 }
 
 TEST(Documentation, BashCompletes) {
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   fs::create_directory(folder.path() / "a folder");
   test::writeFile(folder.path() / "a file", "");
   EXPECT_EQ(completed("--m", folder.path()), "--mask\n");
