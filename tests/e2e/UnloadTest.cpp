@@ -104,9 +104,10 @@ TEST_F(Unload, AllowsExitDuringLaunch) {
   awaitProcesses();
   const std::filesystem::path library = home.path() / "Library";
   EXPECT_THAT(
-      foldersIn(library), UnorderedElementsAre(home.applicationSupport(), library / "Logs"));
+      directoriesIn(library), UnorderedElementsAre(home.applicationSupport(), library / "Logs"));
   EXPECT_THAT(
-      foldersIn(home.launcherFolder()), UnorderedElementsAre(home.launcherFolder() / "copy"));
+      directoriesIn(home.launcherDirectory()),
+      UnorderedElementsAre(home.launcherDirectory() / "copy"));
 }
 
 TEST_F(Unload, AllowsExitBeforeFork) {

@@ -87,10 +87,10 @@ TEST_F(Libraries, IgnoresWorkingFolder) {
 
 // Without /proc the folder of the executable is unknown.
 TEST_F(Libraries, AreNeverFoundInWorkingFolder) {
-  workingFolder = home.path() / "elsewhere";
+  workingDirectory = home.path() / "elsewhere";
   for (const char* own : {"@executable_path", "proc/self/exe"}) {
-    fs::create_directories(workingFolder / own);
-    install(MAIN_LIBRARY, (workingFolder / own).parent_path() / "Frameworks", MAIN_NAME);
+    fs::create_directories(workingDirectory / own);
+    install(MAIN_LIBRARY, (workingDirectory / own).parent_path() / "Frameworks", MAIN_NAME);
   }
   run(
       {{"unshare",
@@ -100,7 +100,7 @@ TEST_F(Libraries, AreNeverFoundInWorkingFolder) {
         "-c",
         "mount -t tmpfs none /proc && exec \"$0\"",
         executable},
-       workingFolder,
+       workingDirectory,
        {{"LOADER_OPERATIONS", "main"}}});
   EXPECT_THAT(messages(), ElementsAre(MatchesRegex("/.* load library failed dleeror: .+")));
   EXPECT_THAT(recorded(), IsEmpty());
