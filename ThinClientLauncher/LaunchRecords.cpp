@@ -3,9 +3,14 @@
 #include "LauncherHelper.h"
 #include "LogMessages.h"
 #include "Logger.h"
+#include "NamedPipe.h"
+#include "Platform.h"
 
+#include <charconv>
 #include <ctime>
 #include <fstream>
+#include <iomanip>
+#include <limits>
 #include <locale>
 #include <set>
 
@@ -16,10 +21,15 @@ constexpr const char* LAUNCHED_COUNT_FILE_NAME = "launchCount.dat";
 constexpr const char* SAFE_START_FILE_NAME = "started.dat";
 constexpr const char* CORRUPT_DAT_FILE_NAME = "corrupt.dat";
 
+// The file, created or emptied; closed if that is impossible.
+static std::ofstream openForWriting(const fs::path& file) {
+  return isNamedPipe(file) ? std::ofstream() : std::ofstream(file);
+}
+
 // Plain digits, also when the host's global locale groups them.
 template <typename Number>
 static bool writeNumber(const fs::path& file, Number number) {
-  std::ofstream stream(file);
+  std::ofstream stream = openForWriting(file);
   if (!stream.is_open())
     return false;
   stream.imbue(std::locale::classic());
@@ -27,15 +37,33 @@ static bool writeNumber(const fs::path& file, Number number) {
   return true;
 }
 
-std::uint32_t ThinClientLauncherBase::getLaunchCount(const Path& dir) const {
-  const Path file = dir / LAUNCHED_COUNT_FILE_NAME;
-  if (!fs::exists(file))
-    return 0;
-  std::uint32_t count = 0;
+// The text before the first blank. A number never needs more than the limit.
+static std::string firstWord(const fs::path& file) {
+  constexpr int LIMIT = 1024 * 1024;
   std::ifstream stream(file);
   stream.imbue(std::locale::classic());
-  stream >> count;
-  return count;
+  std::string word;
+  stream >> std::setw(LIMIT) >> word;
+  return word;
+}
+
+// As formatted input reads it: a number that is too large is the largest, a negative one wraps.
+static std::uint32_t leadingNumber(const std::string& text) {
+  const bool isNegative = text[0] == '-';
+  const std::size_t start = isNegative || text[0] == '+' ? 1 : 0;
+  std::uint32_t number = 0;
+  const auto result = std::from_chars(text.data() + start, text.data() + text.size(), number);
+  if (result.ec == std::errc::result_out_of_range)
+    return std::numeric_limits<std::uint32_t>::max();
+  return isNegative ? 0U - number : number;
+}
+
+std::uint32_t ThinClientLauncherBase::getLaunchCount(const Path& dir) const {
+  const Path file = dir / LAUNCHED_COUNT_FILE_NAME;
+  const fs::file_status status = fs::status(file);
+  if (!fs::exists(status) || fs::is_fifo(status))
+    return 0;
+  return leadingNumber(firstWord(file));
 }
 
 void ThinClientLauncherBase::incrementLaunchCount(const Path& dir) const {
@@ -58,7 +86,7 @@ fs::file_time_type ThinClientLauncherBase::getLastLaunchTime(const Path& dir) co
   const Path file = dir / LAUNCH_DAT_FILE_NAME;
   if (!isBelongLaunchDirectory(dir) || !fs::exists(file))
     return fs::file_time_type::min();
-  return fs::last_write_time(file);
+  return Platform::modificationTime(file);
 }
 
 void ThinClientLauncherBase::updateLaunchInfo(const Path& dir) const {
@@ -75,7 +103,7 @@ void ThinClientLauncherBase::writeCorruptVersions(const std::vector<std::string>
     return;
   const Path file = LauncherHelper::getLauncherDirectory() / CORRUPT_DAT_FILE_NAME;
   const std::set<std::string> distinct(versions.begin(), versions.end());
-  std::ofstream stream(file);
+  std::ofstream stream = openForWriting(file);
   if (!stream.is_open()) {
     Logger::log("VDI Failed to write corrupt versions to " + LauncherHelper::toStdString(file));
     return;

@@ -1,19 +1,64 @@
 #include "Logger.h"
 
+#include "NamedPipe.h"
+
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
 #include <thread>
 
-std::ofstream Logger::logFile;
-std::string Logger::logBuffer;
+static std::atomic<int> uses{0};
+
+namespace {
+
+// Never destroyed.
+template <typename Object>
+union Lasting {
+  Lasting() : object() {}
+  ~Lasting() {}
+
+  Object object;
+};
+
+Lasting<std::ofstream> lastingFile;
+Lasting<std::string> lastingBuffer;
+
+} // namespace
+
+std::ofstream& Logger::logFile = lastingFile.object;
+std::string& Logger::logBuffer = lastingBuffer.object;
+
+const Logger::Release Logger::releaseAtEnd{};
+
+Logger::Release::~Release() {
+  if (uses > 0)
+    return;
+  close();
+  logBuffer.shrink_to_fit(); // it is empty between calls
+}
+
+Logger::Use::Use() {
+  ++uses;
+}
+
+Logger::Use::~Use() {
+  --uses;
+}
 
 void Logger::open(const std::filesystem::path& file, bool truncate) {
   validateAndCreatePath(file);
-  logFile.open(file.c_str(), truncate ? std::ios::trunc : std::ios::app);
+  openFile(file, truncate ? std::ios::trunc : std::ios::app);
+}
+
+void Logger::openFile(const std::filesystem::path& file, std::ios::openmode mode) {
+  if (isNamedPipe(file))
+    logFile.setstate(std::ios::failbit);
+  else
+    logFile.open(file.c_str(), mode);
 }
 
 void Logger::validateAndCreatePath(const std::filesystem::path& file) {
@@ -73,5 +118,5 @@ void Logger::close() {
 
 void Logger::reopen(const std::filesystem::path& file) {
   close();
-  logFile.open(file.c_str(), std::ios::app);
+  openFile(file, std::ios::app);
 }

@@ -6,9 +6,19 @@
 
 // The one log of the process: a text file with one time-stamped line per message, the login name
 // masked, flushed after each line. A file that cannot be written never stops a launch and is not
-// reported. Not thread-safe.
+// reported; a named pipe cannot. Not thread-safe.
 class Logger {
 public:
+  // Exists while a call writes to the log. The end of the process and the unloading of the library
+  // close the log, except during a call: it may run on another thread while the process exits.
+  class Use {
+  public:
+    Use();
+    ~Use();
+    Use(const Use&) = delete;
+    Use& operator=(const Use&) = delete;
+  };
+
   // Creates the file's folder if it is missing, then opens the file, emptied (truncate) or for
   // appending. A file that cannot be opened leaves the log closed. If a log is open already, it
   // stays open, and every line is dropped until close(). Raises filesystem_error when the folder
@@ -34,6 +44,13 @@ public:
   static void reopen(const std::filesystem::path& file);
 
 private:
-  static std::ofstream logFile;
-  static std::string logBuffer; // the line being assembled; empty between calls
+  struct Release {
+    ~Release();
+  };
+
+  static void openFile(const std::filesystem::path& file, std::ios::openmode mode);
+
+  static std::ofstream& logFile;
+  static std::string& logBuffer; // the line being assembled; empty between calls
+  static const Release releaseAtEnd;
 };

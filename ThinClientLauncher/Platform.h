@@ -39,6 +39,11 @@ ListProblem versionProblem(const std::filesystem::path& bundle);
 // list as it stands: CFBundleExecutable, or the bundle's own name.
 std::filesystem::path executableName(const std::filesystem::path& bundle);
 
+// When a file was last modified. A time that the file clock cannot represent becomes its latest
+// one, or the earliest after its minimum, which stands for no time at all. Raises
+// std::filesystem::filesystem_error when the file cannot be examined.
+std::filesystem::file_time_type modificationTime(const std::filesystem::path& file);
+
 // Requests the start of a new instance of the bundle with exactly this argument, and returns
 // without waiting for it. An argument that is not UTF-8 is left out. The outcome goes to the system
 // log once, from another thread: "launch app succeed", or "Failed to run the app: " and the reason.

@@ -15,14 +15,15 @@ static void initialize(int argc, char** argv) {
   const std::filesystem::path folder = LauncherHelper::getLogPath();
   if (folder.empty())
     return;
-  const std::string& name =
-      isLoadMode(argc, argv) ? VDI_LAUNCH_LOGE_LOAD_MODE : VDI_LAUNCH_LOGE_LAUNCH_MODE;
-  Logger::open(folder / name, true);
+  Logger::open(
+      folder / (isLoadMode(argc, argv) ? VDI_LAUNCH_LOGE_LOAD_MODE : VDI_LAUNCH_LOGE_LAUNCH_MODE),
+      true);
 }
 
 } // namespace LauncherLogger
 
 extern "C" int ThinClientLauncherEntryPoint(int argc, char** argv) {
+  const Logger::Use loggerUse;
   LauncherLogger::initialize(argc, argv);
   Logger::log(LogMessages::ENTRY_POINT_CALLED);
   ThinClientLauncher launcher;

@@ -8,7 +8,6 @@
 
 #include <glib.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -36,8 +35,14 @@ struct Start {
 
 struct ChildProcess {
   std::array<char*, 3> argv;
-  int failurePipe; // takes the error code of a failed exec
+  int pipe; // takes READY, then the error code if exec fails
 };
+
+constexpr int READY = 0;
+
+void tell(int pipe, int number) {
+  [[maybe_unused]] const ssize_t written = ::write(pipe, &number, sizeof number);
+}
 
 // If the host had closed a standard stream, GLib's own /dev/null gets that descriptor number, and
 // GLib closes it again.
@@ -66,9 +71,9 @@ void executeProgram(gpointer data) {
   ::setsid();
   openMissingStreams();
   resetSignals();
+  tell(child.pipe, READY);
   ::execv(child.argv[0], child.argv.data());
-  const int code = errno;
-  [[maybe_unused]] const ssize_t written = ::write(child.failurePipe, &code, sizeof code);
+  tell(child.pipe, errno);
   ::_exit(127);
 }
 
@@ -78,8 +83,8 @@ std::string systemError(const fs::path& file, int code) {
   return file.string() + ": " + std::generic_category().message(code);
 }
 
-// The child writes the reason why exec failed; a successful exec closes the pipe.
-struct FailurePipe {
+// The child tells how far it comes; a successful exec closes the pipe.
+struct Pipe {
   Descriptor readEnd;
   Descriptor writeEnd;
 };
@@ -90,7 +95,7 @@ Descriptor duplicateAboveStreams(int descriptor) {
 
 // If descriptors 0 to 2 are closed, pipe2 may return one of them: other threads could write to it,
 // and the child would overwrite it.
-FailurePipe openFailurePipe() {
+Pipe openPipe() {
   std::array<int, 2> ends{-1, -1};
   if (::pipe2(ends.data(), O_CLOEXEC) != 0)
     return {Descriptor(-1), Descriptor(-1)};
@@ -99,25 +104,37 @@ FailurePipe openFailurePipe() {
   return {duplicateAboveStreams(readEnd), duplicateAboveStreams(writeEnd)};
 }
 
-// The error code of the failed exec, 0 after a successful one. After a successful exec it waits
-// until no process has the write end open, so a child that another thread forks meanwhile delays it
-// until that child executes a program or ends.
-int awaitExec(FailurePipe& pipe) {
+// Whether there was a number, rather than the end of the pipe. Raises an error when it cannot be
+// read.
+bool receive(int pipe, int& number) {
+  ssize_t size = 0;
+  do {
+    size = ::read(pipe, &number, sizeof number);
+  } while (size < 0 && errno == EINTR);
+  if (size < 0)
+    throw std::system_error(errno, std::generic_category(), "the outcome of the start is unknown");
+  return size > 0;
+}
+
+// The reason why the child did not execute its program; empty if it did. After a successful exec it
+// waits until no process has the write end open, so a child that another thread forks meanwhile
+// delays it until that child executes a program or ends.
+std::string awaitExec(Pipe& pipe, const fs::path& executable) {
   pipe.writeEnd.close();
-  int code = 0;
-  while (::read(pipe.readEnd, &code, sizeof code) < 0 && errno == EINTR) {
-  }
-  return code;
+  int number = READY;
+  if (!receive(pipe.readEnd, number))
+    return executable.string() + ": the new process ended before it executed the program";
+  return receive(pipe.readEnd, number) ? systemError(executable, number) : "";
 }
 
 std::string spawn(const fs::path& executable, const std::string& argument) {
-  FailurePipe failure = openFailurePipe();
-  if (failure.readEnd < 0 || failure.writeEnd < 0)
+  Pipe pipe = openPipe();
+  if (pipe.readEnd < 0 || pipe.writeEnd < 0)
     return systemError(executable, errno);
   std::string program = executable.string();
   std::string text = argument.c_str();
   const bool isUtf8 = g_utf8_validate(text.c_str(), -1, nullptr);
-  ChildProcess child{{program.data(), isUtf8 ? text.data() : nullptr, nullptr}, failure.writeEnd};
+  ChildProcess child{{program.data(), isUtf8 ? text.data() : nullptr, nullptr}, pipe.writeEnd};
   // CLOEXEC_PIPES: otherwise a child that another thread of the host starts at this moment inherits
   // GLib's pipes, and this call waits for that child.
   const auto flags = static_cast<GSpawnFlags>(
@@ -129,8 +146,7 @@ std::string spawn(const fs::path& executable, const std::string& argument) {
     g_error_free(error);
     return reason;
   }
-  const int code = awaitExec(failure);
-  return code == 0 ? std::string() : systemError(executable, code);
+  return awaitExec(pipe, executable);
 }
 
 // Starts the bundle's executable and waits until it runs or has failed to. The process has a
@@ -194,17 +210,17 @@ private:
   sigset_t before;
 };
 
-// The default stack size may be too small for a start: a host can set it for its threads, and its
-// thread-local variables take up part of each stack.
-constexpr std::size_t MINIMUM_STACK_SIZE = 1024 * 1024;
+// Enough for a start and the host's thread-local variables, which take up part of each stack. The
+// default size may be too small, if the host sets it, or too large, if RLIMIT_STACK is.
+constexpr std::size_t STACK_SIZE = 1024 * 1024;
 
 bool createWorker(Start* start) {
   pthread_attr_t attributes;
   if (::pthread_attr_init(&attributes) != 0)
     return false;
-  std::size_t stackSize = 0;
-  ::pthread_attr_getstacksize(&attributes, &stackSize);
-  ::pthread_attr_setstacksize(&attributes, std::max(stackSize, MINIMUM_STACK_SIZE));
+  ::pthread_attr_setstacksize(&attributes, STACK_SIZE);
+  // Otherwise the application would inherit the scheduling of a caller that works in real time.
+  ::pthread_attr_setinheritsched(&attributes, PTHREAD_EXPLICIT_SCHED);
   ::pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
   pthread_t worker{};
   const bool created = ::pthread_create(&worker, &attributes, workerMain, start) == 0;

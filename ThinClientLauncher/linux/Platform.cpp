@@ -1,11 +1,17 @@
 #include "../Platform.h"
 
+#include "FileClock.h"
 #include "PropertyList.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <limits>
 #include <pwd.h>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 #include <vector>
@@ -28,9 +34,11 @@ static fs::path homeFromPasswordFile() {
   return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : "";
 }
 
+// A relative HOME would name another folder whenever a thread of the host changes its working
+// folder.
 static fs::path homeDirectory() {
   const char* const home = std::getenv("HOME");
-  return home != nullptr && *home != '\0' ? home : homeFromPasswordFile();
+  return home != nullptr && *home == '/' ? home : homeFromPasswordFile();
 }
 
 fs::path libraryDirectory() {
@@ -62,15 +70,37 @@ fs::path executableName(const fs::path& bundle) {
   return name.empty() ? bundle.stem() : fs::path(name);
 }
 
+// --- Files ---
+
+// libstdc++'s file clock has 64 bits and represents the years 1882 to 2466; file systems have more.
+fs::file_time_type modificationTime(const fs::path& file) {
+  using Time = fs::file_time_type;
+  constexpr std::int64_t FAR_PAST =
+      std::numeric_limits<std::int64_t>::min() / 2; // does not overflow
+  using Seconds = std::chrono::duration<Time::rep>;
+  struct stat status {};
+  if (::stat(file.c_str(), &status) != 0)
+    throw fs::filesystem_error(
+        "cannot read the modification time", file, {errno, std::generic_category()});
+  static const std::chrono::seconds offset = fileClockOffset();
+  const std::int64_t seconds = std::max(status.st_mtim.tv_sec, FAR_PAST);
+  const Seconds time = Seconds(seconds) + offset;
+  if (time >= std::chrono::floor<Seconds>(Time::max().time_since_epoch()))
+    return Time::max();
+  if (time <= std::chrono::ceil<Seconds>(Time::min().time_since_epoch()))
+    return Time::min() + std::chrono::nanoseconds(1);
+  return Time(time) + std::chrono::nanoseconds(status.st_mtim.tv_nsec);
+}
+
 // --- Libraries ---
 
-// If the executable's path is unknown, the prefix is macOS's notation for it: loading fails, and
-// the log shows that path.
+// If the executable's path is unknown, nothing can exist below the prefix, since exe is no folder:
+// loading fails, and the log shows the path.
 std::string frameworksPrefix() {
+  const fs::path self = "/proc/self/exe";
   std::error_code error;
-  const fs::path executable = fs::read_symlink("/proc/self/exe", error);
-  const std::string folder = error ? "@executable_path" : executable.parent_path().string();
-  return folder + "/../Frameworks/";
+  const fs::path executable = fs::read_symlink(self, error);
+  return (error ? self : executable.parent_path()).string() + "/../Frameworks/";
 }
 
 void* loadLibrary(const std::string& path) {

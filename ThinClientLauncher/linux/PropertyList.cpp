@@ -5,20 +5,16 @@
 #include <glib.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <fcntl.h>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 
 namespace {
 
 using Platform::ListProblem;
 using PropertyList::Entry;
-
-constexpr off_t MAXIMUM_FILE_SIZE = 256 * 1024;
 
 void require(bool condition, ListProblem otherwise = ListProblem::Malformed) {
   if (!condition)
@@ -27,15 +23,13 @@ void require(bool condition, ListProblem otherwise = ListProblem::Malformed) {
 
 std::string decoded(std::string_view content) {
   require(g_utf8_validate_len(content.data(), content.size(), nullptr)); // no NUL either
-  const auto isPlain = [](char c) { return c != '&' && c != '<' && c != '\r'; };
-  if (std::all_of(content.begin(), content.end(), isPlain))
+  if (content.find_first_of("&<\r") == content.npos)
     return std::string(content);
-  const auto append = [](GMarkupParseContext*, const char* part, gsize size, void* text, GError**) {
+  GMarkupParser parser{};
+  parser.text = [](GMarkupParseContext*, const char* part, gsize size, void* text, GError**) {
     static_cast<std::string*>(text)->append(part, size);
   };
-  const GMarkupParser parser{nullptr, nullptr, append, nullptr, nullptr};
-  const std::string element = "<text>" + std::string(content) + "</text>";
-  std::string text;
+  std::string text, element = "<text>" + std::string(content) + "</text>";
   g_autoptr(GMarkupParseContext) context =
       g_markup_parse_context_new(&parser, G_MARKUP_TREAT_CDATA_AS_TEXT, &text, nullptr);
   require(g_markup_parse_context_parse(context, element.data(), gssize(element.size()), nullptr));
@@ -49,11 +43,19 @@ inline bool skip(std::string_view& rest, std::string_view start, std::string_vie
   return at != rest.npos;
 }
 
+bool skipDocumentType(std::string_view& rest) {
+  if (!skip(rest, "<!DOCTYPE", ""))
+    return false;
+  do
+    rest.remove_prefix(std::min(rest.find_first_of("\"[>"), rest.size()));
+  while (skip(rest, "\"", "\"")); // which may hold ">"
+  return skip(rest, "[", "]>") || skip(rest, ">", "");
+}
+
 void skipMarkup(std::string_view& rest) {
-  do {
-    while (!rest.empty() && g_ascii_isspace(rest.front()))
-      rest.remove_prefix(1);
-  } while (skip(rest, "<!--", "-->") || skip(rest, "<?", "?>") || skip(rest, "<!DOCTYPE", ">"));
+  do
+    rest.remove_prefix(std::min(rest.find_first_not_of(" \t\r\n\f"), rest.size()));
+  while (skip(rest, "<!--", "-->") || skip(rest, "<?", "?>") || skipDocumentType(rest));
 }
 
 // The name, with the slash of an end tag, and whether the element is an empty one.
@@ -140,16 +142,16 @@ Object objectAt(std::string_view list, std::uint64_t reference, std::uint64_t re
 std::string textOf(std::string_view list, const Object& object) {
   const std::uint64_t unitSize = object.kind == Object::UTF16_TEXT ? 2 : 1;
   require(unitSize == 2 || object.kind == Object::ASCII_TEXT, ListProblem::NoText);
-  std::vector<gunichar2> units(object.count + 1);
+  g_autofree gunichar2* units = g_new0(gunichar2, object.count + 1);
   for (std::uint64_t i = 0; i < object.count; ++i)
     units[i] = static_cast<gunichar2>(numberAt(list, object.body + i * unitSize, unitSize));
   glong converted = 0, written = 0; // a NUL ends the conversion
-  g_autofree char* text = g_utf16_to_utf8(units.data(), -1, &converted, &written, nullptr);
+  g_autofree char* text = g_utf16_to_utf8(units, -1, &converted, &written, nullptr);
   require(text && converted == glong(object.count) && (unitSize == 2 || written == converted));
   return text;
 }
 
-// Looks into the top dictionary alone. Of repeated keys, which all tools store as ASCII, the first
+// Looks into the top dictionary alone. All tools store keys as ASCII; of repeated ones the first
 // counts.
 Entry entryInBinary(std::string_view list, std::string_view key) {
   const std::uint64_t width = numberAt(list, list.size() - 25, 1);
@@ -165,17 +167,18 @@ Entry entryInBinary(std::string_view list, std::string_view key) {
 
 // Opening a device can have effects, so the file's type is asked for first.
 std::string readFile(const std::filesystem::path& file) {
+  constexpr off_t MAXIMUM_SIZE = 256 * 1024;
   struct stat status {};
   require(::stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode), ListProblem::Unreadable);
-  require(status.st_size <= MAXIMUM_FILE_SIZE, ListProblem::TooLarge);
-  const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  std::string content(static_cast<std::size_t>(status.st_size), '\0');
-  for (std::size_t filled = 0; filled < content.size();) {
-    const ssize_t got = ::read(descriptor, content.data() + filled, content.size() - filled);
-    require(got > 0 || (got < 0 && errno == EINTR), ListProblem::Unreadable);
-    filled += static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+  require(status.st_size <= MAXIMUM_SIZE, ListProblem::TooLarge);
+  const Descriptor input(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  std::string list(static_cast<std::size_t>(status.st_size), '\0');
+  for (std::size_t size = 0; size < list.size();) {
+    const ssize_t got = TEMP_FAILURE_RETRY(::read(input, list.data() + size, list.size() - size));
+    require(got > 0, ListProblem::Unreadable);
+    size += static_cast<std::size_t>(got);
   }
-  return content;
+  return list;
 }
 
 } // namespace

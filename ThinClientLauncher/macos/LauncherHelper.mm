@@ -81,6 +81,13 @@ fs::path executableName(const fs::path& bundle) {
   }
 }
 
+// --- Files ---
+
+// The file clock has 128 bits here and represents every time of the file system.
+fs::file_time_type modificationTime(const fs::path& file) {
+  return fs::last_write_time(file);
+}
+
 // --- Application start ---
 
 static NSWorkspaceOpenConfiguration* newInstanceWith(NSArray* arguments) {

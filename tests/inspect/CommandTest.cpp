@@ -78,14 +78,14 @@ TEST_F(Command, EndsWithTwoOnWrongUsage) {
 
 TEST_F(Command, EndsWithThreeIfItCannotTell) {
   home.copy("a");
-  std::filesystem::create_symlink("loop", home.launcherFolder() / "loop");
+  std::filesystem::create_symlink("loop", home.launcherDirectory() / "loop");
   for (const char* form : {"--json", "--brief", "--explain=a", "--explain=none", "--mask"})
     EXPECT_EQ(inspect({form}).status, 3) << form;
   EXPECT_THAT(inspect({"--explain=loop"}).out, HasSubstr("\n  stopped: "));
 }
 
 TEST_F(Command, InspectsOtherHome) {
-  const test::ScopedFolder other;
+  const test::ScopedDirectory other;
   test::Copy(other.path() / "Library/Application Support/VantuOrlixVDILauncher/a");
   EXPECT_EQ(inspect({"--home", other.path()}).status, 0);
   const fs::path name = other.path().filename();
@@ -114,7 +114,7 @@ TEST_F(Command, NormalisesHome) {
 }
 
 TEST_F(Command, SeesWorkingDirectory) {
-  const test::ScopedFolder work;
+  const test::ScopedDirectory work;
   test::Copy(work.path());
   EXPECT_EQ(inspect({}).status, 1);
   const Result result = inspect({"--json", "--working-directory", work.path()});
@@ -181,7 +181,7 @@ TEST_F(Command, PrintsBriefly) {
 TEST_F(Command, ExplainsByNameAndPath) {
   home.copy("a", "45.11");
   const test::Copy b = home.copy("b");
-  const test::ScopedFolder work;
+  const test::ScopedDirectory work;
   home.copy(work.path().filename()); // a name in the launcher folder comes before a path
   const auto explained = [](const std::string& folder, const fs::path& workingDirectory = "/") {
     const Result result = inspect({"--json", "--explain", folder}, workingDirectory);
@@ -191,11 +191,11 @@ TEST_F(Command, ExplainsByNameAndPath) {
   for (const std::string& name :
        {std::string("b"), std::string("b/"), std::string("./b"), b.name(), b.name() + "/"})
     EXPECT_EQ(explained(name), b.name()) << name;
-  EXPECT_EQ(explained("b", home.launcherFolder()), b.name());
-  EXPECT_EQ(explained("../b", home.launcherFolder() / "a"), b.name());
+  EXPECT_EQ(explained("b", home.launcherDirectory()), b.name());
+  EXPECT_EQ(explained("../b", home.launcherDirectory() / "a"), b.name());
   EXPECT_EQ(explained(".", work.path()), work.path().string());
   const std::string name = work.path().filename();
-  EXPECT_EQ(explained(name, work.path().parent_path()), (home.launcherFolder() / name).string());
+  EXPECT_EQ(explained(name, work.path().parent_path()), (home.launcherDirectory() / name).string());
   EXPECT_THAT(inspect({"--explain", "a"}).out, HasSubstr("\n  choice: failed; viable, older"));
 }
 
@@ -213,9 +213,7 @@ namespace {
 class AfterALaunch : public Command {
 protected:
   json lastLaunch(const fs::path& workingDirectory = "/") const {
-    test::run(
-        {{HOST_PROGRAM, "load", LAUNCHER_LIBRARY, "--", "launch", "launchermode", "45.12"},
-         workingDirectory});
+    test::run({{HOST_PROGRAM, LAUNCHER_LIBRARY, "launchermode", "45.12"}, workingDirectory});
     return json::parse(inspect({"--json"}).out)["lastLaunch"];
   }
 
@@ -231,7 +229,7 @@ TEST_F(AfterALaunch, TellsRecordedCopy) {
   EXPECT_EQ(launch["end"]["code"], "recorded");
   EXPECT_EQ(launch["launches"], 7);
   EXPECT_EQ(launch["clientVersion"], "45.12");
-  const std::string folder = home.launcherFolder() / "a";
+  const std::string folder = home.launcherDirectory() / "a";
   EXPECT_EQ(launch["chosen"], (json{{"directory", folder}, {"version", "45.12.0.900"}}));
 }
 
@@ -248,7 +246,7 @@ TEST_F(AfterALaunch, TellsLoadMode) {
 
 TEST_F(AfterALaunch, TellsFilesInWorkingFolder) {
   fs::remove(home.applicationSupport());
-  const test::ScopedFolder work;
+  const test::ScopedDirectory work;
   const json launch = lastLaunch(work.path());
   EXPECT_EQ(launch["end"]["code"], "nothing-chosen");
   EXPECT_THAT(launch["end"]["text"].get<std::string>(), HasSubstr("working folder of that host"));

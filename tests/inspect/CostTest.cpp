@@ -91,7 +91,7 @@ TEST(Cost, GrowsWithVersion) {
 }
 
 TEST(Cost, GrowsWithLogLine) {
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   const auto log = folder.path() / "log.txt";
   const std::string stamp = "2026-03-07 14:05:09.007 ";
   const std::string entered = stamp + "ThinClientLauncher DLL entry point called\n" + stamp;
@@ -113,7 +113,7 @@ TEST(Cost, GrowsWithLogLine) {
 }
 
 TEST(Cost, IsBoundInRemovals) {
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   const auto log = folder.path() / "log.txt";
   const std::string stamp = "2026-03-07 14:05:09.007 ";
   test::writeFile(
@@ -132,7 +132,7 @@ TEST(Cost, IsBoundInRemovals) {
 namespace {
 
 std::size_t systemCalls(std::vector<std::string> command, const fs::path& folder) {
-  const test::ScopedFolder traces;
+  const test::ScopedDirectory traces;
   const fs::path trace = traces.path() / "trace";
   command.insert(command.begin(), {"strace", "-f", "-qq", "-o", trace});
   const test::Result result = test::run({command, folder, {{"ASAN_OPTIONS", "detect_leaks=0"}}});

@@ -76,7 +76,7 @@ jsonschema.Draft7Validator(schema).validate(json.load(sys.stdin))
 )python";
 
 Result validate(const std::string& report) {
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   test::writeFile(folder.path() / "report.json", report);
   return test::run(
       {{"sh",
@@ -217,7 +217,7 @@ TEST(Documentation, ManualIsWellFormed) {
 }
 
 TEST(Documentation, BashCompletes) {
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   fs::create_directory(folder.path() / "a folder");
   test::writeFile(folder.path() / "a file", "");
   EXPECT_EQ(completed("--m", folder.path()), "--mask\n");
@@ -226,7 +226,7 @@ TEST(Documentation, BashCompletes) {
 }
 
 TEST(Documentation, BashCompletesAfterEquals) {
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   fs::create_directory(folder.path() / "a folder");
   EXPECT_EQ(completed("--home =", folder.path()), "a folder\n"); // bash splits the word so
   EXPECT_EQ(completed("--home = a", folder.path()), "a folder\n");

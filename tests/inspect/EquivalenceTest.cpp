@@ -32,15 +32,15 @@ struct Sample {
                           },
                           home) {}
 
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   const fs::path home = folder.path() / "home";
   std::mt19937 engine;
   const test::RandomHome random;
 };
 
-std::set<std::string> folderNames(const fs::path& folder) {
+std::set<std::string> directoryNames(const fs::path& folder) {
   std::set<std::string> names;
-  for (const auto& dir : test::foldersIn(folder))
+  for (const auto& dir : test::directoriesIn(folder))
     names.insert(dir.filename());
   return names;
 }
@@ -86,7 +86,7 @@ json foretell(const Sample& sample) {
         "--home",
         sample.home,
         "--working-directory",
-        sample.random.workingFolder,
+        sample.random.workingDirectory,
         "--client-version",
         sample.random.clientVersion}});
   EXPECT_LE(result.status, 1) << result.err;
@@ -97,16 +97,10 @@ json foretell(const Sample& sample) {
 
 void launch(const Sample& sample) {
   const Result result = test::run(
-      {{HOST_PROGRAM,
-        "load",
-        LAUNCHER_LIBRARY,
-        "--",
-        "launch",
-        "launchermode",
-        sample.random.clientVersion},
-       sample.random.workingFolder,
+      {{HOST_PROGRAM, LAUNCHER_LIBRARY, "launchermode", sample.random.clientVersion},
+       sample.random.workingDirectory,
        {{"HOME", sample.home}, {"USER", "nobody-at-all"}}});
-  EXPECT_EQ(result.out, "done\nreturned 0\n") << result.err;
+  EXPECT_EQ(result.out, "returned 0\nstart failed\n") << result.err;
 }
 
 std::set<std::string>
@@ -126,7 +120,7 @@ void expectSameChoice(const json& report, const Sample& sample) {
 void expectSameRemovals(
     const json& report, const Sample& sample, const std::set<std::string>& before) {
   const json& cleanUp = report["cleanUp"];
-  const auto removed = difference(before, folderNames(sample.random.launcherFolder));
+  const auto removed = difference(before, directoryNames(sample.random.launcherDirectory));
   const auto foretold = namesIn(cleanUp["removed"]);
   const auto tied = namesIn(cleanUp["tied"]);
   const auto removedOfTied = tied.size() - cleanUp["tiedKept"].get<std::size_t>();
@@ -163,7 +157,7 @@ TEST_P(RandomHomes, LaunchAsForetold) {
   for (unsigned seed = first; seed < first + HOMES_PER_GROUP; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     const Sample sample(seed);
-    const auto before = folderNames(sample.random.launcherFolder);
+    const auto before = directoryNames(sample.random.launcherDirectory);
     const json report = foretell(sample);
     launch(sample);
     expectSameChoice(report, sample);

@@ -20,7 +20,7 @@ const std::string COUNT = STAMP + "VDI Launch count updated to: ";
 const std::string UNCLEANED = STAMP + "not started from launcher folder, do not clean\n";
 
 LastLaunch read(const std::string& content) {
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   test::writeFile(folder.path() / "log.txt", content);
   return readLaunchLog(folder.path() / "log.txt");
 }
@@ -68,7 +68,7 @@ TEST(LaunchLog, TellsTheEnd) {
 }
 
 TEST(LaunchLog, SaysWhyItIsUnread) {
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   const auto log = folder.path() / "log.txt";
   EXPECT_THAT(endOf(readLaunchLog(log)), StartsWith("no-log: none: there is no log"));
   EXPECT_THAT(endOf(readLaunchLog(folder.path())), EndsWith("read (it is not a regular file)"));
@@ -103,7 +103,7 @@ namespace {
 const std::string LOADING = ENTERED + STAMP + "load mode, load main dll\n";
 
 LoadMode readLoad(const std::string& content) {
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   test::writeFile(folder.path() / "log.txt", content);
   return readLoadLog(folder.path() / "log.txt");
 }
@@ -148,7 +148,7 @@ TEST(LoadLog, KnowsEarlierStart) {
 }
 
 TEST(LoadLog, SaysWhyItIsUnread) {
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   const auto log = folder.path() / "log.txt";
   EXPECT_EQ(loadEndOf(readLoadLog(log)), "no-log: none: there is no log of an application");
   EXPECT_THAT(

@@ -2,7 +2,7 @@
 
 #include "Fork.h"
 #include "Home.h"
-#include "HostileLists.h"
+#include "PropertyLists.h"
 #include "Report.h"
 
 #include <gmock/gmock.h>
@@ -84,14 +84,6 @@ protected:
   const std::string folder = "~/Library/Application Support/VantuOrlixVDILauncher";
 };
 
-std::string listOf(const std::string& entries) {
-  return test::xmlList("<dict>" + entries + "</dict>");
-}
-
-std::string versionEntry(const std::string& value) {
-  return std::string("<key>") + test::VERSION_KEY + "</key>" + value;
-}
-
 } // namespace
 
 // --- Versions ---
@@ -103,9 +95,11 @@ TEST_F(Problem, VersionCauses) {
       {"text", "Info.plist is no well-formed property list -> Install this copy again"},
       {std::string(256 * 1024 + 1, ' '), "Info.plist is larger than 256 KiB -> Check what"},
       {test::xmlList("<array/>"), "Info.plist holds no dictionary -> Install this copy again"},
-      {listOf(""), "Info.plist has no CFBundleShortVersionString -> Install a build"},
-      {listOf(versionEntry("<true/>")), "CFBundleShortVersionString in Info.plist is no text ->"},
-      {listOf(versionEntry("<string/>")), "CFBundleShortVersionString in Info.plist is empty ->"}};
+      {test::xmlWithEntries(""), "Info.plist has no CFBundleShortVersionString -> Install a build"},
+      {test::xmlWithEntries(test::xmlEntry("<true/>")),
+       "CFBundleShortVersionString in Info.plist is no text ->"},
+      {test::xmlWithEntries(test::xmlEntry("<string/>")),
+       "CFBundleShortVersionString in Info.plist is empty ->"}};
   test::Copy copy = home.copy("a");
   for (const auto& [list, cause] : rows) {
     copy.list(list);
@@ -151,7 +145,7 @@ TEST_F(Problem, ChosenWithoutVersion) {
 TEST_F(Problem, ListsTheOthers) {
   home.copy("good");
   home.copy("corrupt").launches("3");
-  fs::create_symlink("loop", home.launcherFolder() / "loop");
+  fs::create_symlink("loop", home.launcherDirectory() / "loop");
   const Report all = report(CLIENT);
   EXPECT_EQ(
       shown(all["outcome"]),
@@ -285,7 +279,7 @@ TEST_F(Problem, NoApplicationSupport) {
 TEST_F(Problem, IncompleteCopy) {
   const test::Copy copy = completeCopy("a");
   const auto check = [&](const fs::path& removed, const char* code) {
-    const test::ScopedFolder aside;
+    const test::ScopedDirectory aside;
     EXPECT_THAT(report()["warnings"], IsEmpty());
     fs::rename(removed, aside.path() / "file");
     EXPECT_THAT(
@@ -318,7 +312,7 @@ TEST_F(Problem, ProgramElsewhere) {
 
 TEST_F(Problem, CountsFoldersOnce) {
   const test::Copy copy = home.copy("a");
-  fs::create_directory_symlink("a", home.launcherFolder() / "link");
+  fs::create_directory_symlink("a", home.launcherDirectory() / "link");
   const Report all = reportAt(copy);
   EXPECT_EQ(
       shown(all["candidates"][1]["verdict"]), "would-start would start: the only viable copy -> ");
@@ -338,7 +332,7 @@ TEST_F(Problem, CountsInviableOnce) {
 
 TEST_F(Problem, WarnsOfFolderOnce) {
   home.copy("a").launches("2");
-  fs::create_directory_symlink("a", home.launcherFolder() / "link");
+  fs::create_directory_symlink("a", home.launcherDirectory() / "link");
   std::string text = report()["warnings"].dump();
   const auto first = text.find("nearly-corrupt");
   ASSERT_NE(first, std::string::npos);

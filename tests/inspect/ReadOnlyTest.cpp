@@ -21,7 +21,7 @@ using ::testing::Not;
 
 namespace {
 
-const std::vector<std::string> LAUNCH{HOST_PROGRAM, "load", LAUNCHER_LIBRARY, "--", "launch"};
+const std::vector<std::string> LAUNCH{HOST_PROGRAM, LAUNCHER_LIBRARY};
 
 // A home in which a launch would write, mark and remove.
 void layOut(const fs::path& home) {
@@ -91,7 +91,7 @@ bool isChange(const std::string& line) {
 
 // The traced system calls with which a process changes a file system, starts or ends a process.
 std::vector<std::string> changes(const std::vector<std::string>& command, const fs::path& folder) {
-  const test::ScopedFolder traces;
+  const test::ScopedDirectory traces;
   const fs::path trace = traces.path() / "trace";
   std::vector<std::string> traced{"strace", "-f", "-y", "-qq", "-o", trace};
   traced.insert(traced.end(), command.begin(), command.end());
@@ -123,7 +123,7 @@ public:
   }
 
 private:
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   const fs::path program = folder.path() / "launcher-inspect";
 
 public:
@@ -152,7 +152,7 @@ TEST(ReadOnly, LaunchChangesTree) {
 }
 
 TEST(ReadOnly, CreatesNothing) {
-  const test::ScopedFolder home;
+  const test::ScopedDirectory home;
   const Result result = test::run({{LAUNCHER_INSPECT, "--home", home.path()}, home.path()});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(fs::directory_iterator(home.path()), fs::directory_iterator());

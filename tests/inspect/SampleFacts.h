@@ -11,7 +11,7 @@ namespace test {
 
 // A file's time as the file system gives it for this calendar time.
 inline LauncherInspect::FileTime fileTime(std::time_t seconds, long nanoseconds = 0) {
-  const ScopedFolder folder;
+  const ScopedDirectory folder;
   const auto file = folder.path() / "file";
   writeFile(file, "");
   const timespec times[] = {{seconds, nanoseconds}, {seconds, nanoseconds}};

@@ -114,7 +114,7 @@ Last launch, as its log tells
   system log       shows whether it started:
   journalctl -S '2026-03-07 14:05:06' -g 'launch app succeed|Failed to run'
 
-In the started application, as its log tells
+In the started application
   log              ~/Library/Logs/VantuOrlixVDI/vdi-launch-loadmode-log.txt
   load mode        entered load mode at 2026-03-07 14:05:07.250; no failure to
                    load the main library is logged
@@ -268,9 +268,9 @@ TEST_F(TextReport, ExplainsOneCopy) {
       toExplanation(makeReport(facts, ""), {80, false}),
       R"(~/Library/Application Support/VantuOrlixVDILauncher/corrupt
   corrupt (launched 3 times, never started safely)
-    Remedy: Look into the system log for why it did not come up. To let it be
-    chosen again, remove ~/Library/Application Support/VantuOrlixVDILauncher/
-    corrupt/launchCount.dat
+  Remedy: Look into the system log for why it did not come up. To let it be
+  chosen again, remove ~/Library/Application Support/VantuOrlixVDILauncher/
+  corrupt/launchCount.dat
 
   version          45.12.0.950
   launches         3

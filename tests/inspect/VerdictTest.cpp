@@ -57,13 +57,13 @@ Report reportOn(const std::string& copies, const std::string& clientVersion = ""
 
 // This member of the verdict on each copy, by folder.
 std::vector<std::string> verdicts(const Report& report, const char* member) {
-  std::map<std::string, std::string> byFolder;
+  std::map<std::string, std::string> byDirectory;
   for (const auto& candidate : report["candidates"]) {
     if (candidate["inLauncherDirectory"])
-      byFolder[candidate["directory"]] = candidate["verdict"][member];
+      byDirectory[candidate["directory"]] = candidate["verdict"][member];
   }
   std::vector<std::string> list;
-  for (const auto& [folder, text] : byFolder)
+  for (const auto& [folder, text] : byDirectory)
     list.push_back(text);
   return list;
 }
@@ -192,7 +192,7 @@ TEST(Messages, WarnEarly) {
 TEST(Facts, RecordsInLauncherFolder) {
   const ScopedHome home;
   layOut(home, "-:word");
-  fs::create_symlink("launch.dat", home.launcherFolder() / "a/launch.dat");
+  fs::create_symlink("launch.dat", home.launcherDirectory() / "a/launch.dat");
   const auto candidates = findFactsAt(home.path()).candidates;
   ASSERT_EQ(candidates.size(), 3u);
   EXPECT_EQ(candidates[0].decision.dir, "/Applications");
@@ -207,7 +207,7 @@ TEST(Facts, RecordsInLauncherFolder) {
 
 TEST(Facts, LauncherFolder) {
   const ScopedHome home;
-  EXPECT_EQ(findFacts("").launcherDirectory, home.launcherFolder());
+  EXPECT_EQ(findFacts("").launcherDirectory, home.launcherDirectory());
   EXPECT_FALSE(findFacts("").launcherDirectoryExists);
   layOut(home, "-");
   EXPECT_TRUE(findFacts("").launcherDirectoryExists);
@@ -218,7 +218,7 @@ TEST(Facts, LauncherFolder) {
 TEST(Facts, Failure) {
   const ScopedHome home;
   layOut(home, "45.12");
-  fs::create_symlink("loop", home.launcherFolder() / "loop");
+  fs::create_symlink("loop", home.launcherDirectory() / "loop");
   const Facts facts = findFacts("");
   ASSERT_TRUE(facts.failure);
   EXPECT_EQ(facts.failure->reason, "Too many levels of symbolic links");
@@ -272,7 +272,7 @@ TEST(CleanUpPreview, KnowsLinksToStarted) {
   layOut(home, "44.0@1 44.0 44.0");
   const test::Copy elsewhere(home.path() / "elsewhere");
   for (const char* name : {"link", "other link"})
-    fs::create_directory_symlink(elsewhere, home.launcherFolder() / name);
+    fs::create_directory_symlink(elsewhere, home.launcherDirectory() / name);
   EXPECT_THAT(names(findFacts("").cleanUp.kept), ElementsAre("a", EndsWith("link")));
 }
 

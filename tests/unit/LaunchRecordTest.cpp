@@ -1,7 +1,11 @@
 #include "Fork.h"
 #include "LauncherTest.h"
 
+#include <algorithm>
 #include <ctime>
+#include <fcntl.h>
+#include <fstream>
+#include <sys/stat.h>
 
 namespace fs = std::filesystem;
 
@@ -26,9 +30,16 @@ protected:
            " for directory: " + copy.string();
   }
 
-  const fs::path copy = launcherFolder() / "45.11.0.1";
+  const fs::path copy = launcherDirectory() / "45.11.0.1";
   const fs::path outside = home.path() / "elsewhere";
 };
+
+std::size_t bytesReadSoFar() {
+  std::string name;
+  std::size_t bytes = 0;
+  std::ifstream("/proc/self/io") >> name >> bytes;
+  return bytes;
+}
 
 } // namespace
 
@@ -48,6 +59,9 @@ TEST_F(LaunchRecord, ReadsFormattedCount) {
       {"007", 7},
       {"0x10", 0},
       {"+5", 5},
+      {"-5", 4294967291U},
+      {"+-5", 0},
+      {"-99999999999", 4294967295U},
       {"letters", 0},
       {"", 0},
       {" ", 0},
@@ -69,6 +83,22 @@ TEST_F(LaunchRecord, CountsNothingUnreadable) {
   EXPECT_EQ(launcher.getLaunchCount(home.path() / "missing"), 0U);
   fs::create_directory(copy / "launchCount.dat");
   EXPECT_EQ(launcher.getLaunchCount(copy), 0U);
+}
+
+TEST_F(LaunchRecord, ReadsOnlyStartOfHugeCount) {
+  constexpr std::size_t MEBIBYTE = 1024 * 1024;
+  test::writeFile(copy / "launchCount.dat", std::string(16 * MEBIBYTE, '9'));
+  const std::size_t before = bytesReadSoFar();
+  EXPECT_EQ(launcher.getLaunchCount(copy), 4294967295U);
+  EXPECT_LT(bytesReadSoFar() - before, 2 * MEBIBYTE);
+}
+
+TEST_F(LaunchRecord, TreatsPipesAsLocked) {
+  for (const char* name : {"launchCount.dat", "launch.dat"})
+    ASSERT_EQ(::mkfifo((copy / name).c_str(), 0666), 0);
+  EXPECT_EQ(launcher.getLaunchCount(copy), 0U);
+  launcher.updateLaunchInfo(copy);
+  EXPECT_THAT(messages(), IsEmpty());
 }
 
 TEST_F(LaunchRecord, CountsOneMore) {
@@ -132,9 +162,28 @@ TEST_F(LaunchRecord, ReadsModificationTime) {
   EXPECT_GT(launcher.getLastLaunchTime(copy), reported);
 }
 
+TEST_F(LaunchRecord, OrdersTimesOfAllCenturies) {
+  // The years 1, 1400, 1800, 1900, 2026, 2300 and 292277026596.
+  const std::int64_t moments[] = {
+      -62135596800, -17987443200, -5364662400, -2208988800, 1772892309, 10413792000, INT64_MAX};
+  std::vector<fs::file_time_type> times{fs::file_time_type::min()};
+  for (const std::int64_t seconds : moments) {
+    test::writeFile(copy / "launch.dat", "12");
+    const timespec moment[] = {{seconds, 0}, {seconds, 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, (copy / "launch.dat").c_str(), moment, 0), 0);
+    times.push_back(launcher.getLastLaunchTime(copy));
+  }
+  EXPECT_TRUE(std::is_sorted(times.begin(), times.end()));
+  EXPECT_LT(times.front(), times[1]) << "never is before all";
+  EXPECT_LT(times[3], times[5]);
+  EXPECT_LT(times[5], times[6]);
+  EXPECT_LT(times[6], times.back());
+}
+
 TEST_F(LaunchRecord, ReportsUnknownTime) {
   test::writeFile(outside / "launch.dat", "12");
-  for (const auto& dir : {copy, outside, launcherFolder() / "missing", fs::path("/Applications")})
+  for (const auto& dir :
+       {copy, outside, launcherDirectory() / "missing", fs::path("/Applications")})
     EXPECT_EQ(launcher.getLastLaunchTime(dir), fs::file_time_type::min()) << dir;
 }
 
@@ -185,7 +234,7 @@ TEST_F(LaunchRecord, IsWrittenInLauncherFolder) {
   const fs::path nested = copy / "nested";
   fs::create_directory(nested);
   for (const auto& dir :
-       {outside, launcherFolder(), nested, copy / "", fs::path("/Applications")}) {
+       {outside, launcherDirectory(), nested, copy / "", fs::path("/Applications")}) {
     SCOPED_TRACE(dir);
     launcher.updateLaunchInfo(dir);
     EXPECT_FALSE(fs::exists(dir / "launchCount.dat"));

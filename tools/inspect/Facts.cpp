@@ -199,9 +199,10 @@ static void examineEach(Facts& facts) {
   for (const auto& dir : listFolders(facts)) {
     Candidate candidate;
     candidate.decision.dir = dir;
-    candidate.records = readRecords(candidate.decision);
-    candidate.failure =
-        failureOf([&] { candidate = describe(judgeAlone(dir, facts.clientVersion)); });
+    candidate.failure = failureOf([&] {
+      candidate.records = readRecords(candidate.decision);
+      candidate = describe(judgeAlone(dir, facts.clientVersion));
+    });
     facts.candidates.push_back(candidate);
   }
   findTwins(facts.candidates);

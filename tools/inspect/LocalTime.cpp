@@ -1,5 +1,7 @@
 #include "LocalTime.h"
 
+#include "FileClock.h"
+
 #include <fmt/chrono.h>
 
 #include <chrono>
@@ -10,15 +12,9 @@ namespace LauncherInspect {
 using FileTime = std::filesystem::file_time_type;
 using namespace std::chrono;
 
-// The file clock's epoch is the library's own, but always whole seconds away from the system's.
-static seconds epochDifference() {
-  return round<seconds>(FileTime::clock::now().time_since_epoch()) -
-         round<seconds>(system_clock::now().time_since_epoch());
-}
-
 std::string toTimestamp(FileTime time) {
-  static const seconds difference = epochDifference();
-  const auto sinceEpoch = time.time_since_epoch() - difference;
+  static const seconds offset = fileClockOffset();
+  const auto sinceEpoch = time.time_since_epoch() - offset;
   const auto wholeSeconds = floor<seconds>(sinceEpoch);
   const nanoseconds fraction = sinceEpoch - wholeSeconds;
   const auto calendarTime = static_cast<std::time_t>(wholeSeconds.count());

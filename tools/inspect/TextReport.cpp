@@ -93,7 +93,7 @@ static void addLastLaunch(Page& page, const Report& launch) {
 }
 
 static void addLoadMode(Page& page, const Report& loadMode) {
-  page.heading("In the started application, as its log tells");
+  page.heading("In the started application");
   page.item("log", loadMode.at("log"));
   page.item("load mode", textOf(loadMode.at("end")));
   page.remark(remedyOf(loadMode.at("end")));
