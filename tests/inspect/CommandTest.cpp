@@ -79,8 +79,9 @@ TEST_F(Command, EndsWithTwoOnWrongUsage) {
 TEST_F(Command, EndsWithThreeIfItCannotTell) {
   home.copy("a");
   std::filesystem::create_symlink("loop", home.launcherDirectory() / "loop");
-  for (const char* form : {"--json", "--brief", "--explain=a", "--mask"})
+  for (const char* form : {"--json", "--brief", "--explain=a", "--explain=none", "--mask"})
     EXPECT_EQ(inspect({form}).status, 3) << form;
+  EXPECT_THAT(inspect({"--explain=loop"}).out, HasSubstr("\n  stopped: "));
 }
 
 TEST_F(Command, InspectsOtherHome) {

@@ -96,8 +96,10 @@ TEST_F(Problem, VersionCauses) {
       {std::string(256 * 1024 + 1, ' '), "Info.plist is larger than 256 KiB -> Check what"},
       {test::xmlList("<array/>"), "Info.plist holds no dictionary -> Install this copy again"},
       {test::xmlWithEntries(""), "Info.plist has no CFBundleShortVersionString -> Install a build"},
-      {test::xmlWithEntries(test::xmlEntry("<true/>")), "CFBundleShortVersionString in Info.plist is no text ->"},
-      {test::xmlWithEntries(test::xmlEntry("<string/>")), "CFBundleShortVersionString in Info.plist is empty ->"}};
+      {test::xmlWithEntries(test::xmlEntry("<true/>")),
+       "CFBundleShortVersionString in Info.plist is no text ->"},
+      {test::xmlWithEntries(test::xmlEntry("<string/>")),
+       "CFBundleShortVersionString in Info.plist is empty ->"}};
   test::Copy copy = home.copy("a");
   for (const auto& [list, cause] : rows) {
     copy.list(list);

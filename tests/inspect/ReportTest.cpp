@@ -12,6 +12,7 @@ using test::sampleFacts;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
+using ::testing::StartsWith;
 
 namespace {
 
@@ -270,10 +271,16 @@ TEST(Report, ExplainsExemptions) {
   EXPECT_EQ(explain(facts, 5)[2], "client-exempt, since client version 1.0.0.1 stands for any");
 }
 
-TEST(Report, ExplainsNoRuleUnexamined) {
+TEST(Report, ExplainsTheStop) {
   Facts facts = sampleFacts();
-  facts.candidates[0].failure = Failure{"/a", "bad"};
-  EXPECT_THAT(explain(facts, 0), ::testing::IsEmpty());
+  facts.chosen.reset();
+  facts.candidates[4].isChosen = false;
+  facts.candidates[3].failure = Failure{"/home/alice/L", "bad"};
+  facts.failure = facts.candidates[3].failure;
+  facts.explained = 3;
+  const json rules = report(facts)["explained"]["rules"];
+  EXPECT_EQ(rules, (json{{{"code", "stopped"}, {"text", "stopped: ~/L: bad"}}}));
+  EXPECT_THAT(explain(facts, 4).back(), StartsWith("choice-prevented; viable, but the launcher"));
 }
 
 TEST(Report, ExplainsFallback) {

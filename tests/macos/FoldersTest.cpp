@@ -112,7 +112,7 @@ TEST_F(BundleVersion, NamesProblem) {
        "</dict></plist>",
        ListProblem::NoText}};
   for (const auto& [list, problem] : rows) {
-    const test::ScopedFolder copy;
+    const test::ScopedDirectory copy;
     test::Copy(copy.path()).list(list);
     EXPECT_EQ(Platform::versionProblem(test::bundleIn(copy.path())), problem) << list;
   }
@@ -122,7 +122,7 @@ TEST_F(BundleVersion, NamesProgram) {
   test::Copy copy(folder());
   copy.list(test::propertyList({{"CFBundleExecutable", "Program"}}));
   EXPECT_EQ(Platform::executableName(test::bundleIn(copy)), "Program");
-  const test::ScopedFolder unnamed;
+  const test::ScopedDirectory unnamed;
   test::Copy(unnamed.path()).list(test::propertyList({{"CFBundleName", "plug-in"}}));
   EXPECT_EQ(Platform::executableName(test::bundleIn(unnamed.path())), "OrlixVDIPlugin");
 }

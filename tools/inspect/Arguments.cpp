@@ -15,11 +15,10 @@ static const char* const DESCRIPTION =
 static const char* const EXIT_STATUSES =
     "Exit status: 0 a copy would start, 1 none would, 2 wrong usage, 3 it cannot be told.";
 
-static void addDirectory(
+static CLI::Option* addDirectory(
     CLI::App& app, const char* name, std::optional<fs::path>& directory, const char* help) {
-  app.add_option_function<std::string>(
-         name, [&directory](const std::string& path) { directory = path; }, help)
-      ->type_name("DIR");
+  const auto assign = [&directory](const std::string& path) { directory = path; };
+  return app.add_option_function<std::string>(name, assign, help)->type_name("DIR");
 }
 
 std::optional<Arguments> readArguments(int argc, const char* const* argv) {
@@ -35,12 +34,14 @@ std::optional<Arguments> readArguments(int argc, const char* const* argv) {
   addDirectory(app, "--home", arguments.home, "Home folder to look into, or a copy of one");
   addDirectory(
       app, "--working-directory", arguments.workingDirectory, "Working folder of the host");
-  addDirectory(
-      app, "--explain", arguments.explained, "Print every rule that this copy passed or failed");
+  CLI::Option* const explain =
+      addDirectory(
+          app, "--explain", arguments.explained, "Print every rule that this copy passed or failed")
+          ->type_name("FOLDER");
   CLI::Option* const brief =
       app.add_flag("--brief", arguments.brief, "Print one line per copy, the chosen one first");
   app.add_flag("--json", arguments.json, "Print one JSON object")->excludes(brief);
-  brief->excludes(app.get_option("--explain"));
+  brief->excludes(explain);
   app.add_flag("--mask", arguments.mask, "Replace the login name by stars");
   app.footer(EXIT_STATUSES);
   try {

@@ -89,13 +89,19 @@ static auto ifExaminable(Question question) -> std::optional<decltype(question()
   }
 }
 
-static std::optional<Records> readRecords(const Path& dir) {
-  if (!launcher.isBelongLaunchDirectory(dir))
+// What the corrupt rule has read is not read again.
+static std::optional<Records> readRecords(const Selection::Candidate& decision) {
+  const Path& dir = decision.dir;
+  const auto& check = decision.corruptCheck;
+  if (!check.applies && !launcher.isBelongLaunchDirectory(dir))
     return std::nullopt;
-  return Records{
-      ifExaminable([&] { return launcher.getLaunchCount(dir); }),
-      ifExaminable([&] { return launcher.getLastLaunchTime(dir); }),
-      ifExaminable([&] { return launcher.hasStartedSafely(dir); })};
+  Records records{check.launchCount, std::nullopt, check.startedSafely};
+  records.lastLaunch = ifExaminable([&] { return launcher.getLastLaunchTime(dir); });
+  if (!check.applies) {
+    records.launches = ifExaminable([&] { return launcher.getLaunchCount(dir); });
+    records.startedSafely = ifExaminable([&] { return launcher.hasStartedSafely(dir); });
+  }
+  return records;
 }
 
 static bool isViable(const Selection::Candidate& candidate) {
@@ -105,7 +111,7 @@ static bool isViable(const Selection::Candidate& candidate) {
 static Candidate describe(const Selection::Candidate& decision) {
   Candidate candidate;
   candidate.decision = decision;
-  candidate.records = readRecords(decision.dir);
+  candidate.records = readRecords(decision);
   if (decision.status != Selection::Status::NoBundle && decision.version.empty())
     candidate.listProblem = findVersionProblem(decision.dir);
   return candidate;
@@ -194,7 +200,7 @@ static void examineEach(Facts& facts) {
     Candidate candidate;
     candidate.decision.dir = dir;
     candidate.failure = failureOf([&] {
-      candidate.records = readRecords(dir);
+      candidate.records = readRecords(candidate.decision);
       candidate = describe(judgeAlone(dir, facts.clientVersion));
     });
     facts.candidates.push_back(candidate);
@@ -220,10 +226,15 @@ static void separateTies(CleanUpPreview& cleanUp) {
   }
 }
 
-// A link to the started copy's folder shares its records, which are new by then.
-static bool sharesRecords(const Path& dir, const Path& launched) {
+// A link to the started copy's folder shares its records, which are new by then. It has the same
+// launch time now, so only then the file system is asked.
+static void renewShared(CleanUpPreview::Folders& folders, const Path& launched) {
+  const FileTime time = launcher.getLastLaunchTime(launched);
   std::error_code error;
-  return fs::equivalent(dir, launched, error);
+  for (auto& folder : folders) {
+    if (folder.launchTime == time && fs::equivalent(folder.dir, launched, error))
+      folder.launchTime = FileTime::clock::now();
+  }
 }
 
 static void planCleanUp(CleanUpPreview& cleanUp, const Path& launched) {
@@ -231,10 +242,7 @@ static void planCleanUp(CleanUpPreview& cleanUp, const Path& launched) {
   cleanUp.happens = others.has_value();
   if (!others)
     return;
-  for (auto& folder : *others) {
-    if (sharesRecords(folder.dir, launched))
-      folder.launchTime = FileTime::clock::now();
-  }
+  renewShared(*others, launched);
   auto plan = CleanUp::makePlan(std::move(*others));
   cleanUp.removed = std::move(plan.removed);
   cleanUp.kept = std::move(plan.kept);

@@ -257,6 +257,10 @@ static bool isViable(const Candidate& candidate) {
          candidate.decision.status != Status::Corrupt;
 }
 
+Messages stopRule(const Facts&, const Candidate& candidate) {
+  return {{"stopped", candidate.failure.has_value(), "stopped: {candidateFailure}"}};
+}
+
 Messages bundleRule(const Facts&, const Candidate& candidate) {
   const bool hasBundle = candidate.decision.status != Status::NoBundle;
   return {
@@ -318,12 +322,14 @@ Messages clientRule(const Facts& facts, const Candidate& candidate) {
        "client: overruled, since every viable copy fails it"}};
 }
 
-Messages choiceRule(const Facts&, const Candidate& candidate) {
+Messages choiceRule(const Facts& facts, const Candidate& candidate) {
+  const bool isAsked = candidate.decision.status == Status::Viable;
   return {
       {"choice-passed", candidate.isChosen, "choice: passed; {verdict}"},
       {"choice-failed",
-       !candidate.isChosen && candidate.decision.status == Status::Viable,
-       "choice: failed; {verdict}"}};
+       isAsked && !candidate.isChosen && facts.chosen,
+       "choice: failed; {verdict}"},
+      {"choice-prevented", isAsked && !facts.chosen, "choice: not reached; {verdict}"}};
 }
 
 // --- The clean-up ---
@@ -447,6 +453,7 @@ std::vector<NamedTopic> allTopics() {
       {"launcherDirectoryState", launcherDirectoryState},
       {"warnings", warnings},
       {"candidates.verdict", verdict},
+      {"explained.rules", stopRule},
       {"explained.rules", bundleRule},
       {"explained.rules", corruptRule},
       {"explained.rules", clientRule},

@@ -34,6 +34,7 @@ Topic verdict; // about each candidate
 // Topics of which the report has all messages that apply.
 Topic notes, cleanUpNotes, launchNotes;
 Topic warnings;                                        // about each candidate
+Topic stopRule;                                        // alone, about one that cannot be examined
 Topic bundleRule, corruptRule, clientRule, choiceRule; // about the explained candidate
 
 struct NamedTopic {

@@ -31,7 +31,7 @@ void Page::hanging(std::string prefix, const std::string& text, const Style& sty
 
 void Page::heading(const std::string& text) {
   line("");
-  line(text, BOLD);
+  paragraph(0, text, BOLD);
 }
 
 void Page::paragraph(std::size_t indent, const std::string& text, const Style& style) {
@@ -96,8 +96,6 @@ std::string recordOf(const Report& value) {
 
 std::string safeStartOf(const Report& candidate) {
   const Report& started = candidate.at("startedSafely");
-  if (!candidate.at("inLauncherDirectory"))
-    return "-";
   if (started.is_null() || started == true || candidate.at("recordsSafeStart") == true)
     return recordOf(started);
   return candidate.at("version").is_null() ? "-" : "too old";

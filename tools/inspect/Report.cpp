@@ -137,7 +137,6 @@ private:
   // Replaces the names in a text by their values: a number, or a Lazy one that costs something.
   std::string fill(const char* text, const Candidate& candidate) const {
     const Selection::Candidate& about = candidate.decision;
-    const FailedLoad load = facts.loadMode.failure.value_or(FailedLoad{});
     return fmt::format(
         fmt::runtime(text),
         fmt::arg("bundle", VDI_MAIN_APP_NAME),
@@ -153,7 +152,7 @@ private:
         fmt::arg("corruptBase", Selection::CORRUPT_CHECK_BASE_VERSION),
         fmt::arg("directory", Lazy{[&] { return redaction.path(about.dir); }}),
         fmt::arg("eligible", facts.eligible),
-        fmt::arg("failedLibrary", Lazy{[&] { return redaction.loggedPath(load.library); }}),
+        fmt::arg("failedLibrary", Lazy{[&] { return redaction.loggedPath(failedLoad.library); }}),
         fmt::arg("failure", Lazy{[&] { return failure(facts.failure); }}),
         fmt::arg("frameworks", Lazy{[&] { return redaction.path(facts.startCheck.frameworks); }}),
         fmt::arg("homeOwner", Lazy{[&] { return redaction.text(facts.homeOwner.value_or("")); }}),
@@ -166,7 +165,7 @@ private:
                  }}),
         fmt::arg("launcherLibrary", VDI_LAUNCHER_LIBRARY_NAME),
         fmt::arg("launches", about.corruptCheck.launchCount),
-        fmt::arg("loadFailure", Lazy{[&] { return redaction.text(load.reason); }}),
+        fmt::arg("loadFailure", Lazy{[&] { return redaction.text(failedLoad.reason); }}),
         fmt::arg("loadLogFailure", Lazy{[&] {
                    return redaction.text(facts.loadMode.unreadableReason);
                  }}),
@@ -253,8 +252,8 @@ private:
 
   Report explained(const Candidate& candidate) const {
     Report object = describe(candidate);
-    object["rules"] = Report::array();
-    if (candidate.failure) // no rule got an answer
+    object["rules"] = all(stopRule, candidate);
+    if (candidate.failure)
       return object;
     for (Topic* const rule : {bundleRule, corruptRule, clientRule, choiceRule}) {
       const Report asked = all(*rule, candidate);
@@ -327,6 +326,7 @@ private:
   const Facts& facts;
   const Redaction redaction;
   const Candidate noCandidate{};
+  const FailedLoad failedLoad = facts.loadMode.failure.value_or(FailedLoad{});
   const Candidate& chosen = facts.chosen ? facts.candidates[*facts.chosen] : noCandidate;
 };
 
