@@ -169,8 +169,8 @@ class Home:
         promise(end == self.undisturbed, f"the next launch: {end}")
         promise(after.await_starts(end.outcome) == (end.outcome == "started"),
                 "the next launch did not start one copy")
-        promise(not is_bare(self.path) or all((self.path / record).exists() for record in RECORDS_OF_NOTHING),
-                "the next launch did not record that it started nothing")
+        promise(all((self.path / record).exists() for record in RECORDS_OF_NOTHING)
+                or not is_bare(self.path), "the next launch did not record that it started nothing")
         after.check_surroundings()
         after.check_removals()
         promise(after.launched() is not None, "the next launch left no complete log")

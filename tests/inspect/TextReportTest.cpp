@@ -268,9 +268,9 @@ TEST_F(TextReport, ExplainsOneCopy) {
       toExplanation(makeReport(facts, ""), {80, false}),
       R"(~/Library/Application Support/VantuOrlixVDILauncher/corrupt
   corrupt (launched 3 times, never started safely)
-  Remedy: Look into the system log for why it did not come up. To let it be
-  chosen again, remove ~/Library/Application Support/VantuOrlixVDILauncher/
-  corrupt/launchCount.dat
+    Remedy: Look into the system log for why it did not come up. To let it be
+    chosen again, remove ~/Library/Application Support/VantuOrlixVDILauncher/
+    corrupt/launchCount.dat
 
   version          45.12.0.950
   launches         3

@@ -49,7 +49,7 @@ static Row rowOf(const Report& candidate) {
       shortVersionOf(candidate),
       record("launches"),
       record("lastLaunch"),
-      safeStartOf(candidate),
+      hasRecords ? safeStartOf(candidate) : "-",
       escape(textOf(candidate.at("verdict"))),
       escape(remedyOf(candidate.at("verdict"))),
       candidate.at("verdict").at("code") == "would-start" ? "  > " : "    ",
@@ -98,7 +98,8 @@ static void addRow(Page& page, const Row& row, const Columns& columns) {
       row.safeStart,
       columns.hasVerdict ? row.verdict : "");
   page.line(withoutTrailingBlanks(line), row.style);
-  addBelow(page, columns.hasVerdict ? "" : row.verdict, row.style);
+  if (!columns.hasVerdict)
+    addBelow(page, row.verdict, row.style);
   addBelow(page, row.remedy, row.style);
 }
 

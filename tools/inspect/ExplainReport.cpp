@@ -22,7 +22,7 @@ std::string toExplanation(const Report& report, const Terminal& terminal) {
   Page page(terminal);
   page.paragraph(0, candidate.at("directory"), BOLD);
   page.paragraph(2, textOf(candidate.at("verdict")), styleOf(candidate));
-  page.paragraph(2, remedyOf(candidate.at("verdict")), styleOf(candidate));
+  page.paragraph(4, remedyOf(candidate.at("verdict")), styleOf(candidate));
   page.line("");
   page.itemIfAny("version", candidate.at("version"));
   addRecords(page, candidate);

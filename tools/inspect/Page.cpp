@@ -96,8 +96,6 @@ std::string recordOf(const Report& value) {
 
 std::string safeStartOf(const Report& candidate) {
   const Report& started = candidate.at("startedSafely");
-  if (!candidate.at("inLauncherDirectory"))
-    return "-";
   if (started.is_null() || started == true || candidate.at("recordsSafeStart") == true)
     return recordOf(started);
   return candidate.at("version").is_null() ? "-" : "too old";

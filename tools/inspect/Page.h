@@ -33,7 +33,6 @@ public:
   void hanging(std::string prefix, const std::string& text, const Style& style = PLAIN);
 
   void heading(const std::string& text);
-
   // Nothing for an empty text.
   void paragraph(std::size_t indent, const std::string& text, const Style& style = PLAIN);
 
@@ -59,7 +58,7 @@ private:
 
 std::string textOf(const Report& message);
 
-// What to do about it; empty where there is nothing.
+// Empty where there is nothing to do.
 std::string remedyOf(const Report& message);
 
 // The last name of a path.
@@ -71,11 +70,11 @@ std::string folderOf(const Report& candidate);
 // Cut to VERSION_WIDTH columns and escaped; "-" where there is none.
 std::string shortVersionOf(const Report& candidate);
 
-// A launch count, a launch time without fractions of a second and offset, or an answer.
+// A launch count, a launch time without fractions of a second and offset, or a truth value.
 std::string recordOf(const Report& value);
 
-// Whether it has started safely. A copy without a version, or too old to record a safe start, is
-// not judged by it.
+// Whether a copy has started safely. A copy without a version, or too old to record a safe start,
+// is never judged by it.
 std::string safeStartOf(const Report& candidate);
 
 Style styleOf(const Report& candidate);
