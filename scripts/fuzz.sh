@@ -29,7 +29,7 @@ fuzz() {
   local target=$1 seeds=$PWD/tests/fuzz/corpus/$1 found=build/fuzz/corpus/$1
   mkdir -p "$found"
   local run=(build/fuzz/tests/fuzz/fuzz_"$target" -max_total_time="$seconds" -timeout=20
-    -rss_limit_mb=1024 -artifact_prefix="$results/$target-" -print_final_stats=1 "$found" "$seeds")
+    -malloc_limit_mb=32 -rss_limit_mb=1024 -artifact_prefix="$results/$target-" -print_final_stats=1 "$found" "$seeds")
   if "${run[@]}" >"$results/$target.log" 2>&1; then
     awk -v target="$target" '/stat::number_of_executed_units/ { print target ": " $2 " inputs, no finding" }' \
       "$results/$target.log"

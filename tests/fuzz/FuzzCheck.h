@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
 // Ends the process, for the fuzzer to keep the input, when a statement does not hold.
 #define FUZZ_CHECK(statement)                                                                      \
@@ -11,3 +12,12 @@
       std::abort();                                                                                \
     }                                                                                              \
   } while (false)
+
+// Calls a function, which may take at most the processor time that is promised for hostile files.
+template <typename Function>
+void withinLimit(Function function) {
+  constexpr std::clock_t LIMIT = CLOCKS_PER_SEC / 20;
+  const std::clock_t start = std::clock();
+  function();
+  FUZZ_CHECK(std::clock() - start < LIMIT);
+}

@@ -219,7 +219,8 @@ private:
 };
 
 void compare(const std::string& list) {
-  const auto texts = read(list);
+  std::vector<std::string> texts;
+  withinLimit([&] { texts = read(list); });
   for (const auto& text : texts)
     FUZZ_CHECK(isValidText(text));
   if (!isForLibplist(list))

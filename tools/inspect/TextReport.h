@@ -7,7 +7,7 @@
 
 namespace LauncherInspect {
 
-// The report for a reader. No line is wider than the terminal.
+// The report for a reader. No line is wider than the terminal, but for a command to be pasted.
 std::string toText(const Report& report, const Terminal& terminal);
 
 // One line per candidate: the chosen one first, the others from the highest version to the lowest.
