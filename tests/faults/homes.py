@@ -153,11 +153,12 @@ class Home:
         return os.path.basename(chosen[1]) if chosen else None
 
     def check_removals(self, perhaps_never_launched=()):
-        """By the launch times, or with one of the named folders taken for never launched."""
+        """By the launch times, or with one or all of the named folders taken for never launched."""
         launched = self.launched()
         removed = self.times.keys() - self.launch_times().keys()
         promise(launched not in removed, "the launched copy was removed")
         possible = [self.times] + [{**self.times, name: 0} for name in perhaps_never_launched]
+        possible.append({**self.times, **dict.fromkeys(perhaps_never_launched, 0)})
         promise(any(all(may_be_removed(name, known, launched) for name in removed) for known in possible),
                 f"removed against the rule: {', '.join(sorted(removed))}")
 
