@@ -57,6 +57,8 @@ macos libc++-16-dev headers of the standard library of macOS
 macos libc++abi-16-dev the names of its runtime part
 macos python3 runs the checker of the linked library
 macos python3-pip fetches the headers of Darwin and the reader of Mach-O files
+mutants bubblewrap shows the machine's files read-only to the tests of a mutant
+mutants python3-pip fetches what makes the mutants
 leaks valgrind finds memory lost or misused in programs as they ship
 fuzz libplist-dev reads property lists, as an oracle
 fuzz libclang-rt-16-dev libFuzzer and the sanitizers of clang

@@ -1,0 +1,113 @@
+"""Builds random mutants of the product and runs the tests that should notice them.
+
+Usage: mutate.py SOURCE BUILD SEED MUTANTS FILE ...
+
+Prints one line per mutant that no test notices, and the score. A mutant counts if it compiles, to
+other code than the original.
+"""
+
+import collections
+import contextlib
+import io
+import os
+import pathlib
+import random
+import signal
+import subprocess
+import sys
+
+from universalmutator import mutator
+
+RULES = ["universal.rules", "c_like.rules", "cpp.rules"]
+TIME_LIMIT = 300  # seconds for one suite; a mutant that takes longer is noticed
+
+# Where a suite lies in the build folder; the first one is the quickest.
+SUITES = {"unit": "tests/unit/unit_tests", "macos": "tests/macos/macos_bridge_tests",
+          "hostile": "tests/hostile/hostile_tests", "inspect": "tests/inspect/inspect_tests",
+          "e2e": "tests/e2e/e2e_tests"}
+
+Mutant = collections.namedtuple("Mutant", "file line text")
+
+
+def suites_for(file):
+    if file.startswith("tools/"):
+        return ["inspect"]
+    if "/macos/" in file:
+        return ["macos"]
+    return ["unit", "hostile", "inspect", "e2e"] if "/linux/" in file else list(SUITES)
+
+
+def mutants_of(source, file):
+    lines = (source / file).read_text().splitlines(keepends=True)
+    code = [line if not line.lstrip().startswith(("#", "//")) else "\n" for line in lines]
+    with contextlib.redirect_stdout(io.StringIO()):  # it prints what it does
+        found = mutator.mutants_regexp(code, ruleFiles=RULES, ignorePatterns=[])
+    return {Mutant(file, line, text) for line, text, *_ in found if text != lines[line - 1]}
+
+
+def run(command, **options):
+    """The exit status; none if the time limit was reached. Nothing of the command is left."""
+    process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                               stderr=subprocess.DEVNULL, start_new_session=True, **options)
+    try:
+        return process.wait(TIME_LIMIT)
+    except subprocess.TimeoutExpired:
+        return None
+    finally:
+        with contextlib.suppress(ProcessLookupError):
+            os.killpg(process.pid, signal.SIGKILL)
+        process.wait()
+
+
+def objects(build):
+    return {path: path.read_bytes() for folder in ("ThinClientLauncher", "tools", "tests/macos")
+            for path in (build / folder).rglob("*.o")}
+
+
+def notices(build, suite):
+    """Whether a test fails. --die-with-parent and the process namespace end what a mutant leaves."""
+    sandbox = ["bwrap", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc", "--unshare-pid",
+               "--cap-add", "ALL", "--die-with-parent"]
+    return run([*sandbox, str(build / SUITES[suite]), "--gtest_fail_fast"]) != 0
+
+
+def judge(source, build, mutant, originals):
+    """"noticed", "not noticed", or none if the mutant does not count."""
+    file = source / mutant.file
+    original = file.read_text()
+    lines = original.splitlines(keepends=True)
+    lines[mutant.line - 1] = mutant.text if mutant.text.endswith("\n") else mutant.text + "\n"
+    file.write_text("".join(lines))
+    try:
+        if run(["ninja", "-C", str(build)]) != 0 or objects(build) == originals:
+            return None
+        noticed = any(notices(build, suite) for suite in suites_for(mutant.file))
+        return "noticed" if noticed else "not noticed"
+    finally:
+        file.write_text(original)
+
+
+def main(source, build, seed, wanted, files):
+    candidates = sorted(set().union(*(mutants_of(source, file) for file in files)))
+    random.Random(seed).shuffle(candidates)
+    run(["ninja", "-C", str(build)])
+    if unfit := [suite for suite in SUITES if notices(build, suite)]:
+        sys.exit(f"mutate.py: the tests fail without a mutant: {', '.join(unfit)}")
+    originals = objects(build)
+    judged = collections.Counter()
+    for mutant in candidates:
+        if judged.total() == wanted:
+            break
+        verdict = judge(source, build, mutant, originals)
+        if verdict:
+            judged[verdict] += 1
+        if verdict == "not noticed":
+            print(f"{mutant.file}:{mutant.line}: {mutant.text.strip()}", flush=True)
+    print(f"seed {seed}: {judged['noticed']} of {judged.total()} mutants noticed")
+
+
+if __name__ == "__main__":
+    if len(sys.argv) < 6:
+        sys.exit(__doc__)
+    main(pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2]), int(sys.argv[3]), int(sys.argv[4]),
+         sys.argv[5:])
