@@ -235,7 +235,7 @@ TEST_F(AfterALaunch, TellsRecordedCopy) {
 
 // The host has no main library beside it.
 TEST_F(AfterALaunch, TellsLoadMode) {
-  test::run({{HOST_PROGRAM, "load", LAUNCHER_LIBRARY, "--", "launch", "loadmode"}});
+  test::run({{HOST_PROGRAM, LAUNCHER_LIBRARY, "loadmode"}});
   const json end = json::parse(inspect({"--json"}).out)["loadMode"]["end"];
   EXPECT_EQ(end["code"], "load-failed");
   EXPECT_THAT(end["text"].get<std::string>(), HasSubstr("libnexal_vdi_main.dylib: "));
