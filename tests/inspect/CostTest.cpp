@@ -74,7 +74,7 @@ TEST(Cost, GrowsWithCopies) {
     }
     writeReports(facts);
   };
-  EXPECT_LT(growth(report, 100), MOST_GROWTH);
+  EXPECT_LT(growth(report, 500), MOST_GROWTH);
 }
 
 TEST(Cost, GrowsWithVersion) {
@@ -161,8 +161,7 @@ TEST(Cost, AsksLittleMoreThanLaunch) {
 #ifdef __SANITIZE_THREAD__
   GTEST_SKIP() << "the thread sanitizer makes calls of its own";
 #endif
-  const double launch = callsPerCopy(
-      {HOST_PROGRAM, "load", LAUNCHER_LIBRARY, "--", "launch", "launchermode", "45.12"});
+  const double launch = callsPerCopy({HOST_PROGRAM, LAUNCHER_LIBRARY, "launchermode", "45.12"});
   EXPECT_GT(launch, 20);
   for (const char* form : {"--brief", "--json", "--mask"})
     EXPECT_LT(callsPerCopy({LAUNCHER_INSPECT, form, "--client-version", "45.12"}), 1.5 * launch);
