@@ -115,7 +115,8 @@ class Home:
         """The number of starts of this launch, counted once the application has told of it or no
         process of this home is left."""
         deadline = time.monotonic() + TIME_LIMIT
-        while (self.count_starts() == self.starts if outcome == "started" else self.has_process()):
+        is_awaited = outcome == "started" and not is_bare(self.path)  # which has nothing to start
+        while self.count_starts() == self.starts if is_awaited else self.has_process():
             promise(time.monotonic() < deadline, "a start that was reported never ran or never ends")
             time.sleep(0.001)
         return self.count_starts() - self.starts
