@@ -4,6 +4,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh build clang test
+PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
 cmake --preset libcxx >/dev/null
 git ls-files -z 'ThinClientLauncher/*.cpp' |
-  xargs -0 -n 1 -P "$(nproc)" clang-tidy-16 --quiet -p build/libcxx 2> >(grep -v 'warnings generated' >&2)
+  xargs -0 -n 1 -P "$(nproc)" clang-tidy --quiet -p build/libcxx 2> >(grep -v 'warnings generated' >&2)

@@ -14,6 +14,7 @@ targets=("${@:2}")
 [ "${#targets[@]}" -gt 0 ] || mapfile -t targets < <(ls tests/fuzz/corpus)
 
 scripts/install-packages.sh build test clang fuzz
+PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz
 

@@ -14,6 +14,7 @@ else
 fi
 
 scripts/install-packages.sh "${purposes[@]}"
+[ "$(uname)" = Darwin ] || PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
 cmake --preset "$preset" >/dev/null
 cmake --build --preset "$preset"
 ctest --preset "$preset" --parallel "$(getconf _NPROCESSORS_ONLN)"
