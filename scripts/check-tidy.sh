@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install-packages.sh build clang test
+scripts/install-packages.sh build clang test gnustep
 PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
 cmake --preset libcxx >/dev/null
 git ls-files -z 'ThinClientLauncher/*.cpp' |

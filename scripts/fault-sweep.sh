@@ -7,7 +7,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install-packages.sh build test
+scripts/install-packages.sh build test gnustep
 cmake --preset release >/dev/null
 cmake --build --preset release --target fault_programs
 

@@ -13,7 +13,7 @@ seconds=${1:-60}
 targets=("${@:2}")
 [ "${#targets[@]}" -gt 0 ] || mapfile -t targets < <(ls tests/fuzz/corpus)
 
-scripts/install-packages.sh build test clang fuzz
+scripts/install-packages.sh build test gnustep clang fuzz
 PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz

@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install-packages.sh build test leaks
+scripts/install-packages.sh build test gnustep leaks
 cmake --preset release >/dev/null
 cmake --build --preset release --target fault_programs
 
