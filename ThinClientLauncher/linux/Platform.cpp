@@ -1,7 +1,6 @@
 #include "../Platform.h"
 
 #include "FileClock.h"
-#include "PropertyList.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -10,6 +9,7 @@
 #include <cstdlib>
 #include <dlfcn.h>
 #include <limits>
+#include <link.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <system_error>
@@ -51,12 +51,6 @@ fs::path applicationSupportDirectory() {
   return library.empty() ? fs::path() : library / "Application Support";
 }
 
-// --- Bundles ---
-
-std::string bundleVersion(const fs::path& bundle) {
-  return PropertyList::readText(bundle / "Contents/Info.plist", "CFBundleShortVersionString");
-}
-
 // --- Files ---
 
 // libstdc++'s file clock has 64 bits and represents the years 1882 to 2466; file systems have more.
@@ -96,6 +90,15 @@ void* loadLibrary(const std::string& path) {
 
 void* findSymbol(void* library, const std::string& name) {
   return ::dlsym(library, name.c_str());
+}
+
+// The loader has no name for the executable, and dladdr repeats argv[0] for it.
+fs::path imagePath(const void* code) {
+  Dl_info image{};
+  link_map* library = nullptr;
+  const int found = ::dladdr1(code, &image, reinterpret_cast<void**>(&library), RTLD_DL_LINKMAP);
+  const bool isNamed = found != 0 && *library->l_name != '\0';
+  return fs::canonical(isNamed ? library->l_name : "/proc/self/exe");
 }
 
 std::string loaderError() {

@@ -1,0 +1,23 @@
+# "cpack" in the build folder makes Debian packages, or an archive on a Mac.
+set(CPACK_PACKAGE_NAME thinclientlauncher)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_VENDOR "the ThinClientLauncher developers")
+set(CPACK_PACKAGE_CONTACT "ThinClientLauncher developers <launcher@invalid.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "starts the newest usable copy of a desktop media plug-in")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_COMPONENTS_ALL library development tools docs)
+
+if(APPLE)
+  set(CPACK_GENERATOR TGZ)
+  set(CPACK_PACKAGING_INSTALL_PREFIX /usr/local)
+  include(CPack)
+  return()
+endif()
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+include(CPack)
