@@ -1,7 +1,7 @@
 #pragma once
 
-// For hosts in C, Python and other languages, which the launcher library's C++ exceptions would end.
-// This header is valid C.
+// For hosts in C, Python and other languages, which the launcher library's C++ exceptions would
+// end. This header is valid C.
 
 #include <stddef.h>
 
@@ -26,9 +26,9 @@ enum ThinClientLauncherHostStatus {
 // unloaded. The call blocks its thread, usually for little more than three seconds. Meanwhile the
 // thread cannot be cancelled, and further calls return BUSY at once.
 //
-// RETURNED does not tell whether the application came up: the launcher's logs and the system log do.
-// After FILE_SYSTEM_ERROR or FAILED the application may have been started, and the next launch in
-// this process leaves no log.
+// RETURNED does not tell whether the application came up: the launcher's logs and the system log
+// do. After FILE_SYSTEM_ERROR or FAILED the application may have been started, and the next launch
+// in this process leaves no log.
 //
 // If size is not 0, the text receives the reason, cut to size - 1 bytes, or the empty text for
 // RETURNED. It can hold any bytes that a path can.

@@ -14,7 +14,8 @@ namespace {
 
 bool isBelow(const fs::path& folder, const fs::path& file) {
   std::error_code error;
-  for (fs::path above = file.parent_path(); above.has_relative_path(); above = above.parent_path()) {
+  for (fs::path above = file.parent_path(); above.has_relative_path();
+       above = above.parent_path()) {
     if (fs::equivalent(above, folder, error))
       return true;
   }
@@ -22,8 +23,8 @@ bool isBelow(const fs::path& folder, const fs::path& file) {
 }
 
 // The folders in the launcher folder whose bundle holds this code. The system may name the code's
-// file without links, and a copy or its bundle may be a link: the names do not tell, and a bundle may
-// belong to several copies.
+// file without links, and a copy or its bundle may be a link: the names do not tell, and a bundle
+// may belong to several copies.
 std::vector<fs::path> ownCopies() {
   const fs::path image = Platform::imagePath(reinterpret_cast<void*>(&ownCopies));
   const fs::path launcherFolder = LauncherHelper::getLauncherDirectory();

@@ -19,8 +19,9 @@ void ThinClientLauncherPluginRun(int argc, char** argv);
 
 enum ThinClientLauncherPluginStatus {
   THIN_CLIENT_LAUNCHER_PLUGIN_RECORDED = 0,
-  THIN_CLIENT_LAUNCHER_PLUGIN_NO_COPY = 1, // not in the launcher folder, so there is nothing to record
-  THIN_CLIENT_LAUNCHER_PLUGIN_FAILED = 2   // a folder cannot be examined, or the file not written
+  THIN_CLIENT_LAUNCHER_PLUGIN_NO_COPY =
+      1, // not in the launcher folder, so there is nothing to record
+  THIN_CLIENT_LAUNCHER_PLUGIN_FAILED = 2 // a folder cannot be examined, or the file not written
 };
 
 // Records that this copy has started safely: creates started.dat beside its bundle. A copy that has
