@@ -1,6 +1,9 @@
 #!/usr/bin/env bash
 # Lists the lines of the macOS bridge that no test executes; fails if there are any.
+# Usage: scripts/bridge-coverage.sh
 set -euo pipefail
+source "$(dirname "$0")/usage.sh"
+expect_no_arguments "$@"
 cd "$(dirname "$0")/.."
 
 build=$PWD/build/bridge-coverage

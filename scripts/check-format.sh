@@ -2,12 +2,13 @@
 # Checks the format of every C, C++ and Objective-C++ source; with --fix, corrects it.
 # Usage: scripts/check-format.sh [--fix]
 set -euo pipefail
+source "$(dirname "$0")/usage.sh"
 cd "$(dirname "$0")/.."
 
 case "$*" in
   '') mode=(--dry-run --Werror) ;;
   --fix) mode=(-i) ;;
-  *) echo "usage: scripts/check-format.sh [--fix]" >&2; exit 2 ;;
+  *) wrong_usage ;;
 esac
 
 scripts/install-packages.sh python

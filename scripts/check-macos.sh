@@ -1,6 +1,9 @@
 #!/usr/bin/env bash
 # Builds the library for macOS on Linux, for both architectures, and checks the result.
+# Usage: scripts/check-macos.sh
 set -euo pipefail
+source "$(dirname "$0")/usage.sh"
+expect_no_arguments "$@"
 cd "$(dirname "$0")/.."
 
 sysroot=build/macos-sysroot

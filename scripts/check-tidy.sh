@@ -1,6 +1,9 @@
 #!/usr/bin/env bash
 # Runs clang-tidy over the library's sources, with the flags of the clang build.
+# Usage: scripts/check-tidy.sh
 set -euo pipefail
+source "$(dirname "$0")/usage.sh"
+expect_no_arguments "$@"
 cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh build clang test gnustep

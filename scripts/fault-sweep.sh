@@ -5,6 +5,8 @@
 # broken promise. Everything runs in sandboxes, whose temporary folders hold the homes.
 # Usage: scripts/fault-sweep.sh
 set -euo pipefail
+source "$(dirname "$0")/usage.sh"
+expect_no_arguments "$@"
 cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh build test gnustep

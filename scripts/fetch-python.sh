@@ -3,7 +3,8 @@
 # folder, unless that folder has it already.
 # Usage: scripts/fetch-python.sh REQUIREMENTS FOLDER
 set -euo pipefail
-[ $# -eq 2 ] || { echo "usage: scripts/fetch-python.sh REQUIREMENTS FOLDER" >&2; exit 2; }
+source "$(dirname "$0")/usage.sh"
+[ $# -eq 2 ] || wrong_usage
 requirements=$1 folder=$2
 
 cmp --silent "$requirements" "$folder/requirements.txt" && exit 0

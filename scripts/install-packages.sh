@@ -2,6 +2,7 @@
 # Installs what is missing for the named purposes, with apt-get or Homebrew, and says what that is.
 # Usage: scripts/install-packages.sh PURPOSE ...
 set -euo pipefail
+source "$(dirname "$0")/usage.sh"
 cd "$(dirname "$0")/.."
 
 # One line per package: purpose, name, reason. LLVM stands for the version that is used.
@@ -40,6 +41,12 @@ test strace traces what a process asks of the system
 test python3 drives the launches that are disturbed from outside
 python python3 runs the programs that the Python package index brings
 python python3-pip fetches them
+shell shellcheck static analysis of the scripts
+docs doxygen makes the reference of the interfaces
+packages dpkg-dev finds the libraries that a package depends on
+packages lintian checks the packages
+roots bubblewrap enters a bare system
+roots debootstrap makes one
 clang clang-tidy-LLVM static analysis
 clang clang-LLVM second compiler
 clang libc++-LLVM-dev the standard library of macOS
@@ -127,6 +134,7 @@ require_installer() {
   exit 1
 }
 
+[ $# -gt 0 ] || wrong_usage
 wanted=$(packages_for "$@" | sort -u)
 require_installer
 for package in $wanted; do

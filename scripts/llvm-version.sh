@@ -3,6 +3,8 @@
 # else the newest that can be. Older than 16, clang cannot build for macOS with Debian's libc++.
 # Usage: scripts/llvm-version.sh
 set -euo pipefail
+source "$(dirname "$0")/usage.sh"
+expect_no_arguments "$@"
 
 oldest=16
 
