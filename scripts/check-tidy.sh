@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs clang-tidy over the library's sources, with the flags of the clang build.
+# Runs clang-tidy over the sources of the library, the kits and the tools, with the flags of the clang build.
 # Usage: scripts/check-tidy.sh
 set -euo pipefail
 source "$(dirname "$0")/usage.sh"
@@ -9,5 +9,5 @@ cd "$(dirname "$0")/.."
 scripts/install-packages.sh build clang test gnustep
 PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
 cmake --preset libcxx >/dev/null
-git ls-files -z 'ThinClientLauncher/*.cpp' |
+git ls-files -z 'ThinClientLauncher/*.cpp' 'kits/*.cpp' 'tools/*.cpp' |
   xargs -0 -n 1 -P "$(nproc)" clang-tidy --quiet -p build/libcxx 2> >(grep -v 'warnings generated' >&2)
