@@ -2,6 +2,7 @@
 
 #include "LaunchArguments.h"
 #include "LauncherConstants.h"
+#include "LogMessages.h"
 #include "Logger.h"
 #include "Platform.h"
 
@@ -17,7 +18,7 @@ using LauncherEntryPoint = int (*)(int, char**);
 
 static void logFailedLoad(const std::string& shownPath) {
   const std::string reason = Platform::loaderError();
-  Logger::log(shownPath + " load library failed dleeror: " + reason);
+  Logger::log(shownPath + LogMessages::LOAD_FAILED + reason);
 }
 
 void loadMainDllFromCurrentDirectory() {

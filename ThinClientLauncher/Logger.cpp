@@ -15,14 +15,11 @@ static std::atomic<int> uses{0};
 
 namespace {
 
-// Destroyed with the library unless it is in use at that moment.
+// Never destroyed.
 template <typename Object>
 union Lasting {
   Lasting() : object() {}
-  ~Lasting() {
-    if (uses == 0)
-      object.~Object();
-  }
+  ~Lasting() {}
 
   Object object;
 };
@@ -34,6 +31,15 @@ Lasting<std::string> lastingBuffer;
 
 std::ofstream& Logger::logFile = lastingFile.object;
 std::string& Logger::logBuffer = lastingBuffer.object;
+
+const Logger::Release Logger::releaseAtEnd{};
+
+Logger::Release::~Release() {
+  if (uses > 0)
+    return;
+  close();
+  logBuffer.shrink_to_fit(); // it is empty between calls
+}
 
 Logger::Use::Use() {
   ++uses;

@@ -9,8 +9,8 @@
 // reported; a named pipe cannot. Not thread-safe.
 class Logger {
 public:
-  // Exists while a call writes to the log. A process may exit while a call runs on another thread:
-  // the log then stays as it is; otherwise the end of the process or the unloading closes it.
+  // Exists while a call writes to the log. The end of the process and the unloading of the library
+  // close the log, except during a call: it may run on another thread while the process exits.
   class Use {
   public:
     Use();
@@ -44,8 +44,13 @@ public:
   static void reopen(const std::filesystem::path& file);
 
 private:
+  struct Release {
+    ~Release();
+  };
+
   static void openFile(const std::filesystem::path& file, std::ios::openmode mode);
 
   static std::ofstream& logFile;
   static std::string& logBuffer; // the line being assembled; empty between calls
+  static const Release releaseAtEnd;
 };

@@ -17,6 +17,28 @@ std::filesystem::path libraryDirectory();
 // when the bundle, the list or the key is missing or unreadable, or the value is no text.
 std::string bundleVersion(const std::filesystem::path& bundle);
 
+// What keeps a property list from holding a text under a key.
+enum class ListProblem {
+  None,
+  NoFile,
+  NotRegular,
+  Unreadable,
+  Empty,
+  TooLarge,
+  Malformed,
+  NoDictionary,
+  NoKey,
+  NoText
+};
+
+// Why bundleVersion is empty, as far as the list can be read; None: the text itself is empty. For
+// diagnosis: no launch asks for it.
+ListProblem versionProblem(const std::filesystem::path& bundle);
+
+// The file name of the program that startApplication executes in Contents/MacOS, from the property
+// list as it stands: CFBundleExecutable, or the bundle's own name.
+std::filesystem::path executableName(const std::filesystem::path& bundle);
+
 // When a file was last modified. A time that the file clock cannot represent becomes its latest
 // one, or the earliest after its minimum, which stands for no time at all. Raises
 // std::filesystem::filesystem_error when the file cannot be examined.

@@ -20,7 +20,7 @@ ThinClientLauncher::~ThinClientLauncher() = default;
 
 int ThinClientLauncher::launch(int argc, char** argv) {
   if (isLoadMode(argc, argv)) {
-    Logger::log("load mode, load main dll");
+    Logger::log(LogMessages::LOAD_MODE);
     LauncherHelper::loadMainDllFromCurrentDirectory();
     return 0;
   }

@@ -13,5 +13,5 @@ public:
   std::filesystem::path workFolder() const { return path() / "work"; }
 
 private:
-  test::ScopedFolder folder;
+  test::ScopedDirectory folder;
 };

@@ -66,7 +66,7 @@ void readVersion(benchmark::State& state) {
 BENCHMARK(readVersion);
 
 void readBinaryList(benchmark::State& state) {
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   test::writeFile(folder.path() / "Info.plist", test::PlistOracle(listContent()).toBinary());
   for (auto _ : state)
     benchmark::DoNotOptimize(PropertyList::readText(folder.path() / "Info.plist", VERSION_KEY));
@@ -89,7 +89,7 @@ void compareVersions(benchmark::State& state) {
 BENCHMARK(compareVersions);
 
 void logLine(benchmark::State& state) {
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   Logger::open(folder.path() / "log.txt", true);
   for (auto _ : state)
     Logger::log("find a candidate with Version: 45.12.0.900");

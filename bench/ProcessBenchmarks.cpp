@@ -1,6 +1,6 @@
 // Whole processes, one per sample: launches over homes of growing size, by the launcher and by the
-// programs that it is compared with; and the loading of the library. Random interleaving puts the
-// samples of all programs side by side.
+// programs that it is compared with; the reports of launcher-inspect; and the loading of the
+// library. Random interleaving puts the samples of all programs side by side.
 
 #include "BenchHome.h"
 #include "Sandbox.h"
@@ -57,7 +57,7 @@ Report measure(const std::string& command) {
   FILE* const output = ::popen(command.c_str(), "r");
   if (output == nullptr)
     throw std::runtime_error("cannot run " + command);
-  // The scripts print nothing: for them the whole process is the launch.
+  // Scripts and reports print nothing here: for them the whole process is measured.
   const int fields = std::fscanf(
       output,
       "%lf %lf %lf",
@@ -122,6 +122,9 @@ int main(int argc, char** argv) {
         "launcher", copies, repetitions, BENCH_HOST " " LAUNCHER_LIBRARY " " + CLIENT_VERSION);
     addLaunch("baseline", copies, repetitions, BENCH_BASELINE " rules " + CLIENT_VERSION);
     addLaunch("baseline-once", copies, repetitions, BENCH_BASELINE " once " + CLIENT_VERSION);
+    const std::string inspect = LAUNCHER_INSPECT " --client-version " + CLIENT_VERSION;
+    addLaunch("inspect-text", copies, repetitions, inspect + " >/dev/null");
+    addLaunch("inspect-json", copies, repetitions, inspect + " --json >/dev/null");
     addLaunch("script", copies, scriptRepetitions, BENCH_SCRIPTS "/script.sh");
     addLaunch("frugal-script", copies, scriptRepetitions, BENCH_SCRIPTS "/frugal-script.sh");
   }

@@ -117,7 +117,7 @@ inspect() {
 }
 
 require_own_choice() {
-  local own="~${launcher#"$home"}/$chosen_version" choice
+  local own=$launcher/$chosen_version choice
   choice=$({ inspect --json || true; } |
     sed -n '/^ *"chosen": {/,/}/s/^ *"directory": "\(.*\)",*$/\1/p')
   [ "$choice" = "$own" ] && return

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Disturbs launches from outside and checks what every launch promises: fails each file-related
-# system call once with each of five errors, over four layouts; kills hosts at random moments; runs
+# system call once with each of five errors, over five layouts; kills hosts at random moments; runs
 # two hosts at once; fills the disk. Prints one line per layout and ends with status 1 at the first
 # broken promise. Everything runs in sandboxes, whose temporary folders hold the homes.
 # Usage: scripts/fault-sweep.sh
@@ -18,13 +18,13 @@ lab=$build/tests/lab/programs
 programs=("$lab"/launcher_host "$build"/ThinClientLauncher/libThinClientLauncher.dylib
   "$build"/tests/faults/lay_out_home "$build"/tests/faults/fault_application)
 
-"$lab"/sandbox python3 tests/faults/sweep.py "${programs[@]}"
-"$lab"/sandbox python3 tests/faults/disruptions.py kill "${programs[@]}"
-"$lab"/sandbox python3 tests/faults/disruptions.py pairs "${programs[@]}"
+"$lab"/sandbox python3 tests/faults/sweep_test.py "${programs[@]}"
+"$lab"/sandbox python3 tests/faults/disruptions_test.py kill "${programs[@]}"
+"$lab"/sandbox python3 tests/faults/disruptions_test.py pairs "${programs[@]}"
 
 # The temporary folder is a small file system, in a further mount namespace.
 # shellcheck disable=SC2016 # expanded by the inner shell
 "$lab"/sandbox unshare --user --map-root-user --mount bash -euc '
   mount -t tmpfs -o size=16m launcher-faults "$TMPDIR"
-  python3 tests/faults/disruptions.py full-disk "$@"
+  python3 tests/faults/disruptions_test.py full-disk "$@"
 ' bash "${programs[@]}"

@@ -37,6 +37,9 @@ test googletest test framework, compiled with the flags of each build
 test libplist-dev reads property lists, as an oracle
 test groff-base checks the manual page
 test zsh checks the completion for zsh
+test fish checks the completion for fish
+test jq runs the manual page's examples
+test python3-jsonschema validates the JSON report
 test strace traces what a process asks of the system
 test python3 drives the launches that are disturbed from outside
 python python3 runs the programs that the Python package index brings

@@ -5,7 +5,6 @@
 #include "../Platform.h"
 
 #include "Descriptor.h"
-#include "PropertyList.h"
 
 #include <glib.h>
 
@@ -148,13 +147,6 @@ std::string spawn(const fs::path& executable, const std::string& argument) {
     return reason;
   }
   return awaitExec(pipe, executable);
-}
-
-// CFBundleExecutable, or the bundle's own name.
-fs::path executableName(const fs::path& bundle) {
-  const std::string name =
-      PropertyList::readText(bundle / "Contents/Info.plist", "CFBundleExecutable");
-  return name.empty() ? bundle.stem() : fs::path(name);
 }
 
 // Starts the bundle's executable and waits until it runs or has failed to. The process has a

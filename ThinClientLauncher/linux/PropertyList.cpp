@@ -13,10 +13,12 @@
 
 namespace {
 
-struct Unreadable {};
-void require(bool condition) {
+using Platform::ListProblem;
+using PropertyList::Entry;
+
+void require(bool condition, ListProblem otherwise = ListProblem::Malformed) {
   if (!condition)
-    throw Unreadable();
+    throw otherwise;
 }
 
 std::string decoded(std::string_view content) {
@@ -77,8 +79,9 @@ std::string_view takeContent(std::string_view& rest, std::string_view name) {
 }
 
 // Of repeated keys the last counts. GLib's parser would take ten times as long for a whole list.
-std::string textInXml(std::string_view rest, std::string_view key) {
-  std::string text, open = "p"; // what is open, by initials: the plist, arrays, dicts
+Entry entryInXml(std::string_view rest, std::string_view key) {
+  Entry entry{{}, ListProblem::NoDictionary};
+  std::string open = "p"; // what is open, by initials: the plist, arrays, dicts
   bool hasKey = false, isWanted = false;
   require(takeTag(rest).first == "plist");
   do {
@@ -90,8 +93,10 @@ std::string textInXml(std::string_view rest, std::string_view key) {
     }
     const bool isContainer = name == "array" || name == "dict";
     const std::string_view raw = isContainer || isEmpty ? "" : takeContent(rest, name);
+    if (open.size() == 1 && name == "dict")
+      entry.problem = ListProblem::NoKey;
     if (isWanted)
-      text = name == "string" ? decoded(raw) : "";
+      entry = name == "string" ? Entry{decoded(raw)} : Entry{{}, ListProblem::NoText};
     require((name == "key") == (open.back() == 'd' && !hasKey)); // a key, then its value
     hasKey = name == "key";
     isWanted = hasKey && open.size() == 2 && raw.size() >= key.size() && decoded(raw) == key;
@@ -101,7 +106,7 @@ std::string textInXml(std::string_view rest, std::string_view key) {
   require(takeTag(rest).first == "/plist");
   skipMarkup(rest);
   require(rest.empty());
-  return text;
+  return entry;
 }
 
 struct Object {
@@ -136,7 +141,7 @@ Object objectAt(std::string_view list, std::uint64_t reference, std::uint64_t re
 
 std::string textOf(std::string_view list, const Object& object) {
   const std::uint64_t unitSize = object.kind == Object::UTF16_TEXT ? 2 : 1;
-  require(unitSize == 2 || object.kind == Object::ASCII_TEXT);
+  require(unitSize == 2 || object.kind == Object::ASCII_TEXT, ListProblem::NoText);
   g_autofree gunichar2* units = g_new0(gunichar2, object.count + 1);
   for (std::uint64_t i = 0; i < object.count; ++i)
     units[i] = static_cast<gunichar2>(numberAt(list, object.body + i * unitSize, unitSize));
@@ -148,29 +153,29 @@ std::string textOf(std::string_view list, const Object& object) {
 
 // Looks into the top dictionary alone. All tools store keys as ASCII; of repeated ones the first
 // counts.
-std::string textInBinary(std::string_view list, std::string_view key) {
+Entry entryInBinary(std::string_view list, std::string_view key) {
   const std::uint64_t width = numberAt(list, list.size() - 25, 1);
   const Object top = objectAt(list, list.size() - 16, 8);
-  require(top.kind == Object::DICTIONARY);
+  require(top.kind == Object::DICTIONARY, ListProblem::NoDictionary);
   for (std::uint64_t i = 0; i < top.count; ++i) {
     const Object name = objectAt(list, top.body + i * width, width);
     if (name.kind == Object::ASCII_TEXT && list.substr(name.body, name.count) == key)
-      return textOf(list, objectAt(list, top.body + (top.count + i) * width, width));
+      return {textOf(list, objectAt(list, top.body + (top.count + i) * width, width))};
   }
-  return {};
+  return {{}, ListProblem::NoKey};
 }
 
 // Opening a device can have effects, so the file's type is asked for first.
 std::string readFile(const std::filesystem::path& file) {
   constexpr off_t MAXIMUM_SIZE = 256 * 1024;
   struct stat status {};
-  require(::stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode));
-  require(status.st_size <= MAXIMUM_SIZE);
+  require(::stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode), ListProblem::Unreadable);
+  require(status.st_size <= MAXIMUM_SIZE, ListProblem::TooLarge);
   const Descriptor input(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   std::string list(static_cast<std::size_t>(status.st_size), '\0');
   for (std::size_t size = 0; size < list.size();) {
     const ssize_t got = TEMP_FAILURE_RETRY(::read(input, list.data() + size, list.size() - size));
-    require(got > 0);
+    require(got > 0, ListProblem::Unreadable);
     size += static_cast<std::size_t>(got);
   }
   return list;
@@ -178,9 +183,9 @@ std::string readFile(const std::filesystem::path& file) {
 
 } // namespace
 
-std::string PropertyList::readText(const std::filesystem::path& file, const char* key) try {
+Entry PropertyList::read(const std::filesystem::path& file, const char* key) try {
   const std::string list = readFile(file);
-  return list.compare(0, 8, "bplist00") == 0 ? textInBinary(list, key) : textInXml(list, key);
-} catch (const Unreadable&) {
-  return {};
+  return list.compare(0, 8, "bplist00") == 0 ? entryInBinary(list, key) : entryInXml(list, key);
+} catch (const ListProblem problem) {
+  return {{}, problem};
 }

@@ -1,13 +1,25 @@
 #pragma once
 
+#include "../Platform.h"
+
 #include <filesystem>
 #include <string>
 
 namespace PropertyList {
 
-// The text under a key at the top of a property list file, XML or binary; empty when there is none
-// that is valid, or the file is no regular one, unreadable, over 256 KiB or malformed. Throws
-// nothing of its own. Time and memory grow linearly with the file.
-std::string readText(const std::filesystem::path& file, const char* key);
+// A text, or why there is none.
+struct Entry {
+  std::string text;
+  Platform::ListProblem problem = Platform::ListProblem::None;
+};
+
+// The text under a key at the top of a property list file, XML or binary. There is none when the
+// file is no regular one, unreadable, over 256 KiB or malformed. Throws nothing of its own. Time
+// and memory grow linearly with the file.
+Entry read(const std::filesystem::path& file, const char* key);
+
+inline std::string readText(const std::filesystem::path& file, const char* key) {
+  return read(file, key).text;
+}
 
 } // namespace PropertyList

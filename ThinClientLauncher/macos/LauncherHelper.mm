@@ -48,11 +48,36 @@ fs::path libraryDirectory() {
 // --- Bundles ---
 
 // A step that finds nothing returns nil, and a message to nil returns nil.
+static NSDictionary* informationOf(const fs::path& bundle) {
+  NSString* const path = platformString(bundle.string());
+  NSBundle* const opened = path != nil ? [NSBundle bundleWithPath:path] : nil;
+  return [opened infoDictionary];
+}
+
 std::string bundleVersion(const fs::path& bundle) {
   @autoreleasepool {
-    NSString* const path = platformString(bundle.string());
-    NSBundle* const opened = path != nil ? [NSBundle bundleWithPath:path] : nil;
-    return standardString([[opened infoDictionary] objectForKey:@"CFBundleShortVersionString"]);
+    return standardString([informationOf(bundle) objectForKey:@"CFBundleShortVersionString"]);
+  }
+}
+
+// NSBundle does not tell a malformed list from one without a dictionary, and has no limit of size.
+ListProblem versionProblem(const fs::path& bundle) {
+  @autoreleasepool {
+    NSDictionary* const information = informationOf(bundle);
+    id const value = [information objectForKey:@"CFBundleShortVersionString"];
+    if ([value isKindOfClass:[NSString class]])
+      return ListProblem::None;
+    if (value != nil)
+      return ListProblem::NoText;
+    return [information count] > 0 ? ListProblem::NoKey : ListProblem::Malformed;
+  }
+}
+
+fs::path executableName(const fs::path& bundle) {
+  @autoreleasepool {
+    const std::string name =
+        standardString([informationOf(bundle) objectForKey:@"CFBundleExecutable"]);
+    return name.empty() ? bundle.stem() : fs::path(name);
   }
 }
 

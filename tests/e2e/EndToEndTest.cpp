@@ -1,20 +1,20 @@
 #include "EndToEndTest.h"
 
+#include "Sandbox.h"
+
+#include <array>
 #include <cerrno>
-#include <cstdlib>
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
 namespace test {
-
-// The options of a sanitizer. It writes its reports to files in this folder.
-static std::string sanitizerOptions(const char* variable, const fs::path& findings) {
-  const char* const given = std::getenv(variable);
-  return (given != nullptr ? std::string(given) + ":" : "") +
-         "log_path=" + (findings / "finding").string();
-}
 
 std::string failure(const fs::path& executable, const std::string& reason) {
   return "Failed to run the app: " + executable.string() + ": " + reason;
@@ -29,90 +29,104 @@ HostState part(const HostState& state, const std::string& prefix) {
   return found;
 }
 
-EndToEnd::EndToEnd()
-    : addressFindings("ASAN_OPTIONS", sanitizerOptions("ASAN_OPTIONS", findings())),
-      undefinedFindings("UBSAN_OPTIONS", sanitizerOptions("UBSAN_OPTIONS", findings())),
-      folderBefore(fs::current_path()) {
+void openDescriptors() {
+  std::array<int, 2> ends{};
+  EXPECT_GE(::open("/proc/self/exe", O_RDONLY), 0);
+  EXPECT_EQ(::pipe(ends.data()), 0);
+  EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
+  EXPECT_EQ(::dup2(ends[0], 700), 700);
+}
+
+EndToEnd::EndToEnd() {
+  Sandbox::emptyApplications();
   // The started applications have no parent: they become children of this process, which can wait
   // for them.
   ::prctl(PR_SET_CHILD_SUBREAPER, 1);
-  const fs::path work = home.path() / "work";
-  for (const auto& folder : {work, home.path() / "reports", findings()})
-    fs::create_directories(folder);
-  fs::current_path(work);
+  for (const char* folder : {"work", "reports"})
+    fs::create_directory(home.path() / folder);
+  fs::current_path(home.path() / "work");
 }
 
 EndToEnd::~EndToEnd() {
-  fs::current_path(folderBefore);
-}
-
-// Reaps the children that have ended. Whether none is left.
-static bool allProcessesEnded() {
-  while (::waitpid(-1, nullptr, WNOHANG) > 0) {
-  }
-  return ::waitpid(-1, nullptr, WNOHANG) < 0 && errno == ECHILD;
+  fs::current_path(directoryBefore);
 }
 
 void EndToEnd::TearDown() {
-  runningHost.reset();
-  EXPECT_TRUE(eventually(allProcessesEnded)) << "a process is left";
-  EXPECT_EQ(readFile(output()), "") << "something was printed";
-  for (const auto& finding : fs::directory_iterator(findings()))
-    ADD_FAILURE() << readFile(finding.path());
+  awaitProcesses();
 }
 
 Copy EndToEnd::makeCopy(const fs::path& dir, const std::string& version) const {
   return Copy(dir, version).executable(PROBE_PROGRAM);
 }
 
-void EndToEnd::shareHome() const {
-  fs::permissions(home.path(), fs::perms(0777));
-  for (const auto& entry : fs::recursive_directory_iterator(home.path()))
-    fs::permissions(entry.path(), fs::perms(0777));
+static void* library = nullptr;
+
+void EndToEnd::loadLibrary(const fs::path& file) {
+  library = ::dlopen(file.c_str(), RTLD_NOW | RTLD_GLOBAL);
+  ASSERT_NE(library, nullptr) << ::dlerror();
 }
 
-HostProcess& EndToEnd::host() {
-  if (!runningHost) {
-    runningHost.emplace(HOST_PROGRAM, output());
-    EXPECT_EQ(runningHost->ask({"load", LAUNCHER_LIBRARY}), "done");
+void EndToEnd::closeLibrary() {
+  EXPECT_EQ(::dlclose(library), 0) << ::dlerror();
+}
+
+void EndToEnd::awaitThreads() {
+  EXPECT_TRUE(eventually([] { return countThreads() == 1; })) << "a start does not end";
+}
+
+void EndToEnd::inHost(const Body& body) {
+  inChildProcess([&] {
+    std::thread([] {}).join(); // a sanitizer may start a thread of its own with the first one
+    FakeSystem::thread.calls = 0;
+    loadLibrary();
+    body();
+    awaitThreads();
+  });
+}
+
+std::string EndToEnd::launch(std::vector<std::string> arguments) {
+  using EntryPoint = int (*)(int, char**);
+  const auto entry = reinterpret_cast<EntryPoint>(::dlsym(library, "ThinClientLauncherEntryPoint"));
+  std::string program = "host";
+  std::vector<char*> argv{program.data()};
+  for (auto& argument : arguments)
+    argv.push_back(argument.data());
+  const auto argc = static_cast<int>(argv.size());
+  argv.push_back(nullptr);
+  try {
+    return "returned " + std::to_string(entry(argc, argv.data()));
+  } catch (const fs::filesystem_error& failure) {
+    return "filesystem_error " + failure.code().message();
   }
-  return *runningHost;
-}
-
-void EndToEnd::tell(const std::vector<std::string>& words) {
-  EXPECT_EQ(host().ask(words), "done") << words.at(0);
-}
-
-std::string EndToEnd::launch(const std::vector<std::string>& arguments) {
-  std::vector<std::string> words{"launch"};
-  words.insert(words.end(), arguments.begin(), arguments.end());
-  return host().ask(words);
-}
-
-int EndToEnd::endHost() {
-  const int status = host().end();
-  runningHost.reset();
-  return status;
 }
 
 std::string EndToEnd::outcome() {
   const auto messages = systemLog->awaitMessages(1);
-  EXPECT_TRUE(!runningHost || eventually([&] { return runningHost->threads() == 1; }));
+  awaitThreads();
   return messages.size() == 1 ? messages[0] : std::to_string(messages.size()) + " messages";
 }
 
-std::vector<HostState> EndToEnd::reports() {
-  if (runningHost) {
-    EXPECT_EQ(endHost(), 0);
-  }
-  EXPECT_TRUE(eventually(allProcessesEnded)) << "a process is left";
+int EndToEnd::awaitProcesses() {
+  int failures = 0;
+  EXPECT_TRUE(eventually([&] {
+    int status = 0;
+    pid_t ended = 0;
+    while ((ended = ::waitpid(-1, &status, WNOHANG)) > 0)
+      failures += status != 0;
+    return ended < 0 && errno == ECHILD;
+  })) << "a process is left";
+  return failures;
+}
+
+std::vector<HostState> EndToEnd::reports() const {
+  awaitProcesses();
   std::vector<HostState> all;
   for (const auto& entry : fs::directory_iterator(home.path() / "reports"))
     all.push_back(fromText(readFile(entry.path())));
   return all;
 }
 
-HostState EndToEnd::report() {
+HostState EndToEnd::report() const {
   const auto all = reports();
   EXPECT_EQ(all.size(), 1U);
   return all.size() == 1 ? all[0] : HostState();

@@ -1,11 +1,12 @@
 #pragma once
 
 #include "Eventually.h"
+#include "FakeSystem.h"
+#include "Fork.h"
 #include "Home.h"
-#include "HostProcess.h"
 #include "HostState.h"
-#include "Sandbox.h"
 #include "SystemLog.h"
+#include "Threads.h"
 
 #include <gmock/gmock.h>
 
@@ -23,6 +24,9 @@ std::string failure(const std::filesystem::path& executable, const std::string& 
 // The entries whose names begin with the prefix.
 HostState part(const HostState& state, const std::string& prefix);
 
+// Opens some of every kind that an exec would pass on, one of them as descriptor 700.
+void openDescriptors();
+
 // A machine with a home folder, an empty /Applications and a system log. At the end of each test
 // every process that it started must have ended.
 class EndToEnd : public testing::Test {
@@ -35,58 +39,47 @@ protected:
   // --- Copies of the plug-in, whose executable is the probe ---
 
   Copy makeCopy(const std::filesystem::path& dir, const std::string& version = "45.12.0.1") const;
-  Copy makeCopy() const { return makeCopy(home.launcherFolder() / "copy"); }
+  Copy makeCopy() const { return makeCopy(home.launcherDirectory() / "copy"); }
 
-  // Gives every user access to the home.
-  void shareHome() const;
+  // --- The host: a child process, which loads the library by path and finds the entry by name ---
 
-  // --- The host ---
+  // Runs the body in a host that has loaded the launcher library, and waits for its threads.
+  static void inHost(const Body& body);
 
-  // The running host, which has loaded the launcher library. The first call starts it.
-  HostProcess& host();
+  // One launch in a host: "returned 0", or which exception left the library.
+  static std::string launch(std::vector<std::string> arguments = {"launchermode"});
 
-  // Gives the host a command that must succeed.
-  void tell(const std::vector<std::string>& words);
+  static void loadLibrary(const std::filesystem::path& file = LAUNCHER_LIBRARY);
+  static void closeLibrary();
 
-  // Lets the host end; returns its status.
-  int endHost();
-
-  // One launch in that host: "returned 0", or which exception left the library.
-  std::string launch(const std::vector<std::string>& arguments = {"launchermode"});
+  // Waits until all threads that a host started have ended.
+  static void awaitThreads();
 
   // --- Outcome ---
 
-  // Waits until the system log has the outcome of the only start so far, and the starting thread
-  // has ended.
+  // Waits until the system log has the outcome of the only start so far and, in a host, until the
+  // starting thread has ended.
   std::string outcome();
 
-  // Lets the host end, waits until every started process has ended and returns what the probes
-  // among them reported.
-  std::vector<HostState> reports();
+  // Waits until every started process has ended. Returns how many failed.
+  static int awaitProcesses();
+
+  // The same; returns what the probes reported.
+  std::vector<HostState> reports() const;
 
   // The same for the only probe. The test fails when there is not exactly one.
-  HostState report();
+  HostState report() const;
 
   // The lines of the launcher mode's log, without the time stamps.
   std::vector<std::string> launchLog() const { return readMessages(home.launchLog()); }
 
-  Sandbox::ScopedApplications applications;
   ScopedHome home;
   ScopedEnvironment noUser{"USER", std::nullopt}; // the log would mask it
-  ScopedEnvironment reportFolder{"PROBE_REPORTS", (home.path() / "reports").string()};
+  ScopedEnvironment reportDirectory{"PROBE_REPORTS", (home.path() / "reports").string()};
   std::optional<SystemLog> systemLog{std::in_place};
 
 private:
-  // Where sanitizers write what they find, since started applications have no standard streams.
-  std::filesystem::path findings() const { return home.path() / "findings"; }
-
-  // What hosts print.
-  std::filesystem::path output() const { return home.path() / "output"; }
-
-  ScopedEnvironment addressFindings;
-  ScopedEnvironment undefinedFindings;
-  std::filesystem::path folderBefore;
-  std::optional<HostProcess> runningHost;
+  const std::filesystem::path directoryBefore = std::filesystem::current_path();
 };
 
 } // namespace test

@@ -3,17 +3,20 @@
 #include "EndToEndTest.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <clocale>
 #include <csignal>
+#include <fcntl.h>
 #include <iterator>
+#include <locale>
 #include <set>
-#include <sstream>
 #include <syslog.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
 using testing::Each;
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Pair;
@@ -51,145 +54,189 @@ std::set<int> blockedSignals(const fs::path& thread) {
   return blocked;
 }
 
+HostState describeHost() {
+  auto state = currentState();
+  // From the second thread on, the C library handles a signal of its own. The dispositions do not
+  // contain that one.
+  state.erase("signals handled");
+  return state;
+}
+
+volatile std::sig_atomic_t signalsHandled = 0;
+
+void countSignal(int) {
+  signalsHandled = signalsHandled + 1;
+}
+
+class GroupedDigits : public std::numpunct<char> {
+  char do_thousands_sep() const override { return ','; }
+  std::string do_grouping() const override { return "\3"; }
+};
+
 } // namespace
 
 class Host : public EndToEnd {
 protected:
-  Host() {
-    makeCopy().startedSafely();
-    tell({"open-descriptors"});
-    tell({"use-unusual-locale"});
-  }
+  Host() { makeCopy().startedSafely(); }
 
-  HostState describeHost() {
-    auto state = host().describe();
-    // From the second thread on, the C library handles a signal of its own. The dispositions do not
-    // contain that one.
-    state.erase("signals handled");
-    return state;
-  }
-
-  void awaitEndOfStart() {
-    EXPECT_TRUE(eventually([this] { return host().threads() == 1; }));
+  // In a host with descriptors and a locale of its own.
+  static void inHost(const Body& body) {
+    EndToEnd::inHost([&] {
+      openDescriptors();
+      std::locale::global(std::locale(std::locale(), new GroupedDigits));
+      std::setlocale(LC_ALL, "C.UTF-8");
+      body();
+    });
   }
 
   // Launches, and returns once the start waits in its first call of this function.
-  void launchUntil(const std::string& function) {
-    tell({"answer", function, "later"});
+  static void launchUntil(FakeSystem::Function& function) {
+    function.calls = 0;
+    function.answer = FakeSystem::Answer::LATER;
     EXPECT_EQ(launch(), "returned 0");
-    ASSERT_TRUE(eventually([&] { return host().ask({"calls", function}) == "1"; }));
+    ASSERT_TRUE(eventually([&] { return function.calls == 1; }));
   }
 
-  void goOn(const std::string& function) {
-    tell({"answer", function, "yes"});
+  void goOn(FakeSystem::Function& function) {
+    function.answer = FakeSystem::Answer::YES;
     EXPECT_EQ(outcome(), SUCCESS);
   }
 };
 
 TEST_F(Host, StaysTheSame) {
   systemLog.reset();
-  const auto before = describeHost();
-  EXPECT_EQ(launch(), "returned 0");
-  awaitEndOfStart();
-  EXPECT_THAT(changes(before, describeHost()), IsEmpty());
+  inHost([] {
+    const auto before = describeHost();
+    EXPECT_EQ(launch(), "returned 0");
+    awaitThreads();
+    EXPECT_THAT(changes(before, describeHost()), IsEmpty());
+  });
   EXPECT_EQ(reports().size(), 1U);
 }
 
 // The C library opens the process's only connection to the system log at the first message and
 // keeps it. Closing it would also close the host's and forget the host's name for its entries.
 TEST_F(Host, GainsLogConnection) {
-  const auto before = describeHost();
-  EXPECT_EQ(launch(), "returned 0");
-  EXPECT_EQ(outcome(), SUCCESS);
-  EXPECT_THAT(
-      changes(before, describeHost()),
-      ElementsAre(Pair(StartsWith("descriptor "), EndsWith("connected to /dev/log"))));
+  inHost([this] {
+    const auto before = describeHost();
+    EXPECT_EQ(launch(), "returned 0");
+    EXPECT_EQ(outcome(), SUCCESS);
+    EXPECT_THAT(
+        changes(before, describeHost()),
+        ElementsAre(Pair(StartsWith("descriptor "), StartsWith("socket:"))));
+    ::closelog();
+    EXPECT_THAT(changes(before, describeHost()), IsEmpty());
+  });
 }
 
 TEST_F(Host, GainsNothingMore) {
-  EXPECT_EQ(launch(), "returned 0");
-  EXPECT_EQ(outcome(), SUCCESS);
-  const auto before = describeHost();
-  for (std::size_t launches = 2; launches <= 20; ++launches) {
-    ASSERT_EQ(launch(), "returned 0");
-    ASSERT_EQ(systemLog->await(launches).size(), launches);
-  }
-  awaitEndOfStart();
-  EXPECT_THAT(changes(before, describeHost()), IsEmpty());
+  inHost([this] {
+    EXPECT_EQ(launch(), "returned 0");
+    EXPECT_EQ(outcome(), SUCCESS);
+    const auto before = describeHost();
+    for (std::size_t launches = 2; launches <= 20; ++launches) {
+      ASSERT_EQ(launch(), "returned 0");
+      ASSERT_EQ(systemLog->await(launches).size(), launches);
+    }
+    awaitThreads();
+    EXPECT_THAT(changes(before, describeHost()), IsEmpty());
+  });
 }
 
 TEST_F(Host, KeepsItsLogName) {
-  tell({"open-log", "a-host"});
-  tell({"write-to-log", "before"});
-  const auto before = describeHost();
-  EXPECT_EQ(launch(), "returned 0");
-  systemLog->await(2);
-  awaitEndOfStart();
-  EXPECT_THAT(changes(before, describeHost()), IsEmpty());
-  tell({"write-to-log", "after"});
-  const auto& entries = systemLog->await(3);
-  ASSERT_EQ(entries.size(), 3U);
-  EXPECT_EQ(entries[1].message, SUCCESS);
-  EXPECT_EQ(entries[1].priority, LOG_USER | LOG_INFO);
-  EXPECT_EQ(entries[2].message, "after");
-  EXPECT_EQ(entries[2].priority, LOG_LOCAL3 | LOG_NOTICE);
-  EXPECT_THAT(entries[2].name, StartsWith("a-host["));
+  inHost([this] {
+    ::openlog("a-host", LOG_PID, LOG_LOCAL3);
+    ::syslog(LOG_NOTICE, "before");
+    const auto before = describeHost();
+    EXPECT_EQ(launch(), "returned 0");
+    systemLog->await(2);
+    awaitThreads();
+    EXPECT_THAT(changes(before, describeHost()), IsEmpty());
+    ::syslog(LOG_NOTICE, "after");
+    const auto& entries = systemLog->await(3);
+    ASSERT_EQ(entries.size(), 3U);
+    EXPECT_EQ(entries[1].message, SUCCESS);
+    EXPECT_EQ(entries[1].priority, LOG_USER | LOG_INFO);
+    EXPECT_EQ(entries[2].message, "after");
+    EXPECT_EQ(entries[2].priority, LOG_LOCAL3 | LOG_NOTICE);
+    EXPECT_THAT(entries[2].name, StartsWith("a-host["));
+  });
 }
 
 TEST_F(Host, NamesLogEntries) {
-  EXPECT_EQ(launch(), "returned 0");
-  EXPECT_EQ(outcome(), SUCCESS);
-  fs::remove(executableIn(home.launcherFolder() / "copy"));
-  EXPECT_EQ(launch(), "returned 0");
+  inHost([] { EXPECT_EQ(launch(), "returned 0"); });
+  fs::remove(executableIn(home.launcherDirectory() / "copy"));
+  inHost([] { EXPECT_EQ(launch(), "returned 0"); });
   const auto& entries = systemLog->await(2);
   ASSERT_EQ(entries.size(), 2U);
-  EXPECT_EQ(entries[0].name, fs::path(HOST_PROGRAM).filename().string());
+  EXPECT_EQ(entries[0].name, ::program_invocation_short_name);
   EXPECT_EQ(entries[0].priority, LOG_USER | LOG_INFO);
   EXPECT_EQ(entries[1].priority, LOG_USER | LOG_ERR);
+}
+
+TEST_F(Host, PrintsNothing) {
+  const fs::path printed = home.path() / "printed";
+  inHost([&] {
+    const int output = ::open(printed.c_str(), O_WRONLY | O_CREAT, 0600);
+    ::dup2(output, STDOUT_FILENO);
+    ::dup2(output, STDERR_FILENO);
+    EXPECT_EQ(launch(), "returned 0");
+    EXPECT_EQ(launch({"loadmode"}), "returned 0");
+    awaitThreads();
+    fs::remove(executableIn(home.launcherDirectory() / "copy"));
+    EXPECT_EQ(launch(), "returned 0");
+  });
+  EXPECT_EQ(reports().size(), 1U);
+  EXPECT_EQ(readFile(printed), "");
 }
 
 // --- While a start is under way ---
 
 TEST_F(Host, HandlesItsSignals) {
-  tell({"handle-signals"});
-  launchUntil("fork");
-  tell({"block-signals"});
-  EXPECT_EQ(::kill(host().id(), SIGUSR1), 0);
-  EXPECT_EQ(host().ask({"signals-handled"}), "0");
-  goOn("fork");
-  EXPECT_EQ(host().ask({"signals-handled"}), "0");
+  inHost([this] {
+    std::signal(SIGUSR1, countSignal);
+    launchUntil(FakeSystem::fork);
+    sigset_t all;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_BLOCK, &all, nullptr);
+    EXPECT_EQ(::kill(::getpid(), SIGUSR1), 0);
+    goOn(FakeSystem::fork);
+    EXPECT_EQ(signalsHandled, 0);
+  });
 }
 
 // The host's crash handler must also see a crash of the library's thread.
 TEST_F(Host, SeesFaults) {
-  const fs::path tasks = fs::path("/proc") / std::to_string(host().id()) / "task";
-  const auto before = foldersIn(tasks);
-  launchUntil("fork");
-  for (const auto& thread : foldersIn(tasks)) {
-    if (std::find(before.begin(), before.end(), thread) != before.end())
-      continue;
-    const auto blocked = blockedSignals(thread);
-    EXPECT_EQ(blocked.count(SIGTERM), 1U);
-    for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT})
-      EXPECT_EQ(blocked.count(fault), 0U) << "signal " << fault;
-  }
-  EXPECT_THAT(foldersIn(tasks), SizeIs(before.size() + 1));
-  goOn("fork");
+  inHost([this] {
+    const fs::path tasks = "/proc/self/task";
+    const auto before = directoriesIn(tasks);
+    launchUntil(FakeSystem::fork);
+    for (const auto& thread : directoriesIn(tasks)) {
+      if (std::find(before.begin(), before.end(), thread) != before.end())
+        continue;
+      const auto blocked = blockedSignals(thread);
+      EXPECT_EQ(blocked.count(SIGTERM), 1U);
+      for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT})
+        EXPECT_EQ(blocked.count(fault), 0U) << "signal " << fault;
+    }
+    EXPECT_THAT(directoriesIn(tasks), SizeIs(before.size() + 1));
+    goOn(FakeSystem::fork);
+  });
 }
-
-class Descriptors : public Host, public testing::WithParamInterface<const char*> {};
 
 // A child that another of the host's threads starts meanwhile inherits nothing of the start.
-TEST_P(Descriptors, CloseOnExec) {
-  const auto before = part(host().describe(), "descriptor ");
-  launchUntil(GetParam());
-  const auto opened = changes(before, part(host().describe(), "descriptor "));
-  EXPECT_GE(opened.size(), 2U);
-  EXPECT_THAT(opened, Each(Pair(testing::_, HasSubstr("close-on-exec"))));
-  goOn(GetParam());
+TEST_F(Host, ClosesDescriptorsOnExec) {
+  for (FakeSystem::Function* const function : {&FakeSystem::pipe, &FakeSystem::fork}) {
+    inHost([&] {
+      const auto before = part(currentState(), "descriptor ");
+      launchUntil(*function);
+      const auto opened = changes(before, part(currentState(), "descriptor "));
+      EXPECT_GE(opened.size(), 2U);
+      EXPECT_THAT(opened, Each(Pair(testing::_, HasSubstr("close-on-exec"))));
+      goOn(*function);
+    });
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(During, Descriptors, testing::Values("pipe2", "fork"));
 
 // --- Two libraries in one process ---
 
@@ -197,8 +244,10 @@ TEST_F(Host, MayHaveTwoLibraries) {
   const fs::path other = home.path() / "other" / "libThinClientLauncher.dylib";
   fs::create_directories(other.parent_path());
   fs::copy_file(LAUNCHER_LIBRARY, other);
-  tell({"load", other.string()});
-  EXPECT_EQ(launch({"launchermode", "45.12.0.1"}), "returned 0");
+  inHost([&] {
+    loadLibrary(other);
+    EXPECT_EQ(launch({"launchermode", "45.12.0.1"}), "returned 0");
+  });
   EXPECT_EQ(outcome(), SUCCESS);
   // The host enters the second library. If that called the operations of the first, which has no
   // open log, all lines but the first would be missing.

@@ -1,7 +1,9 @@
 #include "EndToEndTest.h"
 #include "User.h"
 
+#include <cstdlib>
 #include <ctime>
+#include <unistd.h>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -14,7 +16,11 @@ namespace test {
 class LauncherMode : public EndToEnd {
 protected:
   Copy makeVersion(const std::string& version) const {
-    return makeCopy(home.launcherFolder() / version, version);
+    return makeCopy(home.launcherDirectory() / version, version);
+  }
+
+  static void launchInHost() {
+    inHost([] { EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0"); });
   }
 };
 
@@ -25,9 +31,9 @@ TEST_F(LauncherMode, RunsAllSteps) {
       makeVersion("45.13.0.10").launches("7").startedSafely().launched(std::chrono::hours(1));
   const Copy corrupt = makeVersion("45.12.0.950").launches("3").launched(std::chrono::hours(2));
   const Copy old = makeVersion("45.10.0.1").launched(std::chrono::hours(3));
-  const auto copies = foldersIn(home.launcherFolder()); // in the order of the scan
+  const auto copies = directoriesIn(home.launcherDirectory()); // in the order of the scan
 
-  EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0");
+  launchInHost();
   EXPECT_THAT(systemLog->awaitMessages(1), ElementsAre(SUCCESS));
 
   std::vector<std::string> expected{
@@ -51,7 +57,7 @@ TEST_F(LauncherMode, RunsAllSteps) {
     if (dir != tooNew.dir())
       candidates.push_back("find a candidate with Version: " + dir.filename().string());
   }
-  const fs::path corruptVersions = home.launcherFolder() / "corrupt.dat";
+  const fs::path corruptVersions = home.launcherDirectory() / "corrupt.dat";
   expected.push_back("VDI Wrote 1 corrupt versions to " + corruptVersions.string());
   expected.insert(expected.end(), candidates.begin(), candidates.end());
   expected.push_back("Best candidate: " + chosen.name() + " (version: 45.12.0.900)");
@@ -73,7 +79,7 @@ TEST_F(LauncherMode, PrefersInstallersCopy) {
   makeCopy("/Applications");
   makeCopy(fs::current_path());
   makeCopy();
-  EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0");
+  launchInHost();
   EXPECT_EQ(outcome(), SUCCESS);
   EXPECT_EQ(launchLog().back(), "not started from launcher folder, do not clean");
   EXPECT_THAT(
@@ -83,7 +89,7 @@ TEST_F(LauncherMode, PrefersInstallersCopy) {
 }
 
 TEST_F(LauncherMode, GoesOnWithoutCopies) {
-  EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0");
+  launchInHost();
   EXPECT_THAT(
       launchLog(),
       ElementsAre(
@@ -99,20 +105,22 @@ TEST_F(LauncherMode, GoesOnWithoutCopies) {
 
 TEST_F(LauncherMode, LetsErrorsOut) {
   makeCopy("/Applications");
-  fs::create_directories(home.launcherFolder());
-  shareHome();
-  fs::permissions(home.launcherFolder(), fs::perms::none);
+  fs::create_directories(home.launcherDirectory());
+  asUnprivilegedUser(home.path(), [this] {
+    inHost([this] {
+      std::optional<ScopedPermissions> locked(
+          std::in_place, home.launcherDirectory(), fs::perms::none);
+      EXPECT_EQ(launch({"launchermode", "45.12.0.5"}), "filesystem_error Permission denied");
+      const auto firstLog = launchLog();
+      EXPECT_EQ(firstLog.back(), "hvd Client Version provided: 45.12.0.5");
 
-  tell({"become-unprivileged"});
-  EXPECT_EQ(launch({"launchermode", "45.12.0.5"}), "filesystem_error Permission denied");
-  const auto firstLog = launchLog();
-  EXPECT_EQ(firstLog.back(), "hvd Client Version provided: 45.12.0.5");
-
-  fs::permissions(home.launcherFolder(), fs::perms(0777));
-  EXPECT_EQ(launch(), "returned 0");
-  EXPECT_EQ(launchLog(), firstLog) << "the log of the launch that failed was still open";
-  EXPECT_EQ(launch(), "returned 0");
-  EXPECT_EQ(launchLog().back(), "not started from launcher folder, do not clean");
+      locked.reset();
+      EXPECT_EQ(launch(), "returned 0");
+      EXPECT_EQ(launchLog(), firstLog) << "the log of the launch that failed was still open";
+      EXPECT_EQ(launch(), "returned 0");
+      EXPECT_EQ(launchLog().back(), "not started from launcher folder, do not clean");
+    });
+  });
   EXPECT_EQ(systemLog->await(2).size(), 2U);
   EXPECT_EQ(reports().size(), 2U);
 }
@@ -121,30 +129,29 @@ TEST_F(LauncherMode, LetsErrorsOut) {
 
 class UnnamedHome : public LauncherMode {
 protected:
-  // Starts a host without HOME, in which this user has this home by a password entry of such a
-  // size.
-  void startHostFor(uid_t user, std::size_t size) {
-    const ScopedEnvironment unnamed("HOME", std::nullopt);
-    tell({"password-entry", std::to_string(user), home.path().string(), std::to_string(size)});
+  // A launch without HOME, in which this user has this home by a password entry of such a size.
+  void launchFor(uid_t user, std::size_t size) const {
+    ::unsetenv("HOME");
+    FakeSystem::passwordEntry = {user, home.path().string(), size};
+    EXPECT_EQ(launch(), "returned 0");
   }
 };
 
 TEST_F(UnnamedHome, IsThatOfTheEffectiveUser) {
   if (::geteuid() != 0)
     GTEST_SKIP() << "only root can run a process with two users";
-  shareHome();
-  startHostFor(NOBODY, 100);
-  tell({"become-set-user-id"});
-  EXPECT_EQ(launch(), "returned 0");
+  for (const auto& folder : {home.path(), home.path() / "Library"})
+    fs::permissions(folder, fs::perms(0777));
+  inHost([this] {
+    ASSERT_EQ(::seteuid(NOBODY), 0); // as in a program of that user with the set-user-ID bit
+    launchFor(NOBODY, 100);
+  });
   EXPECT_TRUE(fs::exists(home.launchLog()));
-  outcome();
 }
 
 TEST_F(UnnamedHome, MayStandInALongEntry) {
-  startHostFor(::geteuid(), 200 * 1024);
-  EXPECT_EQ(launch(), "returned 0");
+  inHost([this] { launchFor(::geteuid(), 200 * 1024); });
   EXPECT_TRUE(fs::exists(home.launchLog()));
-  outcome();
 }
 
 // No entry for the user, or one that no system has: it is not looked for in more and more memory.
@@ -153,9 +160,7 @@ TEST_F(UnnamedHome, MayNotBeFound) {
       {::geteuid() + 1, 100}, {::geteuid(), 2 * 1024 * 1024}};
   const Copy copy = makeCopy(fs::current_path() / "Application Support/VantuOrlixVDILauncher/copy");
   for (const auto& [user, size] : entries) {
-    startHostFor(user, size);
-    EXPECT_EQ(launch(), "returned 0");
-    endHost();
+    inHost([&, user = user, size = size] { launchFor(user, size); });
     EXPECT_FALSE(fs::exists(home.launchLog()));
     EXPECT_FALSE(fs::exists(copy.dir() / "launchCount.dat"));
     EXPECT_FALSE(fs::exists("Library"));

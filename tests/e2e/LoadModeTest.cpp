@@ -20,42 +20,36 @@ protected:
   const Copy copy;
   const fs::path mainLibrary =
       bundleIn(copy) / "Contents" / "Frameworks" / "libnexal_vdi_main.dylib";
+  const ScopedEnvironment record{"LIBRARY_RECORD", (home.path() / "record").string()};
 };
 
 TEST_F(LoadMode, EntersMainLibrary) {
   // Never looked at in load mode.
-  writeFile(home.launcherFolder() / LAUNCHER_NAME, "no library");
-
-  EXPECT_EQ(launch(), "returned 0");
+  writeFile(home.launcherDirectory() / LAUNCHER_NAME, "no library");
+  inHost([] { EXPECT_EQ(launch(), "returned 0"); });
   EXPECT_EQ(outcome(), SUCCESS);
-
-  auto started = report();
-  EXPECT_EQ(started["entry number"], "1");
-  EXPECT_EQ(started["entry pointer"], "null");
-  EXPECT_EQ(started["main library"], mainLibrary.string());
-  EXPECT_EQ(started["executable"], executableIn(copy).string());
-  EXPECT_EQ(started["folder"], "/");
+  EXPECT_EQ(awaitProcesses(), 0);
+  EXPECT_THAT(readLines(home.path() / "record"), ElementsAre("call 1: 1 null", "visible"));
   EXPECT_THAT(
       readMessages(home.loadLog()),
       ElementsAre("ThinClientLauncher DLL entry point called", "load mode, load main dll"));
 }
 
 TEST_F(LoadMode, RecordsSafeStart) {
-  constexpr std::size_t LAUNCHES = 4;
-  for (std::size_t launches = 1; launches <= LAUNCHES; ++launches) {
-    ASSERT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0");
-    ASSERT_EQ(systemLog->await(launches).size(), launches);
-    ASSERT_TRUE(eventually([&] { return fs::exists(copy.dir() / "started.dat"); }));
+  const Body launchOnce = [] { EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0"); };
+  const ScopedEnvironment marking("LIBRARY_MARKS", (copy.dir() / "started.dat").string());
+  for (int launches = 1; launches <= 4; ++launches) {
+    inHost(launchOnce);
+    EXPECT_EQ(awaitProcesses(), 0);
   }
   EXPECT_EQ(launchLog()[4], "safe start Directory: " + copy.name() + ", Launch Count: 3");
-  EXPECT_EQ(reports().size(), LAUNCHES);
 
   fs::remove(copy.dir() / "started.dat");
-  EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0");
+  inHost(launchOnce);
   EXPECT_EQ(launchLog()[5], "VDI Skipping corrupt directory: " + copy.name());
-  EXPECT_EQ(readFile(home.launcherFolder() / "corrupt.dat"), "45.12.0.1");
-  EXPECT_EQ(systemLog->await(LAUNCHES + 1).size(), LAUNCHES + 1);
-  EXPECT_EQ(reports().size(), LAUNCHES);
+  EXPECT_EQ(readFile(home.launcherDirectory() / "corrupt.dat"), "45.12.0.1");
+  EXPECT_EQ(systemLog->await(5).size(), 5U);
+  EXPECT_EQ(readLines(home.path() / "record").size(), 2 * 4U) << "starts of the application";
 }
 
 } // namespace test

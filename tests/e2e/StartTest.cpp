@@ -2,12 +2,19 @@
 // caller notices.
 
 #include "EndToEndTest.h"
+#include "FakeSleep.h"
 #include "Process.h"
 
-#include <algorithm>
+#include <array>
 #include <chrono>
+#include <climits>
+#include <csignal>
+#include <fcntl.h>
 #include <fstream>
 #include <ostream>
+#include <pthread.h>
+#include <sched.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -18,21 +25,81 @@ using testing::StartsWith;
 
 namespace test {
 
+namespace {
+
+using FakeSystem::Answer;
+
+// What a host does before it launches.
+struct Preparation {
+  const char* name;
+  void (*apply)();
+};
+
+std::ostream& operator<<(std::ostream& out, const Preparation& preparation) {
+  return out << preparation.name;
+}
+
+template <typename Named>
+std::string nameOf(const testing::TestParamInfo<Named>& test) {
+  return test.param.name;
+}
+
+void nothing() {}
+
+void ignoreSignal(int) {}
+
+void setAllSignals(void (*handler)(int)) {
+  for (int signal = 1; signal < NSIG; ++signal)
+    std::signal(signal, handler);
+}
+
+// To something that no application gets.
+void redirectStreams() {
+  const int zero = ::open("/dev/zero", O_RDWR);
+  for (int stream = 0; stream < 3; ++stream)
+    ::dup2(zero, stream);
+}
+
+void closeStreams() {
+  for (int stream = 0; stream < 3; ++stream)
+    ::close(stream);
+}
+
+// The C library takes the space for these from the stack of each thread.
+thread_local std::array<volatile char, 64 * 1024> threadLocals;
+
+void setDefaultStackSize(std::size_t size) {
+  threadLocals[0] = 1;
+  pthread_attr_t attributes;
+  ::pthread_attr_init(&attributes);
+  ::pthread_attr_setstacksize(&attributes, size);
+  EXPECT_EQ(::pthread_setattr_default_np(&attributes), 0);
+  ::pthread_attr_destroy(&attributes);
+}
+
+} // namespace
+
 class Start : public EndToEnd {
 protected:
+  static void launchInHost(const Body& prepare = nothing) {
+    inHost([&] {
+      prepare();
+      EXPECT_EQ(launch(), "returned 0");
+    });
+  }
+
   // The state of the one application that one launch starts.
-  HostState launchOne() {
-    EXPECT_EQ(launch(), "returned 0");
+  HostState launchOne(const Body& prepare = nothing) {
+    launchInHost(prepare);
     EXPECT_EQ(outcome(), SUCCESS);
     return report();
   }
 
   // The outcome of one launch that does not start anything.
-  std::string launchNone() {
-    EXPECT_EQ(launch(), "returned 0");
-    const std::string message = outcome();
+  std::string launchNone(const Body& prepare = nothing) {
+    launchInHost(prepare);
     EXPECT_THAT(reports(), IsEmpty());
-    return message;
+    return outcome();
   }
 
   // Starts the copy with this argument and without a host.
@@ -58,75 +125,67 @@ TEST_F(Start, PassesLoadmode) {
 
 TEST_F(Start, GivesOwnSession) {
   makeCopy();
-  const std::string hostId = std::to_string(host().id());
-  auto application = launchOne();
+  const fs::path hostId = home.path() / "host";
+  auto application = launchOne([&] { writeFile(hostId, std::to_string(::getpid())); });
   EXPECT_EQ(application["session"], application["process"]);
   EXPECT_EQ(application["process group"], application["process"]);
-  EXPECT_NE(application["parent"], hostId);
+  EXPECT_NE(application["parent"], readFile(hostId));
   EXPECT_EQ(application["folder"], "/");
 }
 
-class Streams : public Start, public testing::WithParamInterface<bool> {};
+class Streams : public Start, public testing::WithParamInterface<Preparation> {};
 
 TEST_P(Streams, AreNull) {
   makeCopy();
-  if (GetParam())
-    tell({"close-standard-streams"});
-  auto application = launchOne();
+  auto application = launchOne(GetParam().apply);
   EXPECT_THAT(application["descriptor 0"], StartsWith("/dev/null read"));
   EXPECT_THAT(application["descriptor 1"], MatchesRegex("/dev/null (read-)?write"));
   EXPECT_THAT(application["descriptor 2"], MatchesRegex("/dev/null (read-)?write"));
   EXPECT_EQ(part(application, "descriptor ").size(), 3U);
 }
 
-INSTANTIATE_TEST_SUITE_P(HostHas, Streams, testing::Bool(), [](const auto& test) {
-  return test.param ? "None" : "All";
-});
+INSTANTIATE_TEST_SUITE_P(
+    HostHas,
+    Streams,
+    testing::Values(Preparation{"All", redirectStreams}, Preparation{"None", closeStreams}),
+    nameOf<Preparation>);
 
 TEST_F(Start, PassesEnvironment) {
   makeCopy();
   const ScopedEnvironment odd("LAUNCHER_TEST_VALUE", "two words = $HOME, and\na line feed");
   const ScopedEnvironment empty("LAUNCHER_TEST_EMPTY", "");
-  const auto hostState = host().describe();
+  const auto hostState = currentState();
   const auto application = launchOne();
   EXPECT_EQ(part(application, "environment "), part(hostState, "environment "));
   EXPECT_EQ(part(application, "environment LAUNCHER_TEST").size(), 2U);
   EXPECT_EQ(part(application, "umask"), part(hostState, "umask"));
-  EXPECT_EQ(part(application, "limit "), part(hostState, "limit "));
+  EXPECT_EQ(part(application, "limit"), part(hostState, "limit"));
 }
 
 TEST_F(Start, PassesNoDescriptor) {
   makeCopy();
-  tell({"open-descriptors"});
-  EXPECT_EQ(part(host().describe(), "descriptor 700").size(), 1U);
-  EXPECT_EQ(part(launchOne(), "descriptor ").size(), 3U);
+  EXPECT_EQ(part(launchOne(openDescriptors), "descriptor ").size(), 3U);
 }
 
-// A parameter that is a command of the host; a test's name may not hold a dash.
-class StartByHost : public Start, public testing::WithParamInterface<const char*> {
-public:
-  static std::string name(const testing::TestParamInfo<const char*>& test) {
-    std::string name = test.param;
-    std::replace(name.begin(), name.end(), '-', '_');
-    return name;
-  }
-};
-
-using Signals = StartByHost;
+class Signals : public Start, public testing::WithParamInterface<Preparation> {};
 
 TEST_P(Signals, AreDefault) {
   makeCopy();
-  tell({GetParam()});
-  auto application = launchOne();
+  auto application = launchOne(GetParam().apply);
   for (const char* set : {"signals ignored", "signals handled", "signals blocked"})
     EXPECT_EQ(application[set], "0000000000000000") << set;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Host,
-    Signals,
-    testing::Values("ignore-signals", "handle-signals", "block-signals"),
-    StartByHost::name);
+const Preparation SIGNALS[] = {
+    {"Ignored", [] { setAllSignals(SIG_IGN); }},
+    {"Handled", [] { setAllSignals(ignoreSignal); }},
+    {"Blocked", [] {
+       sigset_t all;
+       ::sigfillset(&all);
+       ::pthread_sigmask(SIG_BLOCK, &all, nullptr);
+     }}};
+
+INSTANTIATE_TEST_SUITE_P(Host, Signals, testing::ValuesIn(SIGNALS), nameOf<Preparation>);
 
 // --- Arguments ---
 
@@ -199,9 +258,9 @@ TEST_F(Start, RunsScript) {
 
 TEST_F(Start, RunsUnreadableExecutable) {
   fs::permissions(executableIn(makeCopy("/Applications")), fs::perms(0111));
-  shareHome();
-  tell({"become-unprivileged"});
-  EXPECT_EQ(launchOne().count("argument 1"), 1U);
+  asUnprivilegedUser(home.path(), [] { launchInHost(); });
+  EXPECT_EQ(outcome(), SUCCESS);
+  EXPECT_EQ(report().count("argument 1"), 1U);
 }
 
 TEST_F(Start, ResolvesRelativeFolder) {
@@ -270,43 +329,50 @@ TEST_P(BrokenCopy, IsReported) {
   EXPECT_FALSE(fs::exists(home.path() / "shell-ran"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Kind, BrokenCopy, testing::ValuesIn(BREAKAGES), [](const auto& test) {
-  return test.param.name;
-});
+INSTANTIATE_TEST_SUITE_P(Kind, BrokenCopy, testing::ValuesIn(BREAKAGES), nameOf<Breakage>);
 
 TEST_F(Start, ReportsWithoutStreams) {
   const Copy copy = makeCopy();
   fs::remove(executableIn(copy));
-  tell({"close-standard-streams"});
-  EXPECT_EQ(launchNone(), failure(executableIn(copy), "No such file or directory"));
+  EXPECT_EQ(launchNone(closeStreams), failure(executableIn(copy), "No such file or directory"));
 }
 
 // A path is text, not a format.
 TEST_F(Start, ReportsPercentSigns) {
-  const Copy copy = makeCopy(home.launcherFolder() / "100%s%d%n");
+  const Copy copy = makeCopy(home.launcherDirectory() / "100%s%d%n");
   fs::remove(executableIn(copy));
   EXPECT_EQ(launchNone(), failure(executableIn(copy), "No such file or directory"));
 }
 
 TEST_F(Start, ReportsDeniedProcess) {
   makeCopy();
-  tell({"answer", "fork", "no"});
-  EXPECT_THAT(launchNone(), MatchesRegex("Failed to run the app: .*fork.*\\(.*unavailable\\)"));
+  const auto message = launchNone([] { FakeSystem::fork.answer = Answer::NO; });
+  EXPECT_THAT(message, MatchesRegex("Failed to run the app: .*fork.*\\(.*unavailable\\)"));
 }
 
+// The host keeps its standard input.
 TEST_F(Start, ReportsDeniedPipe) {
   const Copy copy = makeCopy();
-  tell({"answer", "pipe2", "no"});
-  const auto before = part(host().describe(), "descriptor 0");
-  EXPECT_EQ(launch(), "returned 0");
-  EXPECT_EQ(outcome(), failure(executableIn(copy), "Too many open files"));
-  EXPECT_EQ(part(host().describe(), "descriptor 0"), before);
+  inHost([&] {
+    FakeSystem::pipe.answer = Answer::NO;
+    const auto before = part(currentState(), "descriptor 0");
+    EXPECT_EQ(launch(), "returned 0");
+    EXPECT_EQ(outcome(), failure(executableIn(copy), "Too many open files"));
+    EXPECT_EQ(part(currentState(), "descriptor 0"), before);
+  });
+}
+
+TEST_F(Start, ReportsChildKilledBeforeExec) {
+  const Copy copy = makeCopy();
+  EXPECT_EQ(
+      launchNone([] { FakeSystem::session.answer = Answer::NO; }),
+      failure(executableIn(copy), "the new process ended before it executed the program"));
 }
 
 TEST_F(Start, ReportsDeniedMemory) {
   makeCopy();
-  tell({"answer", "new", "no"});
-  EXPECT_EQ(launchNone(), "Failed to run the app: std::bad_alloc");
+  const auto message = launchNone([] { FakeSystem::storage.answer = Answer::NO; });
+  EXPECT_EQ(message, "Failed to run the app: std::bad_alloc");
 }
 
 TEST_F(Start, ReportsLostWorkingFolder) {
@@ -322,89 +388,113 @@ TEST_F(Start, ReportsLostWorkingFolder) {
 // Only that thread could report it.
 TEST_F(Start, FailsSilentlyWithoutThread) {
   const Copy copy = makeCopy();
-  tell({"answer", "pthread_create", "no"});
-  EXPECT_EQ(launch(), "returned 0");
+  launchInHost([] { FakeSystem::thread.answer = Answer::NO; });
   EXPECT_EQ(readFile(copy.dir() / "launchCount.dat"), "1");
-  EXPECT_EQ(host().threads(), 1);
   EXPECT_THAT(reports(), IsEmpty());
   EXPECT_THAT(systemLog->awaitMessages(0), IsEmpty());
 }
 
 // --- Time ---
 
-TEST_F(Start, TwiceGivesTwoInstances) {
-  const Copy copy = makeCopy();
-  EXPECT_EQ(launch(), "returned 0");
-  EXPECT_EQ(launch(), "returned 0");
-  EXPECT_THAT(systemLog->awaitMessages(2), testing::ElementsAre(SUCCESS, SUCCESS));
-  EXPECT_EQ(reports().size(), 2U);
-  EXPECT_EQ(readFile(copy.dir() / "launchCount.dat"), "2");
-}
-
 // A thread that nobody joins must be detached, or its stack stays mapped.
 TEST_F(Start, IsFollowedByOnePause) {
   const Copy copy = makeCopy();
   for (const fs::path& removed : {fs::path(), executableIn(copy), copy.dir()}) {
     fs::remove_all(removed);
-    EXPECT_EQ(launch(), "returned 0");
-    EXPECT_EQ(host().ask({"journal"}), "detached thread, pause");
+    inHost([] {
+      FakeSleep::setAction([] { EXPECT_EQ(FakeSystem::thread.calls, 1); });
+      EXPECT_EQ(launch(), "returned 0");
+      EXPECT_EQ(FakeSleep::count(), 1U);
+      EXPECT_EQ(FakeSystem::thread.calls, 1);
+    });
   }
   EXPECT_EQ(systemLog->awaitMessages(3).size(), 3U);
 }
 
 // The one test in which the pause is slept.
 TEST_F(Start, HoldsCallerFor3Seconds) {
-  tell({"sleep-really"});
-  const auto before = std::chrono::steady_clock::now();
-  EXPECT_EQ(launch(), "returned 0");
-  EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(3000));
-  EXPECT_EQ(host().ask({"journal"}), "detached thread, pause");
+  inHost([] {
+    FakeSleep::sleepReally();
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_EQ(launch(), "returned 0");
+    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(3000));
+    EXPECT_EQ(FakeSleep::count(), 1U);
+  });
   EXPECT_THAT(outcome(), EndsWith("No such file or directory"));
 }
 
 TEST_F(Start, IsNotAwaited) {
   makeCopy();
-  tell({"answer", "fork", "later"});
-  EXPECT_EQ(launch(), "returned 0");
-  EXPECT_EQ(host().threads(), 2);
-  EXPECT_TRUE(fs::is_empty(home.path() / "reports"));
-  tell({"answer", "fork", "yes"});
+  inHost([this] {
+    FakeSystem::fork.answer = Answer::LATER;
+    EXPECT_EQ(launch(), "returned 0");
+    EXPECT_EQ(countThreads(), 2);
+    EXPECT_TRUE(fs::is_empty(home.path() / "reports"));
+    FakeSystem::fork.answer = Answer::YES;
+  });
   EXPECT_EQ(outcome(), SUCCESS);
   EXPECT_EQ(reports().size(), 1U);
 }
 
 TEST_F(Start, IgnoresStalledLog) {
   makeCopy();
-  systemLog->stall();
-  EXPECT_EQ(launch(), "returned 0");
-  EXPECT_EQ(host().threads(), 2);
-  EXPECT_EQ(outcome(), SUCCESS);
+  inHost([this] {
+    systemLog->stall();
+    EXPECT_EQ(launch(), "returned 0");
+    EXPECT_EQ(countThreads(), 2);
+    EXPECT_EQ(outcome(), SUCCESS);
+  });
 }
 
 // --- Hosts of many kinds ---
 
+// The smallest size is below that of the thread-local variables, the other above the address space.
 TEST_F(Start, HasStackEnough) {
   makeCopy();
-  tell({"use-tiny-stacks"});
-  EXPECT_EQ(launchOne().count("argument 1"), 1U);
+  const auto smallest = static_cast<std::size_t>(PTHREAD_STACK_MIN);
+  EXPECT_EQ(launchOne([&] { setDefaultStackSize(smallest); }).count("argument 1"), 1U);
 }
 
-using Children = StartByHost;
+TEST_F(Start, NeedsNoHugeStack) {
+  makeCopy();
+  EXPECT_EQ(launchOne([] { setDefaultStackSize(1ULL << 48); }).count("argument 1"), 1U);
+}
+
+TEST_F(Start, HasDefaultScheduling) {
+  makeCopy();
+  const auto application = launchOne([] {
+    const sched_param parameters{};
+    ASSERT_EQ(::sched_setscheduler(0, SCHED_BATCH, &parameters), 0);
+  });
+  EXPECT_EQ(part(application, "scheduling"), part(currentState(), "scheduling"));
+}
+
+class Children : public Start, public testing::WithParamInterface<Preparation> {};
 
 TEST_P(Children, AreTreatedAsBefore) {
   makeCopy();
-  tell({"children", GetParam()});
-  auto before = host().describe();
-  EXPECT_EQ(launch(), "returned 0");
-  EXPECT_EQ(outcome(), SUCCESS);
-  auto after = host().describe();
-  EXPECT_EQ(part(after, "disposition"), part(before, "disposition"));
-  EXPECT_EQ(after["children"], "none");
-  EXPECT_EQ(after["threads"], before["threads"]);
+  inHost([this] {
+    GetParam().apply();
+    auto before = currentState();
+    EXPECT_EQ(launch(), "returned 0");
+    EXPECT_EQ(outcome(), SUCCESS);
+    auto after = currentState();
+    EXPECT_EQ(part(after, "disposition"), part(before, "disposition"));
+    EXPECT_EQ(after["children"], "none");
+    EXPECT_EQ(after["threads"], before["threads"]);
+  });
   EXPECT_EQ(reports().size(), 1U);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Host, Children, testing::Values("ignore", "handle", "leave-unwaited"), StartByHost::name);
+const Preparation CHILDREN[] = {
+    {"Ignored", [] { std::signal(SIGCHLD, SIG_IGN); }},
+    {"Handled", [] { std::signal(SIGCHLD, ignoreSignal); }},
+    {"LeftUnwaited", [] {
+       struct sigaction action {};
+       action.sa_flags = SA_NOCLDWAIT;
+       EXPECT_EQ(::sigaction(SIGCHLD, &action, nullptr), 0);
+     }}};
+
+INSTANTIATE_TEST_SUITE_P(Host, Children, testing::ValuesIn(CHILDREN), nameOf<Preparation>);
 
 } // namespace test

@@ -2,7 +2,12 @@
 
 #include "EndToEndTest.h"
 
+#include <cstdlib>
+#include <random>
+#include <thread>
+
 using testing::Each;
+using testing::UnorderedElementsAre;
 
 namespace test {
 
@@ -11,73 +16,112 @@ protected:
   // Never judged corrupt, however often it is launched.
   Unload() { makeCopy().startedSafely(); }
 
+  static void launchAndClose() {
+    ASSERT_EQ(launch(), "returned 0");
+    closeLibrary();
+  }
+
   // Closes the library while a start is held up; finish releases it.
   template <typename Finish>
   void closeDuringStart(Finish finish) {
-    ASSERT_EQ(host().ask({"launch-and-close", "launchermode"}), "returned 0, done");
-    ASSERT_EQ(host().threads(), 2);
+    launchAndClose();
+    EXPECT_EQ(countThreads(), 2);
     finish();
     EXPECT_EQ(outcome(), SUCCESS);
-    EXPECT_EQ(reports().size(), 1U);
   }
 
-  // Lets the host end as soon as the entry point has returned. The start may succeed or not.
-  void exitAfterLaunch() {
-    EXPECT_EQ(host().ask({"launch-and-exit", "launchermode"}), "");
-    EXPECT_EQ(endHost(), 0);
+  // Ends the host as soon as the entry point has returned. The start may succeed or not.
+  static void exitAfterLaunch() { std::exit(launch() == "returned 0" ? BODY_RAN : 1); }
+
+  static bool isLibraryMapped() {
+    return readFile("/proc/self/maps").find("libThinClientLauncher.dylib") != std::string::npos;
   }
 
   static constexpr std::size_t REPETITIONS = 20;
 };
 
 TEST_F(Unload, UnmapsUnusedLibrary) {
-  EXPECT_TRUE(host().hasLauncherMapped());
-  tell({"close"});
-  EXPECT_FALSE(host().hasLauncherMapped());
+  inHost([] {
+    EXPECT_TRUE(isLibraryMapped());
+    closeLibrary();
+    EXPECT_FALSE(isLibraryMapped());
+  });
 }
 
 TEST_F(Unload, IsSafeAfterLaunch) {
   for (std::size_t launches = 1; launches <= REPETITIONS; ++launches) {
-    ASSERT_EQ(host().ask({"launch-and-close", "launchermode"}), "returned 0, done");
+    inHost(launchAndClose);
     ASSERT_EQ(systemLog->await(launches).size(), launches);
-    EXPECT_EQ(endHost(), 0);
   }
   EXPECT_THAT(systemLog->awaitMessages(REPETITIONS), Each(SUCCESS));
   EXPECT_EQ(reports().size(), REPETITIONS);
 }
 
 TEST_F(Unload, IsSafeRepeatedly) {
-  for (std::size_t launches = 1; launches <= REPETITIONS; ++launches) {
-    ASSERT_EQ(host().ask({"launch-and-close", "launchermode"}), "returned 0, done");
-    tell({"load", LAUNCHER_LIBRARY});
-  }
-  EXPECT_EQ(systemLog->await(REPETITIONS).size(), REPETITIONS);
+  inHost([this] {
+    for (std::size_t launches = 0; launches < REPETITIONS; ++launches) {
+      launchAndClose();
+      loadLibrary();
+    }
+    EXPECT_EQ(systemLog->await(REPETITIONS).size(), REPETITIONS);
+  });
   EXPECT_EQ(reports().size(), REPETITIONS);
 }
 
 TEST_F(Unload, IsSafeBeforeFork) {
-  tell({"answer", "fork", "later"});
-  closeDuringStart([this] { tell({"answer", "fork", "yes"}); });
+  inHost([this] {
+    FakeSystem::fork.answer = FakeSystem::Answer::LATER;
+    closeDuringStart([] { FakeSystem::fork.answer = FakeSystem::Answer::YES; });
+  });
+  EXPECT_EQ(reports().size(), 1U);
 }
 
 TEST_F(Unload, IsSafeBeforeReport) {
-  systemLog->stall();
-  closeDuringStart([] {});
+  inHost([this] {
+    systemLog->stall();
+    closeDuringStart([] {});
+  });
+  EXPECT_EQ(reports().size(), 1U);
 }
 
 TEST_F(Unload, AllowsExitAfterLaunch) {
   for (std::size_t launches = 0; launches < REPETITIONS; ++launches)
-    exitAfterLaunch();
+    inHost(exitAfterLaunch);
+}
+
+// At moments from a microsecond to sixteen milliseconds after the call has begun on another thread.
+TEST_F(Unload, AllowsExitDuringLaunch) {
+  constexpr int EXITS = 200;
+  std::mt19937 random(1);
+  for (int exits = 0; exits < EXITS; ++exits) {
+    const std::chrono::microseconds moment(1U << random() % 15);
+    inHost([moment] {
+      std::thread([] { launch(); }).detach();
+      std::this_thread::sleep_for(moment);
+      std::exit(BODY_RAN);
+    });
+  }
+  awaitProcesses();
+  const std::filesystem::path library = home.path() / "Library";
+  EXPECT_THAT(
+      directoriesIn(library), UnorderedElementsAre(home.applicationSupport(), library / "Logs"));
+  EXPECT_THAT(
+      directoriesIn(home.launcherDirectory()),
+      UnorderedElementsAre(home.launcherDirectory() / "copy"));
 }
 
 TEST_F(Unload, AllowsExitBeforeFork) {
-  tell({"answer", "fork", "later"});
-  exitAfterLaunch();
+  inHost([] {
+    FakeSystem::fork.answer = FakeSystem::Answer::LATER;
+    exitAfterLaunch();
+  });
 }
 
 TEST_F(Unload, AllowsExitBeforeReport) {
-  systemLog->stall();
-  exitAfterLaunch();
+  inHost([this] {
+    systemLog->stall();
+    exitAfterLaunch();
+  });
 }
 
 } // namespace test

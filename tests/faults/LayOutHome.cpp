@@ -1,5 +1,5 @@
 // Lays out a home for the fault tests. Beside the launcher's folders it holds files that must not
-// change. Usage: lay_out_home plain|corrupt|cleaning|first HOME APPLICATION
+// change. Usage: lay_out_home plain|corrupt|cleaning|first|bare HOME APPLICATION
 
 #include "Home.h"
 
@@ -7,34 +7,7 @@
 
 namespace fs = std::filesystem;
 
-struct Folder {
-  const char* layouts; // those that have it
-  const char* version;
-  const char* launches; // null: no record
-  int hoursAgo;         // of the last launch; 0: no record
-  bool safe;            // started safely
-};
-
-constexpr Folder FOLDERS[] = {
-    {"plain corrupt cleaning", "45.12.0.900", "2", 3, true},
-    {"plain corrupt cleaning", "45.11.0.1", "5", 30, true},
-    {"corrupt", "45.12.0.901", "3", 1, false},
-    {"cleaning", "45.10.0.0", nullptr, 40, true},
-    {"cleaning", "45.10.0.1", nullptr, 20, true},
-    {"cleaning", "45.10.0.2", nullptr, 50, true},
-    {"cleaning", "45.10.0.3", nullptr, 10, true},
-    {"cleaning", "45.10.0.4", nullptr, 0, true}};
-
-static void addFolder(const fs::path& launcher, const Folder& folder, const fs::path& application) {
-  test::Copy copy(launcher / folder.version, folder.version);
-  copy.executable(application);
-  if (folder.launches != nullptr)
-    copy.launches(folder.launches);
-  if (folder.hoursAgo != 0)
-    copy.launched(std::chrono::hours(folder.hoursAgo));
-  if (folder.safe)
-    copy.startedSafely();
-}
+using namespace std::chrono_literals;
 
 int main(int argc, char** argv) {
   if (argc != 4)
@@ -46,12 +19,27 @@ int main(int argc, char** argv) {
   for (const auto& folder : {home / "precious", home / "Library" / "Other", support / "Other"})
     test::writeFile(folder / "file", "precious");
   fs::create_directory(home / "work");
-  for (const Folder& folder : FOLDERS) {
-    if (std::string(folder.layouts).find(layout) != std::string::npos)
-      addFolder(launcher, folder, argv[3]);
+  if (layout == "bare") { // no Application Support, and nothing to start
+    fs::remove_all(support);
+    return 0;
   }
-  if (layout == "cleaning")
+  const auto addCopy = [&](const std::string& version) {
+    return test::Copy(launcher / version, version).executable(argv[3]);
+  };
+  if (layout != "first") { // which has no launcher folder yet
+    addCopy("45.12.0.900").launches("2").launched(3h).startedSafely();
+    addCopy("45.11.0.1").launches("5").launched(30h).startedSafely();
+  }
+  if (layout == "corrupt")
+    addCopy("45.12.0.901").launches("3").launched(1h);
+  if (layout == "cleaning") {
+    addCopy("45.10.0.0").launched(40h).startedSafely();
+    addCopy("45.10.0.1").launched(20h).startedSafely();
+    addCopy("45.10.0.2").launched(50h).startedSafely();
+    addCopy("45.10.0.3").launched(10h).startedSafely();
+    addCopy("45.10.0.4").startedSafely();
     fs::create_directory_symlink(home / "precious", launcher / "45.10.0.2" / "link");
-  if (layout == "first") // no launcher folder yet
+  }
+  if (layout == "first")
     test::Copy(home / "work", "45.12.0.900").executable(argv[3]).startedSafely();
 }

@@ -8,11 +8,12 @@ import subprocess
 import sys
 import time
 
-LAUNCHER_FOLDER = "Library/Application Support/VantuOrlixVDILauncher"
-LOG_FOLDER = "Library/Logs"
-LOG_FILE = LOG_FOLDER + "/VantuOrlixVDI/vdi-launch-launchmode-log.txt"
+LAUNCHER_DIRECTORY = "Library/Application Support/VantuOrlixVDILauncher"
+LOG_DIRECTORY = "Library/Logs"
+LOG_FILE = LOG_DIRECTORY + "/VantuOrlixVDI/vdi-launch-launchmode-log.txt"
 NEWEST = "45.12.0.900"
 OTHER_FOLDERS_KEPT = 2
+RECORDS_OF_NOTHING = ("work/launchCount.dat", "work/launch.dat")
 KERNEL_THREAD = 0x00200000  # in the flags of /proc/PID/stat
 TIME_LIMIT = 60  # seconds; for hangs, not for slow machines
 
@@ -33,9 +34,16 @@ def promise(holds, text):
         raise BrokenPromise(text)
 
 
+def is_bare(home):
+    """Whether the launcher has no launcher folder, and so records even a launch of nothing."""
+    return not (home / LAUNCHER_DIRECTORY).parent.exists()
+
+
 def snapshot(home):
     """All but what a launch may change: path, kind, content."""
-    excluded = {home / LAUNCHER_FOLDER, home / LOG_FOLDER, home / "starts"}
+    excluded = {home / LAUNCHER_DIRECTORY, home / LOG_DIRECTORY, home / "starts"}
+    if is_bare(home):
+        excluded |= {home / record for record in RECORDS_OF_NOTHING}
     found = {}
     for folder, folders, files in os.walk(home):
         here = pathlib.Path(folder)
@@ -62,11 +70,9 @@ def finish(process):
         raise BrokenPromise("the launch hangs") from None
     if process.returncode == -9:
         return End("killed", "unknown")
-    launch = next((answer for answer in answers
-                   if answer == "returned 0" or answer.startswith("filesystem_error ")), None)
-    promise(process.returncode == 0 and launch,
+    promise(process.returncode == 0 and re.match("returned 0$|filesystem_error ", answers[0]),
             f"the host ended with {process.returncode}: {answers}")
-    return End("returned" if launch == "returned 0" else "file-system error", answers[-1])
+    return End("returned" if answers[0] == "returned 0" else "file-system error", answers[1])
 
 
 class Home:
@@ -75,6 +81,7 @@ class Home:
         self.outside = snapshot(path)
         self.times = self.launch_times()
         self.starts = self.count_starts()
+        self.undisturbed = End("returned", "start failed" if is_bare(path) else "started")
 
     @staticmethod
     def lay_out(layout, path, programs):
@@ -83,7 +90,7 @@ class Home:
 
     def launch_times(self):
         """Of the folders of the launcher folder, by name; 0 for one without a launch record."""
-        launcher = self.path / LAUNCHER_FOLDER
+        launcher = self.path / LAUNCHER_DIRECTORY
         records = {folder.name: folder / "launch.dat" for folder in launcher.iterdir()
                    if folder.is_dir()} if launcher.is_dir() else {}
         return {name: record.stat().st_mtime_ns if record.exists() else 0
@@ -95,15 +102,12 @@ class Home:
 
     def host(self, programs, stopped=""):
         """A host that launches; stopped: where it stops for a tracer, "caller" or "starter"."""
-        stop = ["stop", "--"] if stopped == "caller" else []
-        stopping = ["stopping"] if stopped == "starter" else []
-        commands = ["load", programs.library, "--", "start-in-pauses", *stopping, "--", *stop,
-                    "launch", "launchermode", "45.12.0.1000", "--", *stop, "outcome"]
         # A session of its own: a stopped host in the group of a shell that ends would hang it up.
-        environment = {**os.environ, "HOME": str(self.path), "USER": "tester"}
-        process = subprocess.Popen([programs.host, *commands], env=environment,
-                                   cwd=self.path / "work", stdout=subprocess.PIPE, text=True,
-                                   start_new_session=True)
+        environment = {**os.environ, "HOME": str(self.path), "USER": "tester",
+                       "HOST_STOPS": stopped}
+        process = subprocess.Popen([programs.host, programs.library, "launchermode", "45.12.0.1000"],
+                                   env=environment, cwd=self.path / "work", stdout=subprocess.PIPE,
+                                   text=True, start_new_session=True)
         self.host_process = process.pid
         return process
 
@@ -162,8 +166,11 @@ class Home:
         after = Home(self.path)
         promise(after.starts <= self.starts + starts, "more than one start")
         end = finish(after.host(programs))
-        promise(end == End("returned", "started"), f"the next launch: {end}")
-        promise(after.await_starts(end.outcome) == 1, "the next launch did not start one copy")
+        promise(end == self.undisturbed, f"the next launch: {end}")
+        promise(after.await_starts(end.outcome) == (end.outcome == "started"),
+                "the next launch did not start one copy")
+        promise(all((self.path / record).exists() for record in RECORDS_OF_NOTHING)
+                or not is_bare(self.path), "the next launch did not record that it started nothing")
         after.check_surroundings()
         after.check_removals()
         promise(after.launched() is not None, "the next launch left no complete log")

@@ -31,7 +31,7 @@ std::uint32_t leadingNumber(const std::string& content) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const test::ScopedHome home;
-  static const auto copy = home.launcherFolder() / "45.12.0.1";
+  static const auto copy = home.launcherDirectory() / "45.12.0.1";
   const std::string content(reinterpret_cast<const char*>(data), size);
   test::writeFile(copy / "launchCount.dat", content);
 

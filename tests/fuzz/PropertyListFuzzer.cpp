@@ -100,7 +100,7 @@ std::string listOfWords(const std::string& bytes) {
 
 // What the reader gives for each key.
 std::vector<std::string> read(const std::string& list) {
-  static const test::ScopedFolder folder;
+  static const test::ScopedDirectory folder;
   test::writeFile(folder.path() / "Info.plist", list);
   std::vector<std::string> texts;
   for (const char* key : KEYS)

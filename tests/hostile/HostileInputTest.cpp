@@ -1,10 +1,10 @@
 // What a copy's files can be made to hold, deliberately: the answer stays the one of the rules, and
-// every answer takes less than 50 ms of processor time and 32 MB of memory.
+// every answer takes less than 50 ms of processor time, 32 MB of memory and 128 KB of stack.
 
 #include "Fork.h"
 #include "Home.h"
-#include "HostileLists.h"
 #include "LauncherHelper.h"
+#include "PropertyLists.h"
 #include "ThinClientLauncherBase.h"
 
 #include <gtest/gtest.h>
@@ -14,12 +14,23 @@
 #include <functional>
 #include <malloc.h>
 #include <random>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
+namespace Binary = test::Binary;
+
+using Binary::References;
+using test::repeated;
+using test::VERSION;
+using test::VERSION_KEY;
+using test::xmlEntry;
+using test::xmlTextEntry;
+using test::xmlWithEntries;
+using test::xmlWithVersion;
 
 namespace {
 
@@ -30,6 +41,8 @@ constexpr long TIME_LIMIT_MICROSECONDS = 4 * 50'000;
 constexpr long TIME_LIMIT_MICROSECONDS = 50'000;
 #endif
 constexpr long MEMORY_LIMIT_KILOBYTES = 32 * 1024;
+constexpr rlimit STACK_LIMIT{128 * 1024, 128 * 1024};
+constexpr std::size_t MAXIMUM_LIST_SIZE = 256 * 1024; // a larger one is refused for that alone
 constexpr std::uintmax_t GIGABYTE = std::uintmax_t{1} << 30;
 
 // Puts something hostile at a path.
@@ -56,7 +69,7 @@ Placement linkTo(const char* target) {
   return [=](const fs::path& path) { fs::create_symlink(target, path); };
 }
 
-void placeFolder(const fs::path& path) {
+void placeDirectory(const fs::path& path) {
   test::writeFile(path / "content", "in a folder");
 }
 
@@ -102,6 +115,7 @@ std::string answer(const std::string& question, const fs::path& dir) {
 
 // In a process of its own, whose peak memory is no other question's.
 void checkOne(const std::string& question, const fs::path& dir, const char* expected) {
+  ASSERT_EQ(::setrlimit(RLIMIT_STACK, &STACK_LIMIT), 0);
   ::malloc_trim(0); // memory that the test itself has freed would serve the answer
   const long peak = peakKilobytes();
   const std::clock_t start = std::clock();
@@ -115,31 +129,132 @@ void checkOne(const std::string& question, const fs::path& dir, const char* expe
 void check(const std::string& question, const fs::path& place, const std::vector<Case>& cases) {
   for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
-    const test::ScopedFolder dir;
+    const test::ScopedDirectory dir;
     fs::create_directories((dir.path() / place).parent_path());
     row.place(dir.path() / place);
     test::inChildProcess([&] { checkOne(question, dir.path(), row.expected); });
   }
 }
 
-TEST(HostileInput, PropertyLists) {
-  std::vector<Case> cases{
-      {"a million arrays, nested", file("<plist>" + test::repeated("<array>", 1'000'000)), ""},
-      {"1 GB, sparse", sparseFile(GIGABYTE), ""},
-      {"1 GB, sparse, that starts well", sparseFile(GIGABYTE, "<plist version=\"1.0\"><dict>"), ""},
-      {"1 GB, sparse, binary", sparseFile(GIGABYTE, "bplist00"), ""},
-      {"a named pipe", placePipe, ""},
-      {"a socket", placeSocket, ""},
-      {"an endless device", linkTo("/dev/zero"), ""},
-      {"a terminal", linkTo("/dev/tty"), ""},
-      {"a folder", placeFolder, ""},
-      {"a link to itself", linkTo("Info.plist"), ""},
-      {"a dangling link", linkTo("nowhere"), ""},
-  };
-  const auto lists = test::hostileLists();
-  for (const auto& list : lists)
-    cases.push_back({list.name, file(list.content), list.version});
-  check("version", "OrlixVDIPlugin.app/Contents/Info.plist", cases);
+Placement list(const std::string& content) {
+  EXPECT_LE(content.size(), MAXIMUM_LIST_SIZE);
+  return file(content);
+}
+
+Placement
+objects(const std::vector<std::string>& all, std::size_t referenceSize = Binary::REFERENCE_SIZE) {
+  return list(Binary::list(all, 4, referenceSize));
+}
+
+// The version and, before it, the object at 3, which may refer to those behind it.
+Placement besideVersion(const std::vector<std::string>& others) {
+  std::vector<std::string> all{
+      Binary::dictionary({4, 1}, {3, 2}),
+      Binary::text(VERSION_KEY),
+      Binary::text(VERSION),
+      others.front(),
+      Binary::text("a")};
+  all.insert(all.end(), others.begin() + 1, others.end());
+  return objects(all);
+}
+
+// Arrays in arrays, each of which refers so many times to the next.
+Placement nestedArrays(std::size_t depth, std::size_t times, const std::string& innermost) {
+  std::vector<std::string> all{Binary::array(References(times, 5))};
+  for (std::size_t level = 1; level < depth; ++level)
+    all.push_back(Binary::array(References(times, 5 + level)));
+  all.push_back(innermost);
+  return besideVersion(all);
+}
+
+// A dictionary that has the same key, and the version under it, this many times.
+Placement repeatedKey(const std::string& key, std::size_t times) {
+  return objects(
+      {Binary::dictionary(References(times, 1), References(times, 2)), key, Binary::text(VERSION)});
+}
+
+constexpr const char* LIST = "OrlixVDIPlugin.app/Contents/Info.plist";
+
+TEST(HostileInput, ListFiles) {
+  check(
+      "version",
+      LIST,
+      {
+          {"a million arrays, nested", file("<plist>" + repeated("<array>", 1'000'000)), ""},
+          {"1 GB, sparse", sparseFile(GIGABYTE), ""},
+          {"1 GB, sparse, that starts well", sparseFile(GIGABYTE, "<plist><dict>"), ""},
+          {"1 GB, sparse, binary", sparseFile(GIGABYTE, "bplist00"), ""},
+          {"random bytes", file(randomBytes(MAXIMUM_LIST_SIZE)), ""},
+          {"random bytes after the head", file("bplist00" + randomBytes(100'000)), ""},
+          {"a socket", placeSocket, ""},
+          {"an endless device", linkTo("/dev/zero"), ""},
+      });
+}
+
+TEST(HostileInput, XmlLists) {
+  const std::string laughs =
+      "<!DOCTYPE plist [<!ENTITY a \"ha\"><!ENTITY b \"&a;&a;\"><!ENTITY c \"&b;&b;\">]>";
+  const std::string dictionaries =
+      repeated("<dict><key>a</key>", 10000) + "<true/>" + repeated("</dict>", 10000);
+  const std::string longKey = std::string(30, 'k') + "&lt;";
+  check(
+      "version",
+      LIST,
+      {
+          {"dictionaries, nested", list(xmlWithVersion(xmlEntry(dictionaries, "a"))), VERSION},
+          {"unclosed arrays", list("<plist>" + repeated("<array>", 37000)), ""},
+          {"unclosed comments", list("<plist>" + repeated("<!--", 65000)), ""},
+          {"unclosed character data",
+           list("<plist><dict><key>" + repeated("<![CDATA[", 29000)),
+           ""},
+          {"nothing but <", list(std::string(MAXIMUM_LIST_SIZE, '<')), ""},
+          {"nothing but &", list(xmlWithEntries(xmlTextEntry(std::string(261'000, '&')))), ""},
+          {"entities of entities", list(laughs + xmlWithEntries(xmlTextEntry("&c;"))), ""},
+          {"entities", list(xmlWithEntries(xmlTextEntry(repeated("&lt;", 65000) + "&a;"))), ""},
+          {"comments",
+           list(xmlWithEntries(xmlTextEntry(VERSION + repeated("<!---->", 37000)))),
+           VERSION},
+          {"character data",
+           list(xmlWithEntries(xmlTextEntry(VERSION + repeated("<![CDATA[]]>", 21000)))),
+           VERSION},
+          {"short keys", list(xmlWithVersion(repeated(xmlEntry("<true/>", "k"), 13000))), VERSION},
+          {"long keys",
+           list(xmlWithVersion(repeated(xmlEntry("<true/>", longKey), 4900))),
+           VERSION},
+      });
+}
+
+TEST(HostileInput, BinaryLists) {
+  using namespace test::Binary;
+  const std::string almostKey = std::string(VERSION_KEY).replace(25, 1, "G");
+  const std::string endlessCount = "\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF";
+  const std::string shared(1 << 17, 'x');
+  check(
+      "version",
+      LIST,
+      {
+          {"arrays that share their entries", nestedArrays(40, 8, text("x")), VERSION},
+          {"a long text shared by arrays", nestedArrays(2, 100, text(shared)), VERSION},
+          {"arrays, nested", nestedArrays(30000, 1, text("x")), VERSION},
+          {"two arrays in each other", besideVersion({array({5}), array({3})}), VERSION},
+          {"a dictionary in itself", objects({dictionary({1}, {0}), text(VERSION_KEY)}), ""},
+          {"a dictionary as its own key", objects({dictionary({0}, {1}), text(VERSION)}), ""},
+          {"a long text as every key", repeatedKey(text(shared), 30000), ""},
+          {"a long UTF-16 text as every key",
+           repeatedKey(utf16(std::u16string(1 << 16, u'x')), 30000),
+           ""},
+          {"almost the key as every key", repeatedKey(text(almostKey), 60000), ""},
+          {"a text without end", list(withVersion("\x5F" + endlessCount)), ""},
+          {"a UTF-16 text without end", list(withVersion("\x6F" + endlessCount)), ""},
+          {"a dictionary without end",
+           objects({"\xDF" + endlessCount + number(1, 2), text("a")}),
+           ""},
+          {"an array without end", besideVersion({"\xAF" + endlessCount}), VERSION},
+          {"a reference beyond the table", objects({dictionary({1}, {9}), text(VERSION_KEY)}), ""},
+          {"references of 255 bytes",
+           objects({dictionary({1}, {2}, 255), text(VERSION_KEY), text(VERSION)}, 255),
+           ""},
+      });
 }
 
 TEST(HostileInput, LaunchCounts) {
@@ -147,7 +262,7 @@ TEST(HostileInput, LaunchCounts) {
       "launches",
       "launchCount.dat",
       {
-          {"a folder", placeFolder, "0"},
+          {"a folder", placeDirectory, "0"},
           {"1 GB of zero bytes, sparse", sparseFile(GIGABYTE), "0"},
           {"1 GB, sparse, that starts with a number", sparseFile(GIGABYTE, "7"), "7"},
           {"binary garbage", file("\x80\xFF" + randomBytes(100'000)), "0"},
@@ -167,7 +282,7 @@ TEST(HostileInput, SafeStarts) {
       {
           {"a file", file(""), "yes"},
           {"1 GB, sparse", sparseFile(GIGABYTE), "yes"},
-          {"a folder", placeFolder, "yes"},
+          {"a folder", placeDirectory, "yes"},
           {"a named pipe", placePipe, "yes"},
           {"a socket", placeSocket, "yes"},
           {"a link to a device", linkTo("/dev/zero"), "yes"},

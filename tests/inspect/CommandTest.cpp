@@ -61,6 +61,10 @@ TEST_F(Command, EndsWithTwoOnWrongUsage) {
       {{"--json", "--client-version", "1", "--client-version", "2"}, "give the option once"},
       {{"--no-such-option"}, "not expected: --no-such-option"},
       {{"word"}, "not expected: word"},
+      {{"--json", "--brief"}, "--brief excludes --json; give one of the two"},
+      {{"--brief", "--explain", "a"}, "--explain excludes --brief; give one of the two"},
+      {{"--explain", "none"}, R"("none" is none of the candidates; give the name of a folder)"},
+      {{"--explain", ""}, R"("launcher-inspect --brief" lists them)"},
       {{"--home", "/\x1b[31m\n\u202E"}, R"("/\x1b[31m\n\xe2\x80\xae" is no folder)"},
       {{"\x1b[31m"}, R"(not expected: \x1b[31m)"}};
   for (const auto& [arguments, message] : rows) {
@@ -72,8 +76,16 @@ TEST_F(Command, EndsWithTwoOnWrongUsage) {
   }
 }
 
+TEST_F(Command, EndsWithThreeIfItCannotTell) {
+  home.copy("a");
+  std::filesystem::create_symlink("loop", home.launcherDirectory() / "loop");
+  for (const char* form : {"--json", "--brief", "--explain=a", "--explain=none", "--mask"})
+    EXPECT_EQ(inspect({form}).status, 3) << form;
+  EXPECT_THAT(inspect({"--explain=loop"}).out, HasSubstr("\n  stopped: "));
+}
+
 TEST_F(Command, InspectsOtherHome) {
-  const test::ScopedFolder other;
+  const test::ScopedDirectory other;
   test::Copy(other.path() / "Library/Application Support/VantuOrlixVDILauncher/a");
   EXPECT_EQ(inspect({"--home", other.path()}).status, 0);
   const fs::path name = other.path().filename();
@@ -83,8 +95,26 @@ TEST_F(Command, InspectsOtherHome) {
   EXPECT_EQ(relative.status, 0);
 }
 
+TEST_F(Command, NormalisesHome) {
+  home.copy("a").launches("3");
+  fs::create_directory(home.path() / "work");
+  const auto report = [&](const std::string& name) {
+    return inspect({"--json", "--home", name}, home.path() / "work").out;
+  };
+  const std::string absolute = report(home.path());
+  const std::string name = home.path().filename();
+  const std::string others[] = {
+      home.path().string() + "/",
+      home.path().string() + "/work/..",
+      "..",
+      "./../",
+      "../../" + name};
+  for (const auto& other : others)
+    EXPECT_EQ(report(other), absolute) << other;
+}
+
 TEST_F(Command, SeesWorkingDirectory) {
-  const test::ScopedFolder work;
+  const test::ScopedDirectory work;
   test::Copy(work.path());
   EXPECT_EQ(inspect({}).status, 1);
   const Result result = inspect({"--json", "--working-directory", work.path()});
@@ -119,13 +149,61 @@ TEST_F(Command, PrintsVersionAndHelp) {
   EXPECT_EQ(inspect({"--version"}).out, "launcher-inspect " LAUNCHER_VERSION "\n");
   EXPECT_EQ(inspect({"--help"}).status, 0);
   EXPECT_THAT(inspect({"--help"}).out, HasSubstr("--working-directory DIR"));
+  EXPECT_THAT(inspect({"--help"}).out, HasSubstr("1.0.0.1 is any"));
 }
 
 TEST_F(Command, FailsOnFullDisk) {
   home.copy("a");
-  const Result result = test::run({{"sh", "-c", "exec \"$0\" >/dev/full", LAUNCHER_INSPECT}});
-  EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.err, HasSubstr("cannot be written"));
+  for (const char* form : {"--mask", "--json", "--brief", "--explain=a", "--help", "--version"}) {
+    const Result result =
+        test::run({{"sh", "-c", "exec \"$0\" \"$1\" >/dev/full", LAUNCHER_INSPECT, form}});
+    EXPECT_EQ(result.status, 3) << form;
+    EXPECT_THAT(result.err, HasSubstr("cannot be written")) << form;
+  }
+}
+
+TEST_F(Command, PrintsAbsolutePaths) {
+  home.copy("a");
+  const Result result = inspect({"--json"});
+  EXPECT_TRUE(fs::is_directory(json::parse(result.out)["chosen"]["directory"].get<std::string>()));
+  EXPECT_THAT(result.out, Not(HasSubstr("~")));
+  EXPECT_THAT(inspect({}).out, HasSubstr("\n  ~/Library/Application Support/"));
+}
+
+TEST_F(Command, PrintsBriefly) {
+  home.copy("a", "45.11");
+  home.copy("b", "45.12");
+  const Result result = inspect({"--brief"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.out, StartsWith("> 45.12  would-start  b\n  45.11  older        a\n"));
+}
+
+TEST_F(Command, ExplainsByNameAndPath) {
+  home.copy("a", "45.11");
+  const test::Copy b = home.copy("b");
+  const test::ScopedDirectory work;
+  home.copy(work.path().filename()); // a name in the launcher folder comes before a path
+  const auto explained = [](const std::string& folder, const fs::path& workingDirectory = "/") {
+    const Result result = inspect({"--json", "--explain", folder}, workingDirectory);
+    EXPECT_EQ(result.status, 0) << result.err;
+    return json::parse(result.out)["explained"]["directory"];
+  };
+  for (const std::string& name :
+       {std::string("b"), std::string("b/"), std::string("./b"), b.name(), b.name() + "/"})
+    EXPECT_EQ(explained(name), b.name()) << name;
+  EXPECT_EQ(explained("b", home.launcherDirectory()), b.name());
+  EXPECT_EQ(explained("../b", home.launcherDirectory() / "a"), b.name());
+  EXPECT_EQ(explained(".", work.path()), work.path().string());
+  const std::string name = work.path().filename();
+  EXPECT_EQ(explained(name, work.path().parent_path()), (home.launcherDirectory() / name).string());
+  EXPECT_THAT(inspect({"--explain", "a"}).out, HasSubstr("\n  choice: failed; viable, older"));
+}
+
+TEST_F(Command, ExplainsByPathOfCaller) {
+  const test::Copy a = home.copy("a");
+  const Result result =
+      inspect({"--json", "--explain", "../a", "--working-directory", "/"}, a.dir());
+  EXPECT_EQ(json::parse(result.out)["explained"]["directory"], a.name());
 }
 
 // --- The log of a real launch ---
@@ -135,9 +213,7 @@ namespace {
 class AfterALaunch : public Command {
 protected:
   json lastLaunch(const fs::path& workingDirectory = "/") const {
-    test::run(
-        {{HOST_PROGRAM, "load", LAUNCHER_LIBRARY, "--", "launch", "launchermode", "45.12"},
-         workingDirectory});
+    test::run({{HOST_PROGRAM, LAUNCHER_LIBRARY, "launchermode", "45.12"}, workingDirectory});
     return json::parse(inspect({"--json"}).out)["lastLaunch"];
   }
 
@@ -153,8 +229,30 @@ TEST_F(AfterALaunch, TellsRecordedCopy) {
   EXPECT_EQ(launch["end"]["code"], "recorded");
   EXPECT_EQ(launch["launches"], 7);
   EXPECT_EQ(launch["clientVersion"], "45.12");
-  const std::string folder = "~/Library/Application Support/VantuOrlixVDILauncher/a";
+  const std::string folder = home.launcherDirectory() / "a";
   EXPECT_EQ(launch["chosen"], (json{{"directory", folder}, {"version", "45.12.0.900"}}));
+}
+
+// The host has no main library beside it.
+TEST_F(AfterALaunch, TellsLoadMode) {
+  test::run({{HOST_PROGRAM, LAUNCHER_LIBRARY, "loadmode"}});
+  const json end = json::parse(inspect({"--json"}).out)["loadMode"]["end"];
+  EXPECT_EQ(end["code"], "load-failed");
+  EXPECT_THAT(end["text"].get<std::string>(), HasSubstr("libnexal_vdi_main.dylib: "));
+  home.copy("a");
+  lastLaunch();
+  EXPECT_EQ(json::parse(inspect({"--json"}).out)["loadMode"]["end"]["code"], "not-since-launch");
+}
+
+TEST_F(AfterALaunch, TellsFilesInWorkingFolder) {
+  fs::remove(home.applicationSupport());
+  const test::ScopedDirectory work;
+  const json launch = lastLaunch(work.path());
+  EXPECT_EQ(launch["end"]["code"], "nothing-chosen");
+  EXPECT_THAT(launch["end"]["text"].get<std::string>(), HasSubstr("working folder of that host"));
+  EXPECT_TRUE(launch["launches"].is_null());
+  for (const char* record : {"launchCount.dat", "launch.dat"})
+    EXPECT_TRUE(fs::exists(work.path() / record)) << record;
 }
 
 TEST_F(AfterALaunch, TellsOtherEnds) {
@@ -226,8 +324,13 @@ TEST_F(OnTerminal, KnowsDumbTerminal) {
   EXPECT_THAT(onTerminal(80), Not(HAS_COLOUR));
 }
 
+TEST_F(OnTerminal, StacksFields) {
+  EXPECT_THAT(onTerminal(60), AllOf(HasSubstr("last launch  never"), Not(HasSubstr("FOLDER"))));
+}
+
+// A pipe gets every line whole, whatever COLUMNS says.
 TEST_F(OnTerminal, DiffersFromPipe) {
-  EXPECT_THAT(inspect({}).out, AllOf(Not(HAS_COLOUR), Not(IS_WIDE)));
-  const ScopedEnvironment columns("COLUMNS", "200");
+  const ScopedEnvironment columns("COLUMNS", "40");
   EXPECT_THAT(inspect({}).out, AllOf(Not(HAS_COLOUR), IS_WIDE));
+  EXPECT_THAT(inspect({}).out, HasSubstr("/VantuOrlixVDI/vdi-launch-launchmode-log.txt\n"));
 }

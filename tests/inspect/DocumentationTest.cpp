@@ -1,6 +1,7 @@
 // What accompanies the command is complete and well-formed.
 
 #include "Home.h"
+#include "JsonReport.h"
 #include "Messages.h"
 #include "Process.h"
 #include "Report.h"
@@ -9,12 +10,14 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <regex>
 
 namespace fs = std::filesystem;
 
 using test::Result;
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 namespace {
 
@@ -23,6 +26,8 @@ const fs::path JSON_DOCUMENT = SOURCES / "../../docs/launcher-inspect-json.md";
 const fs::path MANUAL = SOURCES / "launcher-inspect.1";
 const fs::path BASH_COMPLETION = SOURCES / "completions/launcher-inspect.bash";
 const fs::path ZSH_COMPLETION = SOURCES / "completions/_launcher-inspect";
+const fs::path FISH_COMPLETION = SOURCES / "completions/launcher-inspect.fish";
+const fs::path SCHEMA = SOURCES / "launcher-inspect.schema.json";
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
@@ -39,6 +44,47 @@ std::string manual() {
   std::string text = test::readFile(MANUAL);
   text.erase(std::remove(text.begin(), text.end(), '\\'), text.end());
   return text;
+}
+
+// The commands in the manual page's examples, as a reader's terminal shows them.
+std::vector<std::string> examples() {
+  const Result page =
+      test::run({{"groff", "-man", "-Tutf8", "-rLL=200n", "-P-c", "-P-b", "-P-u", MANUAL}});
+  std::vector<std::string> commands;
+  const std::string text = page.out.substr(page.out.find("\nEXAMPLES\n"));
+  for (const auto& line : test::splitLines(text)) {
+    if (const auto indent = line.find_first_not_of(' '); indent != std::string::npos && indent > 7)
+      commands.push_back(line.substr(indent));
+  }
+  return commands;
+}
+
+// Validates the report in a file. Members that the schema does not name are errors here, although
+// it admits them.
+const char* const VALIDATE = R"python(
+import json, jsonschema, sys
+def close(schema):
+    for part in schema.values() if isinstance(schema, dict) else schema:
+        if isinstance(part, (dict, list)):
+            close(part)
+    if isinstance(schema, dict) and schema.get("type") == "object":
+        schema.update(additionalProperties=False, patternProperties={"Bytes$": {"type": "string"}})
+schema = json.load(open(sys.argv[1]))
+jsonschema.Draft7Validator.check_schema(schema)
+close(schema)
+jsonschema.Draft7Validator(schema).validate(json.load(sys.stdin))
+)python";
+
+Result validate(const std::string& report) {
+  const test::ScopedDirectory folder;
+  test::writeFile(folder.path() / "report.json", report);
+  return test::run(
+      {{"sh",
+        "-c",
+        "exec python3 -c \"$0\" \"$1\" <\"$2\"",
+        VALIDATE,
+        SCHEMA,
+        folder.path() / "report.json"}});
 }
 
 // What bash offers for the last of these words.
@@ -92,6 +138,7 @@ TEST(Documentation, NamesEveryOption) {
     EXPECT_THAT(manual(), HasSubstr(option));
     EXPECT_THAT(test::readFile(BASH_COMPLETION), HasSubstr(option));
     EXPECT_THAT(test::readFile(ZSH_COMPLETION), HasSubstr(option));
+    EXPECT_THAT(test::readFile(FISH_COMPLETION), HasSubstr("-l " + option.substr(2)));
   }
 }
 
@@ -109,6 +156,60 @@ TEST(Documentation, NamesEveryMember) {
     EXPECT_THAT(test::readFile(JSON_DOCUMENT), HasSubstr("`" + member + "`"));
 }
 
+TEST(Documentation, SchemaFitsReports) {
+  const test::ScopedHome home;
+  const test::Copy chosen = home.copy("a").launches("7").startedSafely();
+  home.copy("b\xff\n", "").launched(std::chrono::hours(1));
+  home.copy("c", "44").launches("2");
+  const std::vector<std::string> forms[] = {
+      {"--mask"}, {"--explain", "a"}, {"--client-version", "\xff"}, {"--home", "/"}};
+  for (const auto& form : forms) {
+    std::vector<std::string> words{LAUNCHER_INSPECT, "--json"};
+    words.insert(words.end(), form.begin(), form.end());
+    const std::string report = test::run({words, home.path()}).out;
+    EXPECT_EQ(validate(report).err, "") << report;
+  }
+}
+
+TEST(Documentation, SchemaFitsSample) {
+  auto facts = test::sampleFacts();
+  facts.explained = 3;
+  const auto report = LauncherInspect::makeReport(facts, "", LauncherInspect::Paths::Absolute);
+  EXPECT_EQ(validate(LauncherInspect::toJson(report)).err, "");
+}
+
+TEST(Documentation, SchemaRejectsOthers) {
+  const auto good =
+      LauncherInspect::makeReport(test::sampleFacts(), "", LauncherInspect::Paths::Absolute);
+  const std::pair<const char*, const char*> rows[] = {
+      {"/home", "\"~\""},
+      {"/candidates/0/directory", "\"~/a\""},
+      {"/candidates/0/launches", "\"3\""},
+      {"/candidates/0/verdict", "{\"code\": \"Older\", \"text\": \"a\"}"},
+      {"/candidates/2/lastLaunch", "\"today\""},
+      {"/schemaVersion", "2"},
+      {"/cleanUp/more", "1"}};
+  for (const auto& [member, value] : rows) {
+    auto report = good;
+    report[LauncherInspect::Report::json_pointer(member)] = LauncherInspect::Report::parse(value);
+    EXPECT_NE(validate(LauncherInspect::toJson(report)).status, 0) << member;
+  }
+}
+
+TEST(Documentation, ExamplesWorkWhenPasted) {
+  const test::ScopedHome home;
+  home.copy("a");
+  const fs::path bin = fs::path(LAUNCHER_INSPECT).parent_path();
+  const test::ScopedEnvironment path("PATH", bin.string() + ":" + std::getenv("PATH"));
+  ASSERT_GE(examples().size(), 5u);
+  for (const auto& example : examples()) {
+    const Result result =
+        test::run({{"bash", "-c", "set -e -o pipefail; " + example}, home.path()});
+    EXPECT_EQ(result.status, 0) << example << "\n" << result.err;
+    EXPECT_EQ(result.err, "") << example;
+  }
+}
+
 TEST(Documentation, ManualIsWellFormed) {
   const Result result = test::run({{"groff", "-man", "-Tutf8", "-ww", "-z", MANUAL}});
   EXPECT_EQ(result.status, 0);
@@ -116,12 +217,45 @@ TEST(Documentation, ManualIsWellFormed) {
 }
 
 TEST(Documentation, BashCompletes) {
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   fs::create_directory(folder.path() / "a folder");
   test::writeFile(folder.path() / "a file", "");
   EXPECT_EQ(completed("--m", folder.path()), "--mask\n");
   EXPECT_EQ(completed("--home a", folder.path()), "a folder\n");
   EXPECT_EQ(completed("--client-version a", folder.path()), "\n");
+}
+
+TEST(Documentation, BashCompletesAfterEquals) {
+  const test::ScopedDirectory folder;
+  fs::create_directory(folder.path() / "a folder");
+  EXPECT_EQ(completed("--home =", folder.path()), "a folder\n"); // bash splits the word so
+  EXPECT_EQ(completed("--home = a", folder.path()), "a folder\n");
+  EXPECT_EQ(completed("--client-version = a", folder.path()), "\n");
+}
+
+TEST(Documentation, BashCompletesCopies) {
+  const test::ScopedHome home;
+  home.copy("a copy");
+  home.copy("other");
+  EXPECT_EQ(completed("--explain a", "/"), "a copy\n");
+}
+
+TEST(Documentation, FishCompletes) {
+  const test::ScopedHome home; // in which fish writes files of its own
+  home.copy("a copy");
+  const auto offered = [](const std::string& words) {
+    const Result result = test::run(
+        {{"fish",
+          "--no-config",
+          "-c",
+          "source $argv[1]; complete -C $argv[2]",
+          FISH_COMPLETION,
+          words}});
+    EXPECT_EQ(result.err, "");
+    return result.out;
+  };
+  EXPECT_EQ(offered("launcher-inspect --ma"), "--mask\tReplace the login name by stars\n");
+  EXPECT_THAT(offered("launcher-inspect --explain a"), StartsWith("a copy\t"));
 }
 
 TEST(Documentation, ZshIsWellFormed) {

@@ -32,15 +32,15 @@ struct Sample {
                           },
                           home) {}
 
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   const fs::path home = folder.path() / "home";
   std::mt19937 engine;
   const test::RandomHome random;
 };
 
-std::set<std::string> folderNames(const fs::path& folder) {
+std::set<std::string> directoryNames(const fs::path& folder) {
   std::set<std::string> names;
-  for (const auto& dir : test::foldersIn(folder))
+  for (const auto& dir : test::directoriesIn(folder))
     names.insert(dir.filename());
   return names;
 }
@@ -53,17 +53,15 @@ std::string fromHex(const std::string& hex) {
 }
 
 // The folder that a report's entry names.
-fs::path directoryOf(const json& entry, const fs::path& home) {
-  const std::string shown = entry.contains("directoryBytes")
-                                ? fromHex(entry["directoryBytes"])
-                                : entry["directory"].get<std::string>();
-  return shown.substr(0, 2) == "~/" ? home / shown.substr(2) : fs::path(shown);
+fs::path directoryOf(const json& entry) {
+  return entry.contains("directoryBytes") ? fromHex(entry["directoryBytes"])
+                                          : entry["directory"].get<std::string>();
 }
 
-std::set<std::string> namesIn(const json& entries, const fs::path& home) {
+std::set<std::string> namesIn(const json& entries) {
   std::set<std::string> names;
   for (const auto& entry : entries)
-    names.insert(directoryOf(entry, home).filename());
+    names.insert(directoryOf(entry).filename());
   return names;
 }
 
@@ -88,7 +86,7 @@ json foretell(const Sample& sample) {
         "--home",
         sample.home,
         "--working-directory",
-        sample.random.workingFolder,
+        sample.random.workingDirectory,
         "--client-version",
         sample.random.clientVersion}});
   EXPECT_LE(result.status, 1) << result.err;
@@ -99,16 +97,10 @@ json foretell(const Sample& sample) {
 
 void launch(const Sample& sample) {
   const Result result = test::run(
-      {{HOST_PROGRAM,
-        "load",
-        LAUNCHER_LIBRARY,
-        "--",
-        "launch",
-        "launchermode",
-        sample.random.clientVersion},
-       sample.random.workingFolder,
+      {{HOST_PROGRAM, LAUNCHER_LIBRARY, "launchermode", sample.random.clientVersion},
+       sample.random.workingDirectory,
        {{"HOME", sample.home}, {"USER", "nobody-at-all"}}});
-  EXPECT_EQ(result.out, "done\nreturned 0\n") << result.err;
+  EXPECT_EQ(result.out, "returned 0\nstart failed\n") << result.err;
 }
 
 std::set<std::string>
@@ -121,16 +113,16 @@ difference(const std::set<std::string>& all, const std::set<std::string>& withou
 
 void expectSameChoice(const json& report, const Sample& sample) {
   const json& chosen = report["chosen"];
-  EXPECT_EQ(chosen.is_null() ? "" : directoryOf(chosen, sample.home), chosenInLog(sample));
+  EXPECT_EQ(chosen.is_null() ? "" : directoryOf(chosen), chosenInLog(sample));
   EXPECT_EQ(chosen.is_null(), report["outcome"]["code"] == "nothing-viable");
 }
 
 void expectSameRemovals(
     const json& report, const Sample& sample, const std::set<std::string>& before) {
   const json& cleanUp = report["cleanUp"];
-  const auto removed = difference(before, folderNames(sample.random.launcherFolder));
-  const auto foretold = namesIn(cleanUp["removed"], sample.home);
-  const auto tied = namesIn(cleanUp["tied"], sample.home);
+  const auto removed = difference(before, directoryNames(sample.random.launcherDirectory));
+  const auto foretold = namesIn(cleanUp["removed"]);
+  const auto tied = namesIn(cleanUp["tied"]);
   const auto removedOfTied = tied.size() - cleanUp["tiedKept"].get<std::size_t>();
   EXPECT_EQ(difference(removed, tied), foretold);
   EXPECT_EQ(removed.size(), foretold.size() + removedOfTied);
@@ -165,7 +157,7 @@ TEST_P(RandomHomes, LaunchAsForetold) {
   for (unsigned seed = first; seed < first + HOMES_PER_GROUP; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     const Sample sample(seed);
-    const auto before = folderNames(sample.random.launcherFolder);
+    const auto before = directoryNames(sample.random.launcherDirectory);
     const json report = foretell(sample);
     launch(sample);
     expectSameChoice(report, sample);

@@ -25,3 +25,12 @@ TEST(JsonReport, KeepsBytesOfAnyName) {
     bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
   EXPECT_EQ(bytes, everyByte);
 }
+
+TEST(JsonReport, IsAscii) {
+  for (const char* text :
+       {"\x7f", "\u009b", "\u202E", "\u061C", "ü", "\U000E0041", "\xff", "\x1b"}) {
+    for (const char byte : toJson({{"a", text}}))
+      EXPECT_TRUE((byte >= ' ' && byte < '\x7f') || byte == '\n') << int{byte};
+  }
+  EXPECT_EQ(toJson({{"a", "ü"}}), "{\n  \"a\": \"\\u00fc\"\n}\n");
+}

@@ -20,7 +20,7 @@ const std::string COUNT = STAMP + "VDI Launch count updated to: ";
 const std::string UNCLEANED = STAMP + "not started from launcher folder, do not clean\n";
 
 LastLaunch read(const std::string& content) {
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   test::writeFile(folder.path() / "log.txt", content);
   return readLaunchLog(folder.path() / "log.txt");
 }
@@ -46,7 +46,8 @@ TEST(LaunchLog, TellsTheLaunch) {
 
 TEST(LaunchLog, TellsTheEnd) {
   const std::pair<std::string, std::string> rows[] = {
-      {"", "no-launch: unknown: the log holds no launch"},
+      {"", "no-launch: unknown: the log is empty"},
+      {"\n", "no-launch: unknown: the log holds no launch"},
       {"Dear diary\n", "no-launch"},
       {CHOICE, "no-launch"},
       {ENTERED + STAMP + "launcher mode\n", "before-choice: before a copy was chosen: cut short"},
@@ -58,13 +59,16 @@ TEST(LaunchLog, TellsTheEnd) {
        "recorded: start requested and recorded;"},
       {ENTERED + CHOICE + UNCLEANED, "unrecorded: start requested, not recorded outside"},
       {ENTERED + NOTHING + UNCLEANED, "nothing-chosen: no copy was viable, nothing was started"},
-      {ENTERED + NOTHING + COUNT + "1 for directory: \n", "nothing-chosen"}};
+      {ENTERED + NOTHING + COUNT + "1 for directory: \n",
+       "nothing-chosen: no copy was viable, nothing was started; launchCount.dat and launch.dat "
+       "are "
+       "in the working folder of that host"}};
   for (const auto& [log, end] : rows)
     EXPECT_THAT(endOf(read(log)), StartsWith(end)) << log;
 }
 
 TEST(LaunchLog, SaysWhyItIsUnread) {
-  const test::ScopedFolder folder;
+  const test::ScopedDirectory folder;
   const auto log = folder.path() / "log.txt";
   EXPECT_THAT(endOf(readLaunchLog(log)), StartsWith("no-log: none: there is no log"));
   EXPECT_THAT(endOf(readLaunchLog(folder.path())), EndsWith("read (it is not a regular file)"));
@@ -77,9 +81,95 @@ TEST(LaunchLog, SaysWhyItIsUnread) {
       "unreadable: unknown: the log cannot be read (File name too long)");
 }
 
+TEST(LaunchLog, CountsNothingElsewhere) {
+  const auto launch = read(ENTERED + NOTHING + COUNT + "1 for directory: \n");
+  EXPECT_TRUE(launch.isRecorded);
+  EXPECT_FALSE(launch.launchCount);
+}
+
+TEST(LaunchLog, GivesSystemLogCommand) {
+  EXPECT_EQ(
+      systemLogCommand(read(ENTERED)),
+      "journalctl -S '2026-03-07 14:05:09' -g 'launch app succeed|Failed to run'");
+  EXPECT_EQ(
+      systemLogCommand(read("**" + ENTERED.substr(2))),
+      "journalctl -g 'launch app succeed|Failed to run'");
+}
+
+// --- In the started application ---
+
+namespace {
+
+const std::string LOADING = ENTERED + STAMP + "load mode, load main dll\n";
+
+LoadMode readLoad(const std::string& content) {
+  const test::ScopedDirectory folder;
+  test::writeFile(folder.path() / "log.txt", content);
+  return readLoadLog(folder.path() / "log.txt");
+}
+
+std::string loadEndOf(const LoadMode& loadMode, const LastLaunch& launch = {}) {
+  Facts facts;
+  facts.loadMode = loadMode;
+  facts.lastLaunch = launch;
+  const Report end = makeReport(facts, "")["loadMode"]["end"];
+  return end["code"].get<std::string>() + ": " + end["text"].get<std::string>();
+}
+
+} // namespace
+
+TEST(LoadLog, TellsTheEnd) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"", "not-entered: unknown: the log does not tell of load mode"},
+      {ENTERED, "not-entered"},
+      {STAMP + "load mode, load main dll\n", "not-entered"},
+      {LOADING, "entered: entered load mode at 2026-03-07 14:05:09.007; no failure to load"},
+      {"**" + LOADING.substr(2), "entered: entered load mode at **26-03-07"},
+      {LOADING + STAMP + "/a/lib.dylib load library failed dleeror: no such file\n",
+       "load-failed: entered load mode at 2026-03-07 14:05:09.007, but could not load "
+       "/a/lib.dylib: "
+       "no such file"},
+      {LOADING + STAMP + "/a/lib.dylib **** library failed dleeror: bad\n",
+       "load-failed: entered load mode at 2026-03-07 14:05:09.007, but could not load "
+       "/a/lib.dylib: "
+       "bad"}};
+  for (const auto& [log, end] : rows)
+    EXPECT_THAT(loadEndOf(readLoad(log)), StartsWith(end)) << log;
+}
+
+TEST(LoadLog, KnowsEarlierStart) {
+  const LastLaunch launch = read("2026-03-07 14:05:09.008" + ENTERED.substr(23) + CHOICE);
+  EXPECT_THAT(
+      loadEndOf(readLoad(LOADING), launch),
+      EndsWith("since the last launch; one did at 2026-03-07 14:05:09.007"));
+  EXPECT_THAT(loadEndOf(readLoad(LOADING), read(ENTERED)), StartsWith("entered"));
+  const LastLaunch masked = read("2026-**-** 14:05:09.008" + ENTERED.substr(23));
+  EXPECT_THAT(loadEndOf(readLoad(LOADING), masked), StartsWith("entered"));
+}
+
+TEST(LoadLog, SaysWhyItIsUnread) {
+  const test::ScopedDirectory folder;
+  const auto log = folder.path() / "log.txt";
+  EXPECT_EQ(loadEndOf(readLoadLog(log)), "no-log: none: there is no log of an application");
+  EXPECT_THAT(
+      loadEndOf(readLoadLog(log), read(ENTERED + CHOICE)),
+      StartsWith("no-log: no application has entered load mode"));
+  EXPECT_THAT(loadEndOf(readLoadLog(folder.path())), StartsWith("unreadable: unknown: the log"));
+}
+
 TEST(LaunchLog, NamesFailedRemovals) {
   const auto launch = read(ENTERED + CHOICE + STAMP + "remove directory failed: Busy\n");
   EXPECT_THAT(launch.removalFailures, ElementsAre("Busy"));
+}
+
+TEST(LaunchLog, BoundsRemovals) {
+  std::string log = ENTERED + CHOICE;
+  for (int i = 0; i < 25; ++i)
+    log += STAMP + "remove directory failed: " + std::to_string(i) + "\n";
+  const auto launch = read(log);
+  ASSERT_EQ(launch.removalFailures.size(), 20u);
+  EXPECT_EQ(launch.removalFailures.back(), "19");
+  EXPECT_EQ(launch.furtherRemovalFailures, 5u);
 }
 
 TEST(LaunchLog, KeepsLineFeeds) {

@@ -9,8 +9,10 @@
 using namespace LauncherInspect;
 using nlohmann::json;
 using test::sampleFacts;
+using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
+using ::testing::StartsWith;
 
 namespace {
 
@@ -19,11 +21,11 @@ json report(const Facts& facts, const std::string& loginName = "") {
 }
 
 const std::string SAMPLE = R"report({
-  "schemaVersion": 2,
+  "schemaVersion": 3,
   "outcome": {"code": "would-start", "text": "Would start 45.12.0.900"},
   "chosen": {"directory": "FOLDER/45.12.0.900", "version": "45.12.0.900"},
   "notes": [],
-  "warnings": [{"code": "nearly-corrupt", "text": "45.12.0.900 has used 2 of its 3 launches without a safe start; after one more it counts as corrupt. It lies in FOLDER/again"}],
+  "warnings": [{"code": "nearly-corrupt", "text": "45.12.0.900 has used 2 of its 3 launches without a safe start; after one more it counts as corrupt. It lies in FOLDER/again", "remedy": "Look into the system log for why it does not come up; it records a safe start itself, as started.dat in its folder."}],
   "clientVersion": "45.12.0.1000",
   "client": {"code": "given", "text": "45.12.0.1000"},
   "home": "/home/alice",
@@ -32,28 +34,28 @@ const std::string SAMPLE = R"report({
   "launcherDirectoryState": {"code": "exists", "text": "FOLDER"},
   "candidates": [
     {"directory": "/Applications", "version": "45.11.0.5", "inLauncherDirectory": false,
-     "launches": null, "lastLaunch": null, "startedSafely": null, "nearlyCorrupt": false,
+     "launches": null, "lastLaunch": null, "startedSafely": null, "recordsSafeStart": null, "nearlyCorrupt": false,
      "verdict": {"code": "older", "text": "viable, older than the chosen copy (45.11.0.5 < 45.12.0.900)"
 }
 },
     {"directory": "~/work", "version": null, "inLauncherDirectory": false,
-     "launches": null, "lastLaunch": null, "startedSafely": null, "nearlyCorrupt": false,
+     "launches": null, "lastLaunch": null, "startedSafely": null, "recordsSafeStart": null, "nearlyCorrupt": false,
      "verdict": {"code": "no-bundle", "text": "no application bundle (no OrlixVDIPlugin.app)"}},
     {"directory": "FOLDER/newer", "version": "45.13.0.10", "inLauncherDirectory": true,
-     "launches": 0, "lastLaunch": "never", "startedSafely": false, "nearlyCorrupt": false,
+     "launches": 0, "lastLaunch": "never", "startedSafely": false, "recordsSafeStart": true, "nearlyCorrupt": false,
      "verdict": {"code": "newer-than-client", "text": "newer than the client (45.13 > 45.12)"}},
     {"directory": "FOLDER/corrupt", "version": "45.12.0.950", "inLauncherDirectory": true,
-     "launches": 3, "lastLaunch": "MOMENT", "startedSafely": false, "nearlyCorrupt": false,
-     "verdict": {"code": "corrupt", "text": "corrupt (launched 3 times, never started safely)"}},
+     "launches": 3, "lastLaunch": "MOMENT", "startedSafely": false, "recordsSafeStart": true, "nearlyCorrupt": false,
+     "verdict": {"code": "corrupt", "text": "corrupt (launched 3 times, never started safely)", "remedy": "Look into the system log for why it did not come up. To let it be chosen again, remove FOLDER/corrupt/launchCount.dat"}},
     {"directory": "FOLDER/45.12.0.900", "version": "45.12.0.900", "inLauncherDirectory": true,
-     "launches": 12, "lastLaunch": "MOMENT", "startedSafely": true, "nearlyCorrupt": false,
+     "launches": 12, "lastLaunch": "MOMENT", "startedSafely": true, "recordsSafeStart": false, "nearlyCorrupt": false,
      "verdict": {"code": "would-start", "text": "would start: the highest version of 3 compatible copies"}},
     {"directory": "FOLDER/again", "version": "45.12.0.900", "inLauncherDirectory": true,
-     "launches": 2, "lastLaunch": "MOMENT", "startedSafely": false, "nearlyCorrupt": true,
+     "launches": 2, "lastLaunch": "MOMENT", "startedSafely": false, "recordsSafeStart": true, "nearlyCorrupt": true,
      "verdict": {"code": "same-version", "text": "same version, comes later (45.12.0.900)"}},
     {"directory": "FOLDER/broken", "version": null, "inLauncherDirectory": true,
-     "launches": null, "lastLaunch": null, "startedSafely": null, "nearlyCorrupt": false,
-     "verdict": {"code": "no-readable-version", "text": "no readable version (none in the bundle's Info.plist)"}}],
+     "launches": null, "lastLaunch": null, "startedSafely": null, "recordsSafeStart": false, "nearlyCorrupt": false,
+     "verdict": {"code": "no-readable-version", "text": "no readable version: Info.plist is empty", "remedy": "Check that the disk has space, and install this copy again."}}],
   "cleanUp": {
     "code": "happens",
     "text": "keeps the started copy and the two others that were launched last",
@@ -69,9 +71,18 @@ const std::string SAMPLE = R"report({
     "chosen": {"directory": "FOLDER/45.12.0.900", "version": "45.12.0.900"},
     "launches": 12,
     "removalFailures": ["Permission denied"],
+    "furtherRemovalFailures": 0,
+    "notes": [{"code": "not-removed", "text": "Old folders could not be removed; the log does not name them.", "remedy": "Make the folders in the launcher folder, and all they hold, writable for this user."}],
     "end": {
       "code": "recorded",
-      "text": "start requested and recorded as launch 12; the system log tells whether the application started"}}
+      "text": "start requested and recorded as launch 12; the system log tells whether the application started"},
+    "systemLogCommand": "journalctl -S '2026-03-07 14:05:06' -g 'launch app succeed|Failed to run'"},
+  "loadMode": {
+    "log": "~/Library/Logs/VantuOrlixVDI/vdi-launch-loadmode-log.txt",
+    "time": "2026-03-07 14:05:07.250",
+    "end": {
+      "code": "entered",
+      "text": "entered load mode at 2026-03-07 14:05:07.250; no failure to load the main library is logged"}}
 })report";
 
 } // namespace
@@ -131,6 +142,15 @@ TEST(Report, ShowsAMaskedHomeAsTilde) {
   EXPECT_EQ(report(facts)["lastLaunch"]["chosen"]["directory"], "~/a");
 }
 
+TEST(Report, ShowsPathsInFull) {
+  Facts facts = sampleFacts();
+  facts.lastLaunch.chosen->directory = "/home/*****/a";
+  const json full(makeReport(facts, "", Paths::Absolute));
+  EXPECT_EQ(full["workingDirectory"], "/home/alice/work");
+  EXPECT_EQ(full["lastLaunch"]["chosen"]["directory"], "/home/alice/a");
+  EXPECT_THAT(full.dump(), Not(HasSubstr("~")));
+}
+
 namespace {
 
 // Facts with the login name "alice" in every text that is not the command's own.
@@ -149,6 +169,12 @@ Facts personalFacts() {
   facts.lastLaunch.clientVersion = "45.alice";
   facts.lastLaunch.chosen = LoggedCopy{"/srv/alice", "45.alice"};
   facts.lastLaunch.removalFailures = {"alice"};
+  facts.homeOwner = "alice";
+  facts.startCheck = {outside, outside, false, true, false, false};
+  facts.unwritableRecord = facts.loadMode.log = outside;
+  facts.loadMode.failure = FailedLoad{"/srv/alice", "alice is denied"};
+  facts.candidates[5].twin = 1;
+  facts.candidates[6].failure = Failure{"/srv/alice", "alice is denied"};
   return facts;
 }
 
@@ -162,12 +188,109 @@ TEST(Report, MasksEveryText) {
   Facts failedLater = personalFacts();
   failedLater.cleanUp.failure = Failure{"/srv/alice", "alice is denied"};
   failedLater.lastLaunch.unreadableReason = "alice is denied";
+  failedLater.loadMode.unreadableReason = "alice is denied";
+  failedLater.launcherDirectoryFailure = failedLater.cleanUp.failure;
   for (const Facts& facts : {chosen, failed, failedLater}) {
     EXPECT_THAT(report(facts).dump(), HasSubstr("alice"));
     EXPECT_THAT(report(facts, "alice").dump(), Not(HasSubstr("alice")));
   }
   EXPECT_EQ(report(chosen, "alice")["home"], "/home/*****");
   EXPECT_EQ(report(chosen, "alice")["candidates"][5]["directory"], "/srv/*****/*****/again");
+}
+
+TEST(Report, MasksTheOwner) {
+  Facts facts = sampleFacts();
+  facts.homeOwner = "alice";
+  EXPECT_THAT(report(facts, "al").dump(), AllOf(HasSubstr("user (*****)"), Not(HasSubstr("*ice"))));
+  EXPECT_THAT(report(facts).dump(), HasSubstr("user (alice)"));
+}
+
+// --- Explanation ---
+
+namespace {
+
+// What each rule said about a candidate of the sample, as "code: text" without the rule's name.
+std::vector<std::string> explain(Facts facts, std::size_t candidate) {
+  facts.explained = candidate;
+  std::vector<std::string> list;
+  const json document = report(facts);
+  for (const auto& rule : document["explained"]["rules"]) {
+    const std::string text = rule["text"];
+    list.push_back(rule["code"].get<std::string>() + text.substr(text.find_first_of(",;")));
+  }
+  return list;
+}
+
+} // namespace
+
+TEST(Report, ExplainsOnlyWhenAsked) {
+  EXPECT_FALSE(report(sampleFacts()).contains("explained"));
+}
+
+TEST(Report, ExplainsEveryRule) {
+  const std::string bundle = "bundle-passed, the folder holds OrlixVDIPlugin.app";
+  const std::string outside = "corrupt-exempt, since the folder is not in the launcher folder";
+  const std::string client = "client-passed, 45.12 does not exceed 45.12";
+  Facts facts = sampleFacts();
+  for (const std::size_t i : {2u, 4u})
+    facts.candidates[i].decision.corruptCheck = {true, 1, i == 4, false};
+  const std::pair<std::size_t, std::vector<std::string>> rows[] = {
+      {0,
+       {bundle,
+        outside,
+        "client-passed, 45.11 does not exceed 45.12",
+        "choice-failed; viable, older than the chosen copy (45.11.0.5 < 45.12.0.900)"}},
+      {1, {"bundle-failed, the folder does not hold OrlixVDIPlugin.app"}},
+      {2,
+       {bundle,
+        "corrupt-passed, launch count 1 is below 3, and there was no safe start",
+        "client-failed, newer than the client (45.13 > 45.12)"}},
+      {3, {bundle, "corrupt-failed, launch count 3 is not below 3, and there was no safe start"}},
+      {4,
+       {bundle,
+        "corrupt-passed, there was a safe start (launch count 1)",
+        client,
+        "choice-passed; would start: the highest version of 3 compatible copies"}},
+      {6,
+       {bundle,
+        "corrupt-exempt, since there is no readable version",
+        "client-failed, no readable version to compare with 45.12.0.1000"}}};
+  for (const auto& [candidate, rules] : rows)
+    EXPECT_EQ(explain(facts, candidate), rules);
+}
+
+TEST(Report, ExplainsExemptions) {
+  Facts facts = sampleFacts();
+  facts.candidates[5].decision.corruptCheck = {};
+  EXPECT_EQ(
+      explain(facts, 5)[1],
+      "corrupt-exempt, since version 45.12.0.900 does not exceed 45.10.0.32950");
+  facts.clientVersion = "";
+  EXPECT_EQ(explain(facts, 5)[2], "client-exempt, since the host names no version");
+  facts.clientVersion = "1.0.0.1";
+  EXPECT_EQ(explain(facts, 5)[2], "client-exempt, since client version 1.0.0.1 stands for any");
+}
+
+TEST(Report, ExplainsTheStop) {
+  Facts facts = sampleFacts();
+  facts.chosen.reset();
+  facts.candidates[4].isChosen = false;
+  facts.candidates[3].failure = Failure{"/home/alice/L", "bad"};
+  facts.failure = facts.candidates[3].failure;
+  facts.explained = 3;
+  const json rules = report(facts)["explained"]["rules"];
+  EXPECT_EQ(rules, (json{{{"code", "stopped"}, {"text", "stopped: ~/L: bad"}}}));
+  EXPECT_THAT(explain(facts, 4).back(), StartsWith("choice-prevented; viable, but the launcher"));
+}
+
+TEST(Report, ExplainsFallback) {
+  Facts facts = sampleFacts();
+  facts.clientVersion = "44";
+  facts.fellBack = true;
+  const auto rules = explain(facts, 0);
+  ASSERT_EQ(rules.size(), 5u);
+  EXPECT_EQ(rules[2], "client-failed, newer than the client (45.11 > 44)");
+  EXPECT_EQ(rules[3], "client-overruled, since every viable copy fails it");
 }
 
 // --- Messages that the sample does not have ---
@@ -196,7 +319,7 @@ TEST(Report, PutsFactsInWords) {
        [](Facts& f) {
          f.failure = Failure{"/home/alice/L", "bad"};
        },
-       " ~/L: bad. "},
+       " ~/L: bad"},
       {"/outcome", [](Facts& f) { f.chosen.reset(); }, "nothing-viable Nothing would start"},
       {"/outcome", [](Facts& f) { version(f) = ""; }, "would-start Would start a copy without"},
       {"/outcome",

@@ -11,7 +11,7 @@ namespace test {
 
 // A file's time as the file system gives it for this calendar time.
 inline LauncherInspect::FileTime fileTime(std::time_t seconds, long nanoseconds = 0) {
-  const ScopedFolder folder;
+  const ScopedDirectory folder;
   const auto file = folder.path() / "file";
   writeFile(file, "");
   const timespec times[] = {{seconds, nanoseconds}, {seconds, nanoseconds}};
@@ -46,7 +46,8 @@ inline LauncherInspect::Facts sampleFacts() {
   };
   add("/Applications", "45.11.0.5", Status::Viable).order = Order::Lower;
   add(home / "work", "", Status::NoBundle);
-  add(folder / "newer", "45.13.0.10", Status::Incompatible, Records{0, never, false});
+  add(folder / "newer", "45.13.0.10", Status::Incompatible, Records{0, never, false})
+      .decision.corruptCheck.applies = true;
   add(folder / "corrupt", "45.12.0.950", Status::Corrupt, Records{3, moment, false})
       .decision.corruptCheck = {true, 3, false, true};
   add(folder / "45.12.0.900", "45.12.0.900", Status::Viable, Records{12, moment, true}).isChosen =
@@ -54,7 +55,8 @@ inline LauncherInspect::Facts sampleFacts() {
   auto& again = add(folder / "again", "45.12.0.900", Status::Viable, Records{2, moment, false});
   again.order = Order::Equal;
   again.decision.corruptCheck = {true, 2, false, false};
-  add(folder / "broken", "", Status::Incompatible, Records{});
+  add(folder / "broken", "", Status::Incompatible, Records{}).listProblem =
+      Platform::ListProblem::Empty;
   facts.chosen = 4;
   facts.eligible = 3;
   facts.cleanUp.happens = true;
@@ -64,7 +66,7 @@ inline LauncherInspect::Facts sampleFacts() {
   facts.cleanUp.kept = {{moment, folder / "corrupt"}};
   facts.lastLaunch.log = home / "Library/Logs/VantuOrlixVDI/vdi-launch-launchmode-log.txt";
   facts.lastLaunch.exists = true;
-  facts.lastLaunch.isLaunch = true;
+  facts.lastLaunch.isCall = true;
   facts.lastLaunch.time = "2026-03-07 14:05:06.001";
   facts.lastLaunch.clientVersion = "45.12.0.1000";
   facts.lastLaunch.chosen = LoggedCopy{
@@ -72,6 +74,9 @@ inline LauncherInspect::Facts sampleFacts() {
   facts.lastLaunch.isRecorded = true;
   facts.lastLaunch.launchCount = 12;
   facts.lastLaunch.removalFailures = {"Permission denied"};
+  facts.loadMode.log = home / "Library/Logs/VantuOrlixVDI/vdi-launch-loadmode-log.txt";
+  facts.loadMode.exists = facts.loadMode.isCall = facts.loadMode.isEntered = true;
+  facts.loadMode.time = "2026-03-07 14:05:07.250";
   return facts;
 }
 

@@ -57,13 +57,13 @@ Report reportOn(const std::string& copies, const std::string& clientVersion = ""
 
 // This member of the verdict on each copy, by folder.
 std::vector<std::string> verdicts(const Report& report, const char* member) {
-  std::map<std::string, std::string> byFolder;
+  std::map<std::string, std::string> byDirectory;
   for (const auto& candidate : report["candidates"]) {
     if (candidate["inLauncherDirectory"])
-      byFolder[candidate["directory"]] = candidate["verdict"][member];
+      byDirectory[candidate["directory"]] = candidate["verdict"][member];
   }
   std::vector<std::string> list;
-  for (const auto& [folder, text] : byFolder)
+  for (const auto& [folder, text] : byDirectory)
     list.push_back(text);
   return list;
 }
@@ -116,7 +116,9 @@ TEST(Verdict, SaysWhyItWon) {
       {"45.12", "45.12", "would start: the only compatible copy"},
       {"", "45.12 45.9", "would start: the highest version of 2 viable copies"},
       {"40.1", "45.12 45.9", "would start: the highest version of 2 viable copies"},
-      {"", "?", "would start: no copy has a version above 0.0.0.0, so the first one is taken"}};
+      {"",
+       "?",
+       "would start: no viable copy has a version above 0.0.0.0, so the first one is taken"}};
   for (const auto& [clientVersion, copies, text] : rows)
     EXPECT_EQ(verdicts(reportOn(copies, clientVersion), "text")[0], text);
 }
@@ -143,6 +145,29 @@ TEST(Verdict, TakesShortClientAsItIs) {
   EXPECT_EQ(verdicts(reportOn("44 45.1", "45"), "text")[1], "newer than the client (45.1 > 45)");
 }
 
+TEST(Messages, AnyClient) {
+  const Report report = reportOn("45.12 44", "1.0.0.1");
+  EXPECT_EQ(report["client"]["code"], "any");
+  EXPECT_EQ(
+      report["client"]["text"],
+      "1.0.0.1, which stands for any client, so every copy is compatible");
+  EXPECT_EQ(verdicts(report, "text")[0], "would start: the highest version of 2 viable copies");
+}
+
+TEST(Messages, ShortClient) {
+  const Report report = reportOn("44 45.12", "45");
+  ASSERT_THAT(codes(report["notes"]), ElementsAre("short-client-version"));
+  EXPECT_EQ(
+      report["notes"][0]["text"],
+      "Client version 45 has one component: 45.0 and above are newer, since a missing component is "
+      "lower than any.");
+  EXPECT_THAT(codes(reportOn("44 46", "45")["notes"]), IsEmpty());
+  EXPECT_THAT(codes(reportOn("44 45.12", "45.11")["notes"]), IsEmpty());
+  EXPECT_THAT(
+      codes(reportOn("45.12", "45")["notes"]),
+      ElementsAre("nothing-compatible", "short-client-version"));
+}
+
 TEST(Messages, NoteTheUnusual) {
   EXPECT_THAT(codes(reportOn("45.12", "45.12x")["notes"]), IsEmpty());
   EXPECT_THAT(codes(reportOn("45.12", "v45")["notes"]), ElementsAre("odd-client-version"));
@@ -158,14 +183,16 @@ TEST(Messages, NoteTheUnusual) {
 TEST(Messages, WarnEarly) {
   const Report report =
       reportOn("45.12.0.1:1 45.12.0.2:2 45.12.0.3:2s 45.10.0.32950:2 -:2 45.12.0.4:3");
-  ASSERT_THAT(codes(report["warnings"]), ElementsAre("nearly-corrupt"));
-  EXPECT_THAT(report["warnings"][0]["text"].get<std::string>(), EndsWith("/b"));
+  const auto all = codes(report["warnings"]);
+  ASSERT_EQ(std::count(all.begin(), all.end(), "nearly-corrupt"), 1);
+  const auto at = std::find(all.begin(), all.end(), "nearly-corrupt") - all.begin();
+  EXPECT_THAT(report["warnings"][std::size_t(at)]["text"].get<std::string>(), EndsWith("/b"));
 }
 
 TEST(Facts, RecordsInLauncherFolder) {
   const ScopedHome home;
   layOut(home, "-:word");
-  fs::create_symlink("launch.dat", home.launcherFolder() / "a/launch.dat");
+  fs::create_symlink("launch.dat", home.launcherDirectory() / "a/launch.dat");
   const auto candidates = findFactsAt(home.path()).candidates;
   ASSERT_EQ(candidates.size(), 3u);
   EXPECT_EQ(candidates[0].decision.dir, "/Applications");
@@ -180,7 +207,7 @@ TEST(Facts, RecordsInLauncherFolder) {
 
 TEST(Facts, LauncherFolder) {
   const ScopedHome home;
-  EXPECT_EQ(findFacts("").launcherDirectory, home.launcherFolder());
+  EXPECT_EQ(findFacts("").launcherDirectory, home.launcherDirectory());
   EXPECT_FALSE(findFacts("").launcherDirectoryExists);
   layOut(home, "-");
   EXPECT_TRUE(findFacts("").launcherDirectoryExists);
@@ -191,7 +218,7 @@ TEST(Facts, LauncherFolder) {
 TEST(Facts, Failure) {
   const ScopedHome home;
   layOut(home, "45.12");
-  fs::create_symlink("loop", home.launcherFolder() / "loop");
+  fs::create_symlink("loop", home.launcherDirectory() / "loop");
   const Facts facts = findFacts("");
   ASSERT_TRUE(facts.failure);
   EXPECT_EQ(facts.failure->reason, "Too many levels of symbolic links");
@@ -245,7 +272,7 @@ TEST(CleanUpPreview, KnowsLinksToStarted) {
   layOut(home, "44.0@1 44.0 44.0");
   const test::Copy elsewhere(home.path() / "elsewhere");
   for (const char* name : {"link", "other link"})
-    fs::create_directory_symlink(elsewhere, home.launcherFolder() / name);
+    fs::create_directory_symlink(elsewhere, home.launcherDirectory() / name);
   EXPECT_THAT(names(findFacts("").cleanUp.kept), ElementsAre("a", EndsWith("link")));
 }
 

@@ -1,8 +1,9 @@
 #include "FakeSleep.h"
 
+#include "Original.h"
+
 #include <atomic>
 #include <ctime>
-#include <dlfcn.h>
 #include <utility>
 
 namespace {
@@ -20,11 +21,6 @@ bool isFaked(const timespec* request) {
   if (pauseAction)
     pauseAction();
   return !reallySleep;
-}
-
-template <typename Function>
-Function* original(Function*, const char* name) {
-  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
 }
 
 } // namespace
@@ -47,12 +43,12 @@ void sleepReally() {
 
 // Standard libraries sleep with one function or the other.
 extern "C" int nanosleep(const timespec* request, timespec* remaining) {
-  return isFaked(request) ? 0 : original(&nanosleep, "nanosleep")(request, remaining);
+  return isFaked(request) ? 0 : test::original(&nanosleep, "nanosleep")(request, remaining);
 }
 
 extern "C" int
 clock_nanosleep(clockid_t clock, int flags, const timespec* request, timespec* remaining) {
-  return flags == 0 && isFaked(request)
-             ? 0
-             : original(&clock_nanosleep, "clock_nanosleep")(clock, flags, request, remaining);
+  return flags == 0 && isFaked(request) ? 0
+                                        : test::original(&clock_nanosleep, "clock_nanosleep")(
+                                              clock, flags, request, remaining);
 }

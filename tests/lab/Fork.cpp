@@ -1,6 +1,5 @@
 #include "Fork.h"
 
-#include "Process.h"
 #include "User.h"
 
 #include <gtest/gtest.h>
@@ -8,15 +7,13 @@
 #include <csignal>
 #include <exception>
 #include <sys/time.h>
+#include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
 
 namespace test {
-
-// Neither 0 nor 1: a body that exits by itself does not pass.
-static constexpr int BODY_RAN_WITHOUT_FAILURE = 42;
 
 static void orThrow(int result, const char* call) {
   if (result != 0)
@@ -30,7 +27,7 @@ static void runAndExit(const Body& body) {
     ADD_FAILURE() << "exception in the child process: " << failure.what();
   }
   std::fflush(stdout);
-  ::_exit(testing::Test::HasFailure() ? 1 : BODY_RAN_WITHOUT_FAILURE);
+  ::_exit(testing::Test::HasFailure() ? 1 : BODY_RAN);
 }
 
 static pid_t forkChild() {
@@ -41,11 +38,21 @@ static pid_t forkChild() {
   return child;
 }
 
+// The exit status, or 128 plus the signal that ended the child.
+static int waitFor(pid_t child) {
+  int status = 0;
+  while (::waitpid(child, &status, 0) < 0) {
+    if (errno != EINTR)
+      throw std::system_error(errno, std::generic_category(), "waitpid");
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
 void inChildProcess(const Body& body) {
   const pid_t child = forkChild();
   if (child == 0)
     runAndExit(body);
-  EXPECT_EQ(waitFor(child), BODY_RAN_WITHOUT_FAILURE) << "the child process failed";
+  EXPECT_EQ(waitFor(child), BODY_RAN) << "the child process failed";
 }
 
 void inChildProcessAt(const fs::path& workingDirectory, const Body& body) {

@@ -10,6 +10,10 @@ namespace test {
 
 using Body = std::function<void()>;
 
+// How a child ends whose body has run without a failure: neither with 0 nor with 1, so that a body
+// which exits does not pass by chance.
+constexpr int BODY_RAN = 42;
+
 // Returns once the body has run to its end.
 void inChildProcess(const Body& body);
 

@@ -11,14 +11,14 @@ namespace fs = std::filesystem;
 
 namespace test {
 
-ScopedFolder::ScopedFolder() {
+ScopedDirectory::ScopedDirectory() {
   std::string pattern = (fs::temp_directory_path() / "launcher-test-XXXXXX").string();
   if (mkdtemp(pattern.data()) == nullptr)
     throw std::runtime_error("cannot create " + pattern);
   folder = fs::canonical(pattern);
 }
 
-ScopedFolder::~ScopedFolder() {
+ScopedDirectory::~ScopedDirectory() {
   std::error_code ignored;
   fs::remove_all(folder, ignored);
 }
@@ -51,24 +51,24 @@ fs::path ScopedHome::applicationSupport() const {
   return path() / "Library" / "Application Support";
 }
 
-fs::path ScopedHome::launcherFolder() const {
+fs::path ScopedHome::launcherDirectory() const {
   return applicationSupport() / "VantuOrlixVDILauncher";
 }
 
-fs::path ScopedHome::logFolder() const {
+fs::path ScopedHome::logDirectory() const {
   return path() / "Library" / "Logs" / "VantuOrlixVDI";
 }
 
 fs::path ScopedHome::launchLog() const {
-  return logFolder() / "vdi-launch-launchmode-log.txt";
+  return logDirectory() / "vdi-launch-launchmode-log.txt";
 }
 
 fs::path ScopedHome::loadLog() const {
-  return logFolder() / "vdi-launch-loadmode-log.txt";
+  return logDirectory() / "vdi-launch-loadmode-log.txt";
 }
 
 Copy ScopedHome::copy(const std::string& name, const std::string& version) const {
-  return Copy(launcherFolder() / name, version);
+  return Copy(launcherDirectory() / name, version);
 }
 
 void writeFile(const fs::path& file, const std::string& content) {
@@ -106,7 +106,7 @@ std::vector<std::string> readMessages(const fs::path& log) {
   return messages;
 }
 
-std::vector<fs::path> foldersIn(const fs::path& dir) {
+std::vector<fs::path> directoriesIn(const fs::path& dir) {
   std::vector<fs::path> folders;
   if (!fs::exists(dir))
     return folders;

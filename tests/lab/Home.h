@@ -11,12 +11,12 @@
 namespace test {
 
 // A fresh folder, removed with all its content at the end of the scope.
-class ScopedFolder {
+class ScopedDirectory {
 public:
-  ScopedFolder();
-  ~ScopedFolder();
-  ScopedFolder(const ScopedFolder&) = delete;
-  ScopedFolder& operator=(const ScopedFolder&) = delete;
+  ScopedDirectory();
+  ~ScopedDirectory();
+  ScopedDirectory(const ScopedDirectory&) = delete;
+  ScopedDirectory& operator=(const ScopedDirectory&) = delete;
 
   const std::filesystem::path& path() const { return folder; }
 
@@ -82,8 +82,8 @@ public:
 
   const std::filesystem::path& path() const { return folder.path(); }
   std::filesystem::path applicationSupport() const;
-  std::filesystem::path launcherFolder() const;
-  std::filesystem::path logFolder() const;
+  std::filesystem::path launcherDirectory() const;
+  std::filesystem::path logDirectory() const;
   std::filesystem::path launchLog() const;
   std::filesystem::path loadLog() const;
 
@@ -91,7 +91,7 @@ public:
   Copy copy(const std::string& name, const std::string& version = "45.12.0.900") const;
 
 private:
-  ScopedFolder folder;
+  ScopedDirectory folder;
   ScopedEnvironment home;
   ScopedEnvironment foundationHome; // what a Mac goes by
 };
@@ -115,7 +115,7 @@ std::vector<std::string> readMessages(const std::filesystem::path& log);
 
 // The folders in a folder, links to folders included, in the order of the file system. Nothing for
 // a folder that does not exist.
-std::vector<std::filesystem::path> foldersIn(const std::filesystem::path& dir);
+std::vector<std::filesystem::path> directoriesIn(const std::filesystem::path& dir);
 
 // An XML property list with the given keys and text values.
 std::string propertyList(const std::vector<std::pair<std::string, std::string>>& entries);

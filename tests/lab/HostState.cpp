@@ -1,18 +1,17 @@
 #include "HostState.h"
 
+#include "Home.h"
+
 #include <array>
 #include <cerrno>
 #include <clocale>
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <locale>
+#include <sched.h>
 #include <sstream>
-#include <sys/resource.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,23 +21,12 @@ namespace test {
 
 namespace {
 
-// The path that a socket is connected to; empty when it has none.
-std::string socketPeer(int descriptor) {
-  sockaddr_un peer{};
-  socklen_t size = sizeof peer;
-  if (::getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) != 0 ||
-      peer.sun_family != AF_UNIX || size <= sizeof(sa_family_t))
-    return {};
-  return peer.sun_path;
-}
-
-std::string describeDescriptor(int descriptor, const std::string& target) {
-  constexpr std::array<const char*, 3> ACCESS{"read", "write", "read-write"};
+std::string describeDescriptor(int descriptor) {
+  constexpr std::array<const char*, 3> ACCESS{" read", " write", " read-write"};
   const int mode = ::fcntl(descriptor, F_GETFL) & O_ACCMODE;
-  const std::string peer = socketPeer(descriptor);
   const bool closesOnExec = (::fcntl(descriptor, F_GETFD) & FD_CLOEXEC) != 0;
-  return target + " " + ACCESS.at(static_cast<std::size_t>(mode)) +
-         (closesOnExec ? " close-on-exec" : "") + (peer.empty() ? "" : " connected to " + peer);
+  return ACCESS.at(static_cast<std::size_t>(mode)) +
+         std::string(closesOnExec ? " close-on-exec" : "");
 }
 
 void addDescriptors(HostState& state) {
@@ -49,7 +37,7 @@ void addDescriptors(HostState& state) {
     if (gone || target == listing)
       continue; // the descriptor of this very listing
     const std::string number = entry.path().filename().string();
-    state["descriptor " + number] = describeDescriptor(std::stoi(number), target);
+    state["descriptor " + number] = target + describeDescriptor(std::stoi(number));
   }
 }
 
@@ -85,15 +73,6 @@ void addDispositions(HostState& state) {
   }
 }
 
-void addLimits(HostState& state) {
-  for (int resource = 0; resource < RLIM_NLIMITS; ++resource) {
-    rlimit limit{};
-    ::getrlimit(static_cast<__rlimit_resource>(resource), &limit);
-    state["limit " + std::to_string(resource)] =
-        std::to_string(limit.rlim_cur) + " of " + std::to_string(limit.rlim_max);
-  }
-}
-
 void addEnvironment(HostState& state) {
   for (char** variable = environ; *variable != nullptr; ++variable) {
     const std::string text = *variable;
@@ -118,13 +97,14 @@ HostState currentState() {
       {"parent", std::to_string(::getppid())},
       {"session", std::to_string(::getsid(0))},
       {"process group", std::to_string(::getpgrp())},
+      {"scheduling", std::to_string(::sched_getscheduler(0))},
       {"children", hasChildren() ? "some" : "none"},
+      {"limits", readFile("/proc/self/limits")},
       {"C locale", std::setlocale(LC_ALL, nullptr)},
       {"C++ locale", std::locale().name()}};
   addDescriptors(state);
   addStatus(state);
   addDispositions(state);
-  addLimits(state);
   addEnvironment(state);
   return state;
 }
@@ -136,21 +116,17 @@ void addArguments(HostState& state, int argc, char** argv) {
 
 std::string toText(const HostState& state) {
   std::string text;
-  for (const auto& [name, value] : state) {
-    text += name + ": ";
-    for (const char c : value)
-      text += c == '\n' ? std::string("\\n") : std::string(1, c);
-    text += '\n';
-  }
+  for (const auto& [name, value] : state)
+    text += name + ": " + value + '\0';
   return text;
 }
 
 HostState fromText(const std::string& text) {
   HostState state;
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) {
-    const auto colon = line.find(": ");
-    state[line.substr(0, colon)] = line.substr(colon + 2);
+  std::istringstream entries(text);
+  for (std::string entry; std::getline(entries, entry, '\0');) {
+    const auto colon = entry.find(": ");
+    state[entry.substr(0, colon)] = entry.substr(colon + 2);
   }
   return state;
 }

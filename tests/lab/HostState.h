@@ -18,7 +18,7 @@ HostState currentState();
 // The argument vector as "argument 0" and so on.
 void addArguments(HostState& state, int argc, char** argv);
 
-// One "name: value" line each, and back. Line feeds in values become "\n".
+// As text, and back.
 std::string toText(const HostState& state);
 HostState fromText(const std::string& text);
 

@@ -3,10 +3,7 @@
 #include <filesystem>
 #include <map>
 #include <string>
-#include <sys/types.h>
 #include <vector>
-
-// Runs programs. They get none of this process's descriptors but those named here.
 
 namespace test {
 
@@ -23,16 +20,8 @@ struct Result {
   std::string err;
 };
 
-// Runs a program to its end and captures what it prints.
+// Runs a program to its end and captures what it prints. It gets no other descriptor of this
+// process.
 Result run(const Command& command);
-
-constexpr int INHERITED_DESCRIPTOR = 3;
-
-// Starts a program. Its input is /dev/zero, and what it prints is appended to a file. It gets the
-// given descriptor, if any, as INHERITED_DESCRIPTOR.
-pid_t start(const Command& command, const std::filesystem::path& output, int inherited = -1);
-
-// Waits until a started program has ended; returns its status.
-int waitFor(pid_t process);
 
 } // namespace test

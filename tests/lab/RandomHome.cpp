@@ -1,9 +1,7 @@
 #include "RandomHome.h"
 
 #include "Home.h"
-#include "VersionOracle.h"
 
-#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -38,9 +36,7 @@ const std::vector<std::string> VERSIONS{
 const std::vector<std::string> CLIENT_VERSIONS{
     "", "1.0.0.1", "45.12.0.1000", "45", "nonsense", "45.10.0.1", "44.0", "45.x"};
 
-// The content of a record and the number in it.
-const std::vector<std::pair<std::string, std::uint32_t>> LAUNCH_COUNTS{
-    {"", 0}, {"2", 2}, {"3", 3}, {" 7\n", 7}, {"x3", 0}, {"4294967295", 4294967295U}, {"1e9", 1}};
+const std::vector<std::uint32_t> LAUNCH_COUNTS{0, 2, 3, 7, 1, 4294967295U, 4};
 
 // A few moments, so that several copies were launched at the same one.
 constexpr int LAUNCH_TIMES = 3;
@@ -63,27 +59,18 @@ void addBundle(const RandomNumber& below, const fs::path& dir, RandomEntry& entr
   }
 }
 
-void addSafeStart(const RandomNumber& below, const fs::path& mark, RandomEntry& entry) {
-  const std::size_t kind = below(4);
-  if (kind == 1)
-    writeFile(mark, "");
-  else if (kind == 2)
-    fs::create_directory(mark);
-  else if (kind == 3)
-    fs::create_symlink("nowhere", mark);
-  entry.startedSafely = kind == 1 || kind == 2;
-}
-
 RandomEntry addCopy(const RandomNumber& below, const fs::path& dir) {
   RandomEntry entry;
   entry.name = dir.filename();
   fs::create_directories(dir);
   addBundle(below, dir, entry);
-  const auto& [content, launches] = any(below, LAUNCH_COUNTS);
-  if (!content.empty())
-    writeFile(dir / "launchCount.dat", content);
-  entry.launches = launches;
-  addSafeStart(below, dir / "started.dat", entry);
+  entry.launches = any(below, LAUNCH_COUNTS);
+  if (entry.launches != 0)
+    writeFile(dir / "launchCount.dat", std::to_string(entry.launches));
+  const std::size_t kind = below(4);
+  entry.startedSafely = kind == 1 || kind == 2;
+  if (entry.startedSafely)
+    writeFile(dir / "started.dat", "");
   return entry;
 }
 
@@ -96,25 +83,30 @@ void writeLaunchTime(const fs::path& dir, int order) {
 } // namespace
 
 RandomHome::RandomHome(const RandomNumber& below, const fs::path& home)
-    : launcherFolder(home / "Library" / "Application Support" / "VantuOrlixVDILauncher"),
+    : launcherDirectory(home / "Library" / "Application Support" / "VantuOrlixVDILauncher"),
       clientVersion(any(below, CLIENT_VERSIONS)), outside(home / "outside") {
   writeFile(outside / "precious" / "file", "precious");
-  fs::create_directories(launcherFolder);
+  fs::create_directories(launcherDirectory);
   const std::size_t missing = below(16);
-  if (missing == 1 || missing == 2)
-    fs::remove(launcherFolder);
   if (missing == 1)
-    fs::remove(launcherFolder.parent_path());
-  for (auto count = missing == 1 || missing == 2 ? 0 : below(12); count > 0; --count) {
+    fs::remove_all(launcherDirectory.parent_path());
+  else if (missing == 2)
+    fs::remove(launcherDirectory);
+  else
+    addEntries(below);
+  chooseWorkingDirectory(below, home / "work");
+}
+
+void RandomHome::addEntries(const RandomNumber& below) {
+  for (auto count = below(12); count > 0; --count) {
     const std::string& name = any(below, NAMES);
-    if (!fs::exists(fs::symlink_status(launcherFolder / name)))
+    if (!fs::exists(fs::symlink_status(launcherDirectory / name)))
       addEntry(below, name);
   }
-  chooseWorkingFolder(below, home / "work");
 }
 
 void RandomHome::addEntry(const RandomNumber& below, const std::string& name) {
-  const fs::path place = launcherFolder / name;
+  const fs::path place = launcherDirectory / name;
   const std::size_t kind = below(8);
   if (kind == 0) {
     writeFile(place, "a file");
@@ -133,67 +125,23 @@ void RandomHome::addEntry(const RandomNumber& below, const std::string& name) {
   }
 }
 
-void RandomHome::chooseWorkingFolder(const RandomNumber& below, const fs::path& ordinary) {
+void RandomHome::chooseWorkingDirectory(const RandomNumber& below, const fs::path& ordinary) {
   fs::create_directory(ordinary);
-  workingFolder = ordinary;
+  workingDirectory = ordinary;
+  inWorkingDirectory.isMember = false;
   const std::size_t kind = below(8);
   if (kind == 1) {
-    inWorkingFolder = addCopy(below, ordinary);
-  } else if (kind == 2 && fs::exists(launcherFolder)) {
-    workingFolder = launcherFolder;
+    inWorkingDirectory = addCopy(below, ordinary);
+    inWorkingDirectory.isMember = false;
+  } else if (kind == 2 && fs::exists(launcherDirectory)) {
+    workingDirectory = launcherDirectory;
   } else if (kind == 3 && !entries.empty()) {
     const RandomEntry& entry = any(below, entries);
-    if (!fs::is_symlink(launcherFolder / entry.name)) {
-      workingFolder = launcherFolder / entry.name;
-      inWorkingFolder = entry;
+    if (!fs::is_symlink(launcherDirectory / entry.name)) {
+      workingDirectory = launcherDirectory / entry.name;
+      inWorkingDirectory = entry;
     }
   }
-}
-
-const RandomEntry& RandomHome::find(const std::string& name) const {
-  return *std::find_if(
-      entries.begin(), entries.end(), [&](const auto& entry) { return entry.name == name; });
-}
-
-bool RandomHome::isViable(const RandomEntry& entry) const {
-  const bool isMember = &entry != &inWorkingFolder || workingFolder.parent_path() == launcherFolder;
-  const bool isJudged = isMember && !entry.version.empty() &&
-                        VersionOracle::exceeds(entry.version, "45.10.0.32950", 4);
-  return entry.hasBundle && !(isJudged && entry.launches >= 3 && !entry.startedSafely);
-}
-
-bool RandomHome::isCompatible(const RandomEntry& entry) const {
-  return clientVersion.empty() || clientVersion == "1.0.0.1" ||
-         (!entry.version.empty() && !VersionOracle::exceeds(entry.version, clientVersion, 2));
-}
-
-std::optional<std::string>
-RandomHome::chosenInLauncherFolder(const std::vector<fs::path>& order) const {
-  std::vector<const RandomEntry*> viable;
-  std::vector<const RandomEntry*> compatible;
-  const auto judge = [&](const RandomEntry& entry) {
-    if (isViable(entry))
-      viable.push_back(&entry);
-    if (isViable(entry) && isCompatible(entry))
-      compatible.push_back(&entry);
-  };
-  judge(inWorkingFolder);
-  for (const auto& dir : order)
-    judge(find(dir.filename()));
-
-  const RandomEntry* best = viable.empty() ? nullptr : viable.front();
-  std::string bestVersion = "0.0.0.0";
-  if (!compatible.empty())
-    best = compatible.front();
-  for (const RandomEntry* entry : compatible.empty() ? viable : compatible) {
-    if (!entry->version.empty() && VersionOracle::exceeds(entry->version, bestVersion, 4)) {
-      best = entry;
-      bestVersion = entry->version;
-    }
-  }
-  const bool isElsewhere =
-      best == &inWorkingFolder && workingFolder.parent_path() != launcherFolder;
-  return best == nullptr || isElsewhere ? std::nullopt : std::optional(best->name);
 }
 
 } // namespace test

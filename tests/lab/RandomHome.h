@@ -1,11 +1,10 @@
 #pragma once
 
-// A home folder of random content, and what a launch must make of it.
+// A home folder of random content.
 
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,9 +13,10 @@ namespace test {
 // A number from 0 to below the limit.
 using RandomNumber = std::function<std::size_t(std::size_t limit)>;
 
-// A folder in the launcher folder, or a link to one.
+// A folder in the launcher folder, a link to one, or the working folder.
 struct RandomEntry {
   std::string name;
+  bool isMember = true; // of the launcher folder
   bool hasBundle = false;
   std::string version; // empty when there is none to read
   std::uint32_t launches = 0;
@@ -29,26 +29,18 @@ public:
   // Lays the home out in this folder.
   RandomHome(const RandomNumber& below, const std::filesystem::path& home);
 
-  // The copy in the launcher folder that has to be started; nothing when it lies elsewhere or there
-  // is none. The order is that in which the launcher folder is listed.
-  std::optional<std::string>
-  chosenInLauncherFolder(const std::vector<std::filesystem::path>& order) const;
-
-  const RandomEntry& find(const std::string& name) const; // which must be there
-
-  std::filesystem::path launcherFolder;
-  std::filesystem::path workingFolder; // one with or without a copy, or in the launcher folder
+  std::filesystem::path launcherDirectory;
+  std::filesystem::path workingDirectory; // one with or without a copy, or in the launcher folder
   std::string clientVersion;
   std::vector<RandomEntry> entries;
+  RandomEntry inWorkingDirectory;
 
 private:
+  void addEntries(const RandomNumber& below);
   void addEntry(const RandomNumber& below, const std::string& name);
-  void chooseWorkingFolder(const RandomNumber& below, const std::filesystem::path& ordinary);
-  bool isViable(const RandomEntry& entry) const;
-  bool isCompatible(const RandomEntry& entry) const;
+  void chooseWorkingDirectory(const RandomNumber& below, const std::filesystem::path& ordinary);
 
   std::filesystem::path outside;
-  RandomEntry inWorkingFolder;
 };
 
 } // namespace test

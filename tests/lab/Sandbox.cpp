@@ -21,7 +21,7 @@ namespace test::Sandbox {
 
 namespace {
 
-const fs::path TEMPORARY_FOLDER = "/launcher-test";
+const fs::path TEMPORARY_DIRECTORY = "/launcher-test";
 const fs::path OLD_ROOT = "/.machine";
 
 constexpr const char* ADVICE = R"(
@@ -87,7 +87,7 @@ void enterEmptyRoot() {
 void fillRoot() {
   for (const fs::path place : {"/Applications", "/dev", "/dev/pts", "/launcher-test"})
     fs::create_directory(place);
-  fs::permissions(TEMPORARY_FOLDER, fs::perms::all | fs::perms::sticky_bit);
+  fs::permissions(TEMPORARY_DIRECTORY, fs::perms::all | fs::perms::sticky_bit);
   for (const auto& entry : fs::directory_iterator(OLD_ROOT)) {
     const fs::path place = "/" / entry.path().filename();
     if (!fs::exists(fs::symlink_status(place)))
@@ -113,18 +113,15 @@ void enter() try {
   if (isOrdinaryUser)
     dropCapabilities();
   fs::current_path(workingDirectory);
-  ::setenv("TMPDIR", TEMPORARY_FOLDER.c_str(), 1);
+  ::setenv("TMPDIR", TEMPORARY_DIRECTORY.c_str(), 1);
   entered = true;
 } catch (const std::system_error& failure) {
   throw std::runtime_error(failure.what() + std::string("\n") + ADVICE);
 }
 
-ScopedApplications::ScopedApplications() {
+void emptyApplications() {
   if (!entered)
     throw std::logic_error("not in a sandbox: the machine's own /Applications stays as it is");
-}
-
-ScopedApplications::~ScopedApplications() {
   for (const auto& entry : fs::directory_iterator("/Applications"))
     fs::remove_all(entry.path());
 }

@@ -10,14 +10,7 @@ namespace test::Sandbox {
 // impossible, throws an exception that says what to do.
 void enter();
 
-// The sandbox's /Applications for the length of a scope, emptied at its end. Throws outside a
-// sandbox.
-class ScopedApplications {
-public:
-  ScopedApplications();
-  ~ScopedApplications();
-  ScopedApplications(const ScopedApplications&) = delete;
-  ScopedApplications& operator=(const ScopedApplications&) = delete;
-};
+// Empties the sandbox's /Applications. Throws outside a sandbox.
+void emptyApplications();
 
 } // namespace test::Sandbox

@@ -1,9 +1,10 @@
 #include "SystemLog.h"
 
+#include "Eventually.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <poll.h>
 #include <stdexcept>
 #include <string_view>
 #include <sys/socket.h>
@@ -53,22 +54,12 @@ bool SystemLog::receive() {
   return true;
 }
 
-// Whether something arrived within a time that a very slow machine needs.
-bool SystemLog::waitForData() const {
-  constexpr int PATIENCE_MILLISECONDS = 60'000;
-  pollfd readable{listener, POLLIN, 0};
-  int ready = 0;
-  do {
-    ready = ::poll(&readable, 1, PATIENCE_MILLISECONDS);
-  } while (ready < 0 && errno == EINTR);
-  return ready == 1;
-}
-
 const std::vector<SystemLog::Entry>& SystemLog::await(std::size_t count) {
-  do {
+  eventually([&] {
     while (receive()) {
     }
-  } while (entries.size() < count && waitForData());
+    return entries.size() >= count;
+  });
   return entries;
 }
 
@@ -79,21 +70,17 @@ std::vector<std::string> SystemLog::awaitMessages(std::size_t count) {
   return messages;
 }
 
-// Whether the log took nothing. A sender may be full before the log is.
-static bool fillFromNewSender() {
-  const int sender = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-  std::size_t sent = 0;
-  while (::sendto(sender, FILLER.data(), FILLER.size(), 0, LOG_ADDRESS, sizeof ADDRESS) >= 0)
-    ++sent;
-  const int reason = errno;
-  ::close(sender);
-  if (reason != EAGAIN)
-    throw std::runtime_error("cannot fill the system log");
-  return sent == 0;
-}
-
+// A sender may be full before the log is: the log is when it takes nothing from a new one.
 void SystemLog::stall() {
-  while (!fillFromNewSender()) {
+  for (std::size_t taken = 1; taken > 0;) {
+    const int sender = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    taken = 0;
+    while (::sendto(sender, FILLER.data(), FILLER.size(), 0, LOG_ADDRESS, sizeof ADDRESS) >= 0)
+      ++taken;
+    const int reason = errno;
+    ::close(sender);
+    if (reason != EAGAIN)
+      throw std::runtime_error("cannot fill the system log");
   }
 }
 

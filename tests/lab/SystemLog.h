@@ -31,7 +31,6 @@ public:
 
 private:
   bool receive();
-  bool waitForData() const;
 
   int listener;
   std::vector<Entry> entries;

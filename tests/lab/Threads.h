@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <iterator>
-#include <string>
 
 namespace test {
 
@@ -12,9 +11,9 @@ constexpr int SANITIZER_THREADS = 1; // from the program's first thread on
 constexpr int SANITIZER_THREADS = 0;
 #endif
 
-// The number of threads of a process, or of "self", without the thread sanitizer's own.
-inline int countThreads(const std::string& process) {
-  const std::filesystem::directory_iterator tasks("/proc/" + process + "/task");
+// The number of threads of this process, without the thread sanitizer's own.
+inline int countThreads() {
+  const std::filesystem::directory_iterator tasks("/proc/self/task");
   return static_cast<int>(std::distance(begin(tasks), end(tasks))) - SANITIZER_THREADS;
 }
 

@@ -8,12 +8,12 @@ namespace test {
 
 // One home for all tests: GNUstep asks only once where the user's folders lie.
 static const fs::path& home() {
-  static const ScopedFolder folder;
+  static const ScopedDirectory folder;
   return folder.path();
 }
 
 BridgeTest::BridgeTest() {
-  static const bool once = (FakePlatform::setUserFolders(library(), home() / "Defaults"), true);
+  static const bool once = (FakePlatform::setUserDirectories(library(), home() / "Defaults"), true);
   static_cast<void>(once);
   propertyListPlace = "Resources/Info.plist";
   fs::current_path(home()); // a launch without any candidate leaves its records there
@@ -23,7 +23,7 @@ BridgeTest::BridgeTest() {
   fs::create_directories(frameworks());
   fs::create_directory(executable);
   FakePlatform::reset();
-  FakePlatform::setExecutableFolder(executable);
+  FakePlatform::setExecutableDirectory(executable);
   setenv("LIBRARY_RECORD", (folder() / "record").c_str(), 1);
 }
 
@@ -35,7 +35,7 @@ fs::path BridgeTest::applicationSupport() {
   return library() / "ApplicationSupport";
 }
 
-fs::path BridgeTest::launcherFolder() {
+fs::path BridgeTest::launcherDirectory() {
   return applicationSupport() / "VantuOrlixVDILauncher";
 }
 

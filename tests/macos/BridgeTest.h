@@ -19,7 +19,7 @@ protected:
   // The folders as GNUstep lays them out.
   static std::filesystem::path library();
   static std::filesystem::path applicationSupport();
-  static std::filesystem::path launcherFolder();
+  static std::filesystem::path launcherDirectory();
 
   // A folder of this test's own, with an executable beside an empty Frameworks folder: Foundation
   // remembers bundles by their path, the loader libraries.
@@ -40,7 +40,7 @@ protected:
   }
 
 private:
-  ScopedFolder scratch;
+  ScopedDirectory scratch;
 };
 
 } // namespace test

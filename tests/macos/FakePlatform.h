@@ -27,14 +27,15 @@ std::vector<std::string> calls(const std::string& start = "");
 
 // Gives GNUstep other folders than those in the user's home. Must be called once, before any other
 // use of GNUstep.
-void setUserFolders(const std::filesystem::path& library, const std::filesystem::path& defaults);
+void setUserDirectories(
+    const std::filesystem::path& library, const std::filesystem::path& defaults);
 
 // From now on, look-ups return these folders. One that is not UTF-8 becomes a platform string
 // without a UTF-8 form.
-void nameFolders(const std::vector<std::string>& folders);
+void nameDirectories(const std::vector<std::string>& folders);
 
 // What "@executable_path" stands for, which only a Mac's loader knows.
-void setExecutableFolder(const std::filesystem::path& folder);
+void setExecutableDirectory(const std::filesystem::path& folder);
 
 // Runs during every pause, which takes no time.
 void onPause(const std::function<void()>& action);

@@ -18,8 +18,8 @@ extern "C" void* _NSConcreteGlobalBlock[];
 namespace {
 
 std::vector<std::string> noted;
-std::optional<std::vector<std::string>> namedFolders;
-std::string executableFolder;
+std::optional<std::vector<std::string>> namedDirectories;
+std::string executableDirectory;
 std::deque<CompletionHandler> unanswered;
 std::map<const void*, std::string> argumentsOfConfigurations; // of the live ones
 
@@ -75,8 +75,8 @@ NSArray* __wrap_NSSearchPathForDirectoriesInDomains(
   note(
       "NSSearchPathForDirectoriesInDomains " + std::to_string(directory) + " " +
       std::to_string(domain) + " " + textOf(tilde));
-  return namedFolders ? listOf(*namedFolders)
-                      : __real_NSSearchPathForDirectoriesInDomains(directory, domain, tilde);
+  return namedDirectories ? listOf(*namedDirectories)
+                          : __real_NSSearchPathForDirectoriesInDomains(directory, domain, tilde);
 }
 
 void __wrap_NSLog(NSString* format, ...) {
@@ -95,7 +95,7 @@ void* __wrap_dlopen(const char* path, int mode) {
       (mode == (RTLD_NOW | RTLD_GLOBAL) ? "NOW|GLOBAL" : std::to_string(mode)) + " " + text);
   const bool resolved = text.rfind(notation, 0) == 0;
   return __real_dlopen(
-      resolved ? (executableFolder + text.substr(notation.size())).c_str() : path, mode);
+      resolved ? (executableDirectory + text.substr(notation.size())).c_str() : path, mode);
 }
 
 } // extern "C"
@@ -180,8 +180,8 @@ namespace test::FakePlatform {
 
 void reset() {
   noted.clear();
-  namedFolders.reset();
-  executableFolder.clear();
+  namedDirectories.reset();
+  executableDirectory.clear();
   onPause([] {});
   for (CompletionHandler handler : unanswered)
     Block_release(handler);
@@ -196,7 +196,8 @@ std::vector<std::string> calls(const std::string& start) {
   return values;
 }
 
-void setUserFolders(const std::filesystem::path& library, const std::filesystem::path& defaults) {
+void setUserDirectories(
+    const std::filesystem::path& library, const std::filesystem::path& defaults) {
   @autoreleasepool {
     GNUstepConfig(@{
       @"GNUSTEP_USER_DIR_LIBRARY" : [NSString stringWithUTF8String:library.c_str()],
@@ -206,12 +207,12 @@ void setUserFolders(const std::filesystem::path& library, const std::filesystem:
   }
 }
 
-void nameFolders(const std::vector<std::string>& folders) {
-  namedFolders = folders;
+void nameDirectories(const std::vector<std::string>& folders) {
+  namedDirectories = folders;
 }
 
-void setExecutableFolder(const std::filesystem::path& folder) {
-  executableFolder = folder.string();
+void setExecutableDirectory(const std::filesystem::path& folder) {
+  executableDirectory = folder.string();
 }
 
 void onPause(const std::function<void()>& action) {

@@ -1,5 +1,6 @@
 #include "BridgeTest.h"
 #include "LauncherHelper.h"
+#include "Platform.h"
 
 namespace fs = std::filesystem;
 namespace fake = test::FakePlatform;
@@ -12,23 +13,8 @@ namespace {
 class Folders : public test::BridgeTest {};
 
 TEST_F(Folders, LauncherFolder) {
-  EXPECT_EQ(LauncherHelper::getLauncherDirectory(), launcherFolder());
+  EXPECT_EQ(LauncherHelper::getLauncherDirectory(), launcherDirectory());
   EXPECT_THAT(fake::calls(), ElementsAre("NSSearchPathForDirectoriesInDomains 14 1 YES"));
-}
-
-TEST_F(Folders, LauncherFolderExists) {
-  fs::create_directory(launcherFolder());
-  EXPECT_EQ(LauncherHelper::getLauncherDirectory(), launcherFolder());
-}
-
-TEST_F(Folders, NoApplicationSupport) {
-  fs::remove(applicationSupport());
-  EXPECT_EQ(LauncherHelper::getLauncherDirectory(), fs::path());
-}
-
-TEST_F(Folders, CannotBeExamined) {
-  fake::nameFolders({folder() / std::string(5000, 'x')});
-  EXPECT_THROW(LauncherHelper::getLauncherDirectory(), fs::filesystem_error);
 }
 
 TEST_F(Folders, LogFolder) {
@@ -43,25 +29,25 @@ TEST_F(Folders, NoLibrary) {
 }
 
 TEST_F(Folders, FirstOfSeveral) {
-  fake::nameFolders({folder(), applicationSupport()});
+  fake::nameDirectories({folder(), applicationSupport()});
   EXPECT_EQ(LauncherHelper::getLauncherDirectory(), folder() / "VantuOrlixVDILauncher");
   EXPECT_EQ(LauncherHelper::getLogPath(), folder() / "Logs" / "VantuOrlixVDI");
 }
 
 TEST_F(Folders, NoneNamed) {
-  fake::nameFolders({});
+  fake::nameDirectories({});
   EXPECT_EQ(LauncherHelper::getLauncherDirectory(), fs::path());
   EXPECT_EQ(LauncherHelper::getLogPath(), fs::path());
 }
 
 TEST_F(Folders, NoUtf8Form) {
-  fake::nameFolders({"/Users/\xff"});
+  fake::nameDirectories({"/Users/\xff"});
   EXPECT_EQ(LauncherHelper::getLauncherDirectory(), fs::path());
   EXPECT_EQ(LauncherHelper::getLogPath(), fs::path());
 }
 
 TEST_F(Folders, NonAscii) {
-  fake::nameFolders({"/Users/Zo\xc3\xab"});
+  fake::nameDirectories({"/Users/Zo\xc3\xab"});
   EXPECT_EQ(LauncherHelper::getLogPath().string(), "/Users/Zo\xc3\xab/Logs/VantuOrlixVDI");
 }
 
@@ -113,6 +99,32 @@ TEST_F(BundleVersion, UnusualPath) {
 TEST_F(BundleVersion, PathNotUtf8) {
   const fs::path named = folder() / "\xff\xfe";
   EXPECT_EQ(LauncherHelper::getDirectoryVersion(test::Copy(named)), "");
+}
+
+TEST_F(BundleVersion, NamesProblem) {
+  using Platform::ListProblem;
+  const std::pair<std::string, ListProblem> rows[] = {
+      {test::propertyList({{"CFBundleShortVersionString", ""}}), ListProblem::None},
+      {test::propertyList({{"CFBundleName", "plug-in"}}), ListProblem::NoKey},
+      {"<plist><dict><key>CFBundleShort", ListProblem::Malformed},
+      {"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
+       "<key>CFBundleShortVersionString</key><integer>45</integer>"
+       "</dict></plist>",
+       ListProblem::NoText}};
+  for (const auto& [list, problem] : rows) {
+    const test::ScopedDirectory copy;
+    test::Copy(copy.path()).list(list);
+    EXPECT_EQ(Platform::versionProblem(test::bundleIn(copy.path())), problem) << list;
+  }
+}
+
+TEST_F(BundleVersion, NamesProgram) {
+  test::Copy copy(folder());
+  copy.list(test::propertyList({{"CFBundleExecutable", "Program"}}));
+  EXPECT_EQ(Platform::executableName(test::bundleIn(copy)), "Program");
+  const test::ScopedDirectory unnamed;
+  test::Copy(unnamed.path()).list(test::propertyList({{"CFBundleName", "plug-in"}}));
+  EXPECT_EQ(Platform::executableName(test::bundleIn(unnamed.path())), "OrlixVDIPlugin");
 }
 
 // --- Values under the key ---

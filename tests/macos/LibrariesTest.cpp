@@ -23,12 +23,12 @@ const std::string OWN_FRAMEWORKS = "@executable_path/../Frameworks/";
 class Libraries : public test::BridgeTest {
 protected:
   Libraries() {
-    fake::nameFolders({folder()});
+    fake::nameDirectories({folder()});
     Logger::open(folder() / "log.txt", true);
   }
   ~Libraries() override { Logger::close(); }
 
-  fs::path launcherFolder() const { return folder() / "VantuOrlixVDILauncher"; }
+  fs::path launcherDirectory() const { return folder() / "VantuOrlixVDILauncher"; }
 
   static void install(const fs::path& library, const char* original = FAKE_LAUNCHER_LIBRARY) {
     fs::create_directories(library.parent_path());
@@ -55,13 +55,6 @@ TEST_F(MainLibrary, IsEntered) {
   EXPECT_THAT(log(), IsEmpty());
 }
 
-TEST_F(MainLibrary, StaysWithoutEntry) {
-  install(frameworks() / MAIN_NAME, ENTRYLESS_LIBRARY);
-  LauncherHelper::loadMainDllFromCurrentDirectory();
-  EXPECT_NE(dlopen((frameworks() / MAIN_NAME).c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
-  EXPECT_THAT(log(), IsEmpty());
-}
-
 TEST_F(MainLibrary, LogsFailure) {
   LauncherHelper::loadMainDllFromCurrentDirectory();
   EXPECT_THAT(
@@ -76,7 +69,7 @@ TEST_F(MainLibrary, LogsFailure) {
 using LauncherLibrary = Libraries;
 
 TEST_F(LauncherLibrary, OwnInLoadMode) {
-  install(launcherFolder() / LAUNCHER_NAME);
+  install(launcherDirectory() / LAUNCHER_NAME);
   install(frameworks() / LAUNCHER_NAME);
   loadLauncher({"app", "loadmode"});
   EXPECT_THAT(fake::calls("dlopen "), ElementsAre("NOW|GLOBAL " + OWN_FRAMEWORKS + LAUNCHER_NAME));
@@ -84,81 +77,25 @@ TEST_F(LauncherLibrary, OwnInLoadMode) {
   EXPECT_THAT(record(), ElementsAre("launcher 2 [loadmode] null"));
 }
 
-struct Invocation {
-  std::vector<std::string> arguments;
-  std::string recorded;
-};
-
-class OtherMode : public Libraries, public testing::WithParamInterface<Invocation> {};
-
-TEST_P(OtherMode, PrefersLauncherFolder) {
-  install(launcherFolder() / LAUNCHER_NAME);
+TEST_F(LauncherLibrary, SharedInOtherMode) {
+  install(launcherDirectory() / LAUNCHER_NAME);
   install(frameworks() / LAUNCHER_NAME);
-  loadLauncher(GetParam().arguments);
+  loadLauncher({"app", "launchermode", "45.1"});
   EXPECT_THAT(
       fake::calls("dlopen "),
-      ElementsAre("NOW|GLOBAL " + (launcherFolder() / LAUNCHER_NAME).string()));
+      ElementsAre("NOW|GLOBAL " + (launcherDirectory() / LAUNCHER_NAME).string()));
   EXPECT_THAT(log(), ElementsAre("load launcherDLL from launcher folder"));
-  EXPECT_THAT(record(), ElementsAre(GetParam().recorded));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Arguments,
-    OtherMode,
-    testing::Values(
-        Invocation{{}, "launcher 0 null"},
-        Invocation{{"app"}, "launcher 1 null"},
-        Invocation{{"app", "LoadMode"}, "launcher 2 [LoadMode] null"},
-        Invocation{{"app", "loadmode "}, "launcher 2 [loadmode ] null"},
-        Invocation{{"app", "launchermode", "45.1"}, "launcher 3 [launchermode] [45.1] null"}));
-
-TEST_F(LauncherLibrary, OwnWithoutShared) {
-  install(frameworks() / LAUNCHER_NAME);
-  loadLauncher({"app"});
-  EXPECT_THAT(fake::calls("dlopen "), ElementsAre("NOW|GLOBAL " + OWN_FRAMEWORKS + LAUNCHER_NAME));
-  EXPECT_THAT(log(), ElementsAre("load launcherDLL from current executable folder"));
-}
-
-TEST_F(LauncherLibrary, NoSecondTry) {
-  const fs::path shared = launcherFolder() / LAUNCHER_NAME;
-  test::writeFile(shared, "no library");
-  install(frameworks() / LAUNCHER_NAME);
-  loadLauncher({"app"});
-  EXPECT_THAT(
-      log(),
-      ElementsAre(
-          "load launcherDLL from launcher folder",
-          AllOf(
-              StartsWith("\"" + shared.string() + "\" load library failed dleeror: "),
-              HasSubstr("file too short"))));
-  EXPECT_THAT(fake::calls("dlopen "), ElementsAre("NOW|GLOBAL " + shared.string()));
-}
-
-TEST_F(LauncherLibrary, QuotesPath) {
-  const fs::path odd = folder() / "say \"so\"";
-  test::writeFile(odd / "VantuOrlixVDILauncher" / LAUNCHER_NAME, "no library");
-  fake::nameFolders({odd});
-  loadLauncher({"app"});
-  EXPECT_THAT(log().back(), HasSubstr("say \\\"so\\\"/VantuOrlixVDILauncher"));
+  EXPECT_THAT(record(), ElementsAre("launcher 3 [launchermode] [45.1] null"));
 }
 
 TEST_F(LauncherLibrary, LogsMissingEntry) {
-  install(launcherFolder() / LAUNCHER_NAME, ENTRYLESS_LIBRARY);
+  install(launcherDirectory() / LAUNCHER_NAME, ENTRYLESS_LIBRARY);
   loadLauncher({"app"});
   EXPECT_THAT(
       log().back(),
       AllOf(
           StartsWith("dlsym dlerror: "),
           HasSubstr("undefined symbol: ThinClientLauncherEntryPoint")));
-}
-
-TEST_F(LauncherLibrary, WorkingFolder) {
-  fake::nameFolders({folder() / "none"});
-  install(folder() / "here" / LAUNCHER_NAME);
-  fs::current_path(folder() / "here");
-  loadLauncher({"app"});
-  EXPECT_THAT(fake::calls("dlopen "), ElementsAre("NOW|GLOBAL " + LAUNCHER_NAME));
-  EXPECT_THAT(log().front(), "load launcherDLL from launcher folder");
 }
 
 TEST_F(LauncherLibrary, NoLoaderError) {

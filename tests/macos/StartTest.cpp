@@ -80,10 +80,6 @@ TEST_F(Start, MissingBundle) {
   EXPECT_THAT(startsOf(folder() / "none"), ElementsAre(opened(folder() / "none", " \"loadmode\"")));
 }
 
-TEST_F(Start, TrailingSeparator) {
-  EXPECT_THAT(startsOf(folder() / ""), ElementsAre(opened(folder(), " \"loadmode\"")));
-}
-
 TEST_F(Start, EmptyPath) {
   EXPECT_THAT(startsOf(""), ElementsAre(opened(fs::current_path(), " \"loadmode\"")));
 }

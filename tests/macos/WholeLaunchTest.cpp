@@ -25,10 +25,10 @@ protected:
 };
 
 TEST_F(WholeLaunch, StartsAndCleansUp) {
-  const test::Copy chosen(launcherFolder() / "45.12.0.900", "45.12.0.900");
-  const test::Copy newer(launcherFolder() / "45.13.0.10", "45.13.0.10");
+  const test::Copy chosen(launcherDirectory() / "45.12.0.900", "45.12.0.900");
+  const test::Copy newer(launcherDirectory() / "45.13.0.10", "45.13.0.10");
   const auto old = [](const std::string& version, std::chrono::hours ago) {
-    return test::Copy(launcherFolder() / version, version).launched(ago);
+    return test::Copy(launcherDirectory() / version, version).launched(ago);
   };
   const test::Copy oldest = old("45.11.0.1", std::chrono::hours(72));
   const test::Copy older = old("45.11.0.2", std::chrono::hours(48));
@@ -58,7 +58,7 @@ TEST_F(WholeLaunch, StartsAndCleansUp) {
 }
 
 TEST_F(WholeLaunch, GoesOnAfterFailure) {
-  const test::Copy only(launcherFolder() / "45.12.0.900");
+  const test::Copy only(launcherDirectory() / "45.12.0.900");
   fake::onPause([] { fake::answerStart("no such application"); });
   EXPECT_EQ(launch({"host"}), 0);
   EXPECT_THAT(fake::calls("NSLog "), ElementsAre("Failed to run the app: no such application"));

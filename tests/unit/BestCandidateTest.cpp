@@ -14,8 +14,8 @@ protected:
     const std::string name = "copy " + std::to_string(position);
     if (version != NO_BUNDLE)
       return makeCopy(name, version);
-    fs::create_directories(launcherFolder() / name);
-    return launcherFolder() / name;
+    fs::create_directories(launcherDirectory() / name);
+    return launcherDirectory() / name;
   }
 };
 
@@ -51,7 +51,7 @@ TEST_F(BestCandidate, IsHighestThenEarliest) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    fs::remove_all(launcherFolder());
+    fs::remove_all(launcherDirectory());
     std::vector<fs::path> candidates;
     for (const auto& version : row.versions)
       candidates.push_back(makeCandidate(candidates.size(), version));

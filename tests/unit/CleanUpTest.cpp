@@ -19,31 +19,31 @@ constexpr hours WEEK{24 * 7};
 class CleanUp : public test::LauncherTest {
 protected:
   // A folder of the launcher folder, never launched.
-  fs::path makeFolder(const std::string& name) const {
-    test::writeFile(launcherFolder() / name / "content" / "file", "content");
-    return launcherFolder() / name;
+  fs::path makeDirectory(const std::string& name) const {
+    test::writeFile(launcherDirectory() / name / "content" / "file", "content");
+    return launcherDirectory() / name;
   }
 
-  fs::path makeLaunchedFolder(const std::string& name, hours ago) const {
-    return test::Copy(makeFolder(name)).launched(ago);
+  fs::path makeLaunchedDirectory(const std::string& name, hours ago) const {
+    return test::Copy(makeDirectory(name)).launched(ago);
   }
 
   std::set<std::string> left() const {
     std::set<std::string> names;
-    for (const auto& entry : fs::directory_iterator(launcherFolder()))
+    for (const auto& entry : fs::directory_iterator(launcherDirectory()))
       names.insert(entry.path().filename());
     return names;
   }
 
-  const fs::path launched = makeLaunchedFolder("launched", hours(0));
+  const fs::path launched = makeLaunchedDirectory("launched", hours(0));
 };
 
 } // namespace
 
 TEST_F(CleanUp, KeepsTwoMostRecent) {
-  makeLaunchedFolder("an hour ago", hours(1));
-  makeFolder("never");
-  makeLaunchedFolder("a week ago", WEEK);
+  makeLaunchedDirectory("an hour ago", hours(1));
+  makeDirectory("never");
+  makeLaunchedDirectory("a week ago", WEEK);
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_THAT(left(), UnorderedElementsAre("launched", "an hour ago", "a week ago"));
   EXPECT_THAT(messages(), IsEmpty());
@@ -51,69 +51,69 @@ TEST_F(CleanUp, KeepsTwoMostRecent) {
 
 TEST_F(CleanUp, RemovesAllOthers) {
   for (int day = 1; day <= 20; ++day)
-    makeLaunchedFolder("day " + std::to_string(day), hours(24 * day));
+    makeLaunchedDirectory("day " + std::to_string(day), hours(24 * day));
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_THAT(left(), UnorderedElementsAre("launched", "day 1", "day 2"));
 }
 
 TEST_F(CleanUp, KeepsLaunchedCopy) {
   fs::remove(launched / "launch.dat");
-  makeLaunchedFolder("a", hours(1));
-  makeLaunchedFolder("b", hours(2));
-  makeLaunchedFolder("c", hours(3));
+  makeLaunchedDirectory("a", hours(1));
+  makeLaunchedDirectory("b", hours(2));
+  makeLaunchedDirectory("c", hours(3));
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_THAT(left(), UnorderedElementsAre("launched", "a", "b"));
 }
 
 TEST_F(CleanUp, ComparesPathElements) {
   for (const char* name : {"a", "b", "c"})
-    makeLaunchedFolder(name, hours(1));
+    makeLaunchedDirectory(name, hours(1));
   fs::last_write_time(launched / "launch.dat", fs::file_time_type::clock::now() - WEEK);
-  launcher.cleanUpLauncherDirectory(launcherFolder().string() + "//launched");
+  launcher.cleanUpLauncherDirectory(launcherDirectory().string() + "//launched");
   EXPECT_EQ(left().size(), 3U);
   EXPECT_TRUE(fs::exists(launched));
 }
 
 TEST_F(CleanUp, KeepsTwoOthers) {
-  makeFolder("never");
-  makeLaunchedFolder("a week ago", WEEK);
+  makeDirectory("never");
+  makeLaunchedDirectory("a week ago", WEEK);
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_THAT(left(), UnorderedElementsAre("launched", "never", "a week ago"));
 }
 
 TEST_F(CleanUp, RemovesTwoOfFourTied) {
   for (const char* name : {"a", "b", "c", "d"})
-    makeFolder(name);
+    makeDirectory(name);
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_EQ(left().size(), 3U);
   EXPECT_TRUE(fs::exists(launched));
 }
 
 TEST_F(CleanUp, CountsAnyFolder) {
-  makeLaunchedFolder("with bundle", WEEK);
+  makeLaunchedDirectory("with bundle", WEEK);
   for (const char* name : {"a", "b"})
-    test::writeFile(launcherFolder() / name / "launch.dat", "");
+    test::writeFile(launcherDirectory() / name / "launch.dat", "");
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_THAT(left(), UnorderedElementsAre("launched", "a", "b"));
 }
 
 TEST_F(CleanUp, GoesByLaunchTime) {
   makeCopy("newest", "99.0").launches("99").startedSafely().launched(WEEK);
-  makeLaunchedFolder("a", hours(1));
-  makeLaunchedFolder("b", hours(2));
+  makeLaunchedDirectory("a", hours(1));
+  makeLaunchedDirectory("b", hours(2));
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_THAT(left(), UnorderedElementsAre("launched", "a", "b"));
 }
 
 TEST_F(CleanUp, KeepsFiles) {
   for (const char* name : {"corrupt.dat", "libThinClientLauncher.dylib", "other"})
-    test::writeFile(launcherFolder() / name, "");
-  fs::create_symlink(home.path() / "missing", launcherFolder() / "dangling");
-  makeFolder("a");
-  makeFolder("b");
+    test::writeFile(launcherDirectory() / name, "");
+  fs::create_symlink(home.path() / "missing", launcherDirectory() / "dangling");
+  makeDirectory("a");
+  makeDirectory("b");
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_EQ(left().size(), 7U);
-  makeFolder("c");
+  makeDirectory("c");
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_THAT(
       left(),
@@ -122,39 +122,30 @@ TEST_F(CleanUp, KeepsFiles) {
   EXPECT_EQ(left().size(), 7U);
 }
 
-TEST_F(CleanUp, RemovesLinkNotTarget) {
-  test::writeFile(home.path() / "elsewhere" / "file", "content");
-  fs::create_directory_symlink(home.path() / "elsewhere", launcherFolder() / "link");
-  makeLaunchedFolder("a", hours(1));
-  makeLaunchedFolder("b", hours(2));
-  launcher.cleanUpLauncherDirectory(launched);
-  EXPECT_THAT(left(), UnorderedElementsAre("launched", "a", "b"));
-  EXPECT_EQ(test::readFile(home.path() / "elsewhere" / "file"), "content");
-}
-
 TEST_F(CleanUp, ReadsTimeThroughLink) {
   const fs::path target = home.path() / "elsewhere";
-  fs::rename(makeLaunchedFolder("moved", hours(1)), target);
-  fs::create_directory_symlink(target, launcherFolder() / "link");
-  makeLaunchedFolder("a", hours(2));
-  makeLaunchedFolder("b", hours(3));
+  fs::rename(makeLaunchedDirectory("moved", hours(1)), target);
+  fs::create_directory_symlink(target, launcherDirectory() / "link");
+  makeLaunchedDirectory("a", hours(2));
+  makeLaunchedDirectory("b", hours(3));
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_THAT(left(), UnorderedElementsAre("launched", "link", "a"));
 }
 
 // It is excluded by its path: a link to it is another folder, with the same launch time.
 TEST_F(CleanUp, CountsLinkToLaunchedCopy) {
-  fs::create_directory_symlink(launched, launcherFolder() / "link");
-  makeLaunchedFolder("a", hours(1));
-  makeLaunchedFolder("b", hours(2));
+  fs::create_directory_symlink(launched, launcherDirectory() / "link");
+  makeLaunchedDirectory("a", hours(1));
+  makeLaunchedDirectory("b", hours(2));
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_THAT(left(), UnorderedElementsAre("launched", "link", "a"));
 }
 
 TEST_F(CleanUp, SkipsLaunchElsewhere) {
   for (const char* name : {"a", "b", "c"})
-    makeFolder(name);
-  for (const auto& dir : {fs::path("/Applications"), launcherFolder(), launched / "", fs::path()}) {
+    makeDirectory(name);
+  for (const auto& dir :
+       {fs::path("/Applications"), launcherDirectory(), launched / "", fs::path()}) {
     SCOPED_TRACE(dir);
     emptyLog();
     launcher.cleanUpLauncherDirectory(dir);
@@ -164,9 +155,9 @@ TEST_F(CleanUp, SkipsLaunchElsewhere) {
 }
 
 TEST_F(CleanUp, AcceptsNoLauncherFolder) {
-  fs::remove_all(launcherFolder());
+  fs::remove_all(launcherDirectory());
   launcher.cleanUpLauncherDirectory(launched);
-  EXPECT_FALSE(fs::exists(launcherFolder()));
+  EXPECT_FALSE(fs::exists(launcherDirectory()));
   EXPECT_THAT(messages(), IsEmpty());
 }
 
@@ -178,13 +169,13 @@ TEST_F(CleanUp, AcceptsNoLibrary) {
 
 TEST_F(CleanUp, RaisesForLockedLauncherFolder) {
   test::asUnprivilegedUser(home.path(), [&] {
-    const test::ScopedPermissions scoped(launcherFolder(), fs::perms::owner_exec);
+    const test::ScopedPermissions scoped(launcherDirectory(), fs::perms::owner_exec);
     EXPECT_THROW(launcher.cleanUpLauncherDirectory(launched), fs::filesystem_error);
   });
 }
 
 TEST_F(CleanUp, RaisesForLockedCopy) {
-  const fs::path locked = makeFolder("locked");
+  const fs::path locked = makeDirectory("locked");
   test::asUnprivilegedUser(home.path(), [&] {
     const test::ScopedPermissions scoped(locked, fs::perms::none);
     EXPECT_THROW(launcher.cleanUpLauncherDirectory(launched), fs::filesystem_error);
@@ -192,10 +183,10 @@ TEST_F(CleanUp, RaisesForLockedCopy) {
 }
 
 TEST_F(CleanUp, GoesOnAfterFailedRemoval) {
-  makeLaunchedFolder("a", hours(1));
-  makeLaunchedFolder("b", hours(2));
-  const fs::path stuck = makeLaunchedFolder("stuck", hours(4));
-  makeLaunchedFolder("removed after it", hours(3));
+  makeLaunchedDirectory("a", hours(1));
+  makeLaunchedDirectory("b", hours(2));
+  const fs::path stuck = makeLaunchedDirectory("stuck", hours(4));
+  makeLaunchedDirectory("removed after it", hours(3));
   test::asUnprivilegedUser(home.path(), [&] {
     const auto permissions = fs::perms::owner_read | fs::perms::owner_exec;
     const test::ScopedPermissions scoped(stuck / "content", permissions);

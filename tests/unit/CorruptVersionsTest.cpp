@@ -12,7 +12,7 @@ namespace {
 
 class CorruptVersions : public test::LauncherTest {
 protected:
-  CorruptVersions() { fs::create_directories(launcherFolder()); }
+  CorruptVersions() { fs::create_directories(launcherDirectory()); }
 
   std::string content() const { return test::readFile(file); }
   std::string failure() const { return "VDI Failed to write corrupt versions to " + file.string(); }
@@ -20,7 +20,7 @@ protected:
     return "VDI Wrote " + std::to_string(count) + " corrupt versions to " + file.string();
   }
 
-  const fs::path file = launcherFolder() / "corrupt.dat";
+  const fs::path file = launcherDirectory() / "corrupt.dat";
 };
 
 } // namespace
@@ -66,9 +66,9 @@ TEST_F(CorruptVersions, OfEmptyListChangeNothing) {
 }
 
 TEST_F(CorruptVersions, CreateNoFolder) {
-  fs::remove(launcherFolder());
+  fs::remove(launcherDirectory());
   launcher.writeCorruptVersions({"45.11.0.1"});
-  EXPECT_FALSE(fs::exists(launcherFolder()));
+  EXPECT_FALSE(fs::exists(launcherDirectory()));
   EXPECT_THAT(messages(), ElementsAre(failure()));
 }
 

@@ -32,7 +32,7 @@ TEST_F(HostLocale, ChangesNoRecord) {
   launcher.filterInviableDirectories({copy});
   launcher.updateLaunchInfo(copy);
   const std::string path = copy.string();
-  const std::string corruptFile = (launcherFolder() / "corrupt.dat").string();
+  const std::string corruptFile = (launcherDirectory() / "corrupt.dat").string();
   EXPECT_THAT(
       messages(),
       ElementsAre(

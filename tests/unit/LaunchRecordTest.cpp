@@ -30,7 +30,7 @@ protected:
            " for directory: " + copy.string();
   }
 
-  const fs::path copy = launcherFolder() / "45.11.0.1";
+  const fs::path copy = launcherDirectory() / "45.11.0.1";
   const fs::path outside = home.path() / "elsewhere";
 };
 
@@ -182,7 +182,8 @@ TEST_F(LaunchRecord, OrdersTimesOfAllCenturies) {
 
 TEST_F(LaunchRecord, ReportsUnknownTime) {
   test::writeFile(outside / "launch.dat", "12");
-  for (const auto& dir : {copy, outside, launcherFolder() / "missing", fs::path("/Applications")})
+  for (const auto& dir :
+       {copy, outside, launcherDirectory() / "missing", fs::path("/Applications")})
     EXPECT_EQ(launcher.getLastLaunchTime(dir), fs::file_time_type::min()) << dir;
 }
 
@@ -233,7 +234,7 @@ TEST_F(LaunchRecord, IsWrittenInLauncherFolder) {
   const fs::path nested = copy / "nested";
   fs::create_directory(nested);
   for (const auto& dir :
-       {outside, launcherFolder(), nested, copy / "", fs::path("/Applications")}) {
+       {outside, launcherDirectory(), nested, copy / "", fs::path("/Applications")}) {
     SCOPED_TRACE(dir);
     launcher.updateLaunchInfo(dir);
     EXPECT_FALSE(fs::exists(dir / "launchCount.dat"));

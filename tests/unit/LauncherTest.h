@@ -19,7 +19,7 @@ protected:
   ~LauncherTest() override { Logger::close(); }
 
   std::filesystem::path logFile() const { return home.path() / "test-log.txt"; }
-  std::filesystem::path launcherFolder() const { return home.launcherFolder(); }
+  std::filesystem::path launcherDirectory() const { return home.launcherDirectory(); }
 
   Copy makeCopy(const std::string& name, const std::string& version) const {
     return home.copy(name, version);

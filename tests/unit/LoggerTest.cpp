@@ -89,13 +89,6 @@ TEST_F(Logging, WritesOneLine) {
       MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} a message\n"));
 }
 
-TEST_F(Logging, FlushesEveryLine) {
-  Logger::log("first");
-  EXPECT_THAT(messages(), ElementsAre("first"));
-  Logger::log("second");
-  EXPECT_THAT(messages(), ElementsAre("first", "second"));
-}
-
 TEST_F(Logging, KeepsBytes) {
   for (const char* message : {"", "one\ntwo", "\t\r \xC3\xA9 \xFF %s {} \\"})
     EXPECT_EQ(logged(message), std::string(message) + "\n");
@@ -317,16 +310,6 @@ TEST_F(LogFile, DropsLinesOpenedTwice) {
   Logger::log("works again");
   EXPECT_THAT(messages(), ElementsAre("kept"));
   EXPECT_THAT(test::readMessages(second), ElementsAre("works again"));
-}
-
-TEST_F(LogFile, ForgetsDroppedLine) {
-  Logger::open(logFile(), true);
-  Logger::open(logFile(), true);
-  Logger::log("dropped");
-  Logger::close();
-  Logger::open(logFile(), true);
-  Logger::log("next");
-  EXPECT_THAT(messages(), ElementsAre("next"));
 }
 
 // A limit on the size of files makes one write fail; it is lifted before the next.

@@ -52,36 +52,36 @@ TEST_F(Scan, ListsApplicationsTwice) {
 }
 
 TEST_F(Scan, ListsSubFolders) {
-  fs::create_directories(launcherFolder() / "45.11.0.1" / "deeper");
-  test::writeFile(launcherFolder() / "corrupt.dat", "");
-  EXPECT_THAT(found(), ElementsAre(launcherFolder() / "45.11.0.1"));
+  fs::create_directories(launcherDirectory() / "45.11.0.1" / "deeper");
+  test::writeFile(launcherDirectory() / "corrupt.dat", "");
+  EXPECT_THAT(found(), ElementsAre(launcherDirectory() / "45.11.0.1"));
 }
 
 TEST_F(Scan, ListsFoldersOfAnyName) {
   for (const char* name : {".hidden", "two words", "line\nfeed", "\xFF"})
-    fs::create_directories(launcherFolder() / name);
+    fs::create_directories(launcherDirectory() / name);
   EXPECT_EQ(found().size(), 4U);
 }
 
 TEST_F(Scan, ListsLinksByOwnPath) {
   fs::create_directories(home.path() / "elsewhere");
-  fs::create_directories(launcherFolder());
-  fs::create_directory_symlink(home.path() / "elsewhere", launcherFolder() / "link");
-  EXPECT_THAT(found(), ElementsAre(launcherFolder() / "link"));
+  fs::create_directories(launcherDirectory());
+  fs::create_directory_symlink(home.path() / "elsewhere", launcherDirectory() / "link");
+  EXPECT_THAT(found(), ElementsAre(launcherDirectory() / "link"));
 }
 
 TEST_F(Scan, LeavesOutOtherLinks) {
   test::writeFile(home.path() / "file", "");
-  fs::create_directories(launcherFolder());
-  fs::create_symlink(home.path() / "missing", launcherFolder() / "dangling");
-  fs::create_symlink(home.path() / "file", launcherFolder() / "link");
+  fs::create_directories(launcherDirectory());
+  fs::create_symlink(home.path() / "missing", launcherDirectory() / "dangling");
+  fs::create_symlink(home.path() / "file", launcherDirectory() / "link");
   EXPECT_THAT(found(), IsEmpty());
 }
 
 TEST_F(Scan, FollowsLauncherFolderLink) {
   fs::create_directories(home.path() / "elsewhere" / "45.11.0.1");
-  fs::create_directory_symlink(home.path() / "elsewhere", launcherFolder());
-  EXPECT_THAT(found(), ElementsAre(launcherFolder() / "45.11.0.1"));
+  fs::create_directory_symlink(home.path() / "elsewhere", launcherDirectory());
+  EXPECT_THAT(found(), ElementsAre(launcherDirectory() / "45.11.0.1"));
 }
 
 TEST_F(Scan, KeepsListingOrder) {
@@ -89,8 +89,8 @@ TEST_F(Scan, KeepsListingOrder) {
   std::iota(numbers.begin(), numbers.end(), 10);
   std::shuffle(numbers.begin(), numbers.end(), std::mt19937(1));
   for (const int number : numbers)
-    fs::create_directories(launcherFolder() / std::to_string(number));
-  EXPECT_EQ(found(), test::foldersIn(launcherFolder()));
+    fs::create_directories(launcherDirectory() / std::to_string(number));
+  EXPECT_EQ(found(), test::directoriesIn(launcherDirectory()));
 }
 
 TEST_F(Scan, LogsNothing) {
@@ -100,7 +100,7 @@ TEST_F(Scan, LogsNothing) {
 }
 
 TEST_F(Scan, RaisesForLauncherFile) {
-  test::writeFile(launcherFolder(), "");
+  test::writeFile(launcherDirectory(), "");
   EXPECT_THROW(launcher.scanForPossibleDirectories(), fs::filesystem_error);
 }
 
@@ -114,8 +114,8 @@ TEST_F(Scan, RaisesForLostWorkingFolder) {
 }
 
 TEST_F(Scan, RaisesForUnexaminableEntry) {
-  fs::create_directories(launcherFolder());
-  fs::create_symlink("loop", launcherFolder() / "loop");
+  fs::create_directories(launcherDirectory());
+  fs::create_symlink("loop", launcherDirectory() / "loop");
   EXPECT_THROW(launcher.scanForPossibleDirectories(), fs::filesystem_error);
 }
 
@@ -123,7 +123,7 @@ TEST_F(Scan, RaisesForDeniedPermission) {
   makeCopy("45.11.0.1", "45.11.0.1");
   test::asUnprivilegedUser(home.path(), [&] {
     for (const auto& folder :
-         {launcherFolder(), home.applicationSupport(), home.path() / "Library"}) {
+         {launcherDirectory(), home.applicationSupport(), home.path() / "Library"}) {
       SCOPED_TRACE(folder);
       const test::ScopedPermissions scoped(folder, fs::perms::none);
       EXPECT_THROW(launcher.scanForPossibleDirectories(), fs::filesystem_error);
@@ -133,7 +133,7 @@ TEST_F(Scan, RaisesForDeniedPermission) {
 }
 
 TEST_F(Membership, HoldsForDirectChildren) {
-  const fs::path folder = launcherFolder();
+  const fs::path folder = launcherDirectory();
   const std::string text = folder.string();
   fs::create_directories(folder / "45.11.0.1");
   fs::create_directory_symlink(folder, home.path() / "link");

@@ -13,13 +13,12 @@ static const char* const DESCRIPTION =
     "folders it would remove then. Starts and changes nothing.\n";
 
 static const char* const EXIT_STATUSES =
-    "Exit status: 0 a copy would start, 1 none would, 2 wrong usage.";
+    "Exit status: 0 a copy would start, 1 none would, 2 wrong usage, 3 it cannot be told.";
 
-static void addDirectory(
+static CLI::Option* addDirectory(
     CLI::App& app, const char* name, std::optional<fs::path>& directory, const char* help) {
-  app.add_option_function<std::string>(
-         name, [&directory](const std::string& path) { directory = path; }, help)
-      ->type_name("DIR");
+  const auto assign = [&directory](const std::string& path) { directory = path; };
+  return app.add_option_function<std::string>(name, assign, help)->type_name("DIR");
 }
 
 std::optional<Arguments> readArguments(int argc, const char* const* argv) {
@@ -27,12 +26,22 @@ std::optional<Arguments> readArguments(int argc, const char* const* argv) {
   CLI::App app(DESCRIPTION, "launcher-inspect");
   app.set_help_flag("-h,--help", "Print this help");
   app.set_version_flag("--version", "launcher-inspect " LAUNCHER_VERSION, "Print the version");
-  app.add_option("--client-version", arguments.clientVersion, "Version that the host passes")
+  app.add_option(
+         "--client-version",
+         arguments.clientVersion,
+         "Version that the host passes; 1.0.0.1 is any")
       ->type_name("V");
   addDirectory(app, "--home", arguments.home, "Home folder to look into, or a copy of one");
   addDirectory(
       app, "--working-directory", arguments.workingDirectory, "Working folder of the host");
-  app.add_flag("--json", arguments.json, "Print one JSON object");
+  CLI::Option* const explain =
+      addDirectory(
+          app, "--explain", arguments.explained, "Print every rule that this copy passed or failed")
+          ->type_name("FOLDER");
+  CLI::Option* const brief =
+      app.add_flag("--brief", arguments.brief, "Print one line per copy, the chosen one first");
+  app.add_flag("--json", arguments.json, "Print one JSON object")->excludes(brief);
+  brief->excludes(explain);
   app.add_flag("--mask", arguments.mask, "Replace the login name by stars");
   app.footer(EXIT_STATUSES);
   try {
@@ -42,6 +51,8 @@ std::optional<Arguments> readArguments(int argc, const char* const* argv) {
     return std::nullopt;
   } catch (const CLI::ArgumentMismatch& error) {
     throw UsageError(error.what() + std::string("; give the option once, with one value"));
+  } catch (const CLI::ExcludesError& error) {
+    throw UsageError(error.what() + std::string("; give one of the two"));
   } catch (const CLI::ParseError& error) {
     throw UsageError(error.what());
   }

@@ -3,11 +3,13 @@
 #include <fmt/format.h>
 #include <utf8proc.h>
 
+#include <algorithm>
+
 namespace LauncherInspect {
 
 namespace {
 
-// What is printed at one place: a character, or a byte that is none.
+// What is printed at one place: a character, or a byte that is not UTF-8.
 struct Glyph {
   std::string_view bytes;
   bool isPrintable;
@@ -30,8 +32,14 @@ static bool isPrintable(utf8proc_int32_t character) {
   }
 }
 
+static bool isPlain(char byte) {
+  return byte >= ' ' && byte <= '~' && byte != '\\';
+}
+
 // The first glyph of a text that is not empty.
 static Glyph firstGlyph(std::string_view text) {
+  if (isPlain(text.front())) // most are: their properties need no look-up
+    return {text.substr(0, 1), true, 1};
   utf8proc_int32_t character = 0;
   const auto length = utf8proc_iterate(
       reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
@@ -43,6 +51,16 @@ static Glyph firstGlyph(std::string_view text) {
   if (!isPrintable(character))
     return {bytes, false, 0};
   return {bytes, true, static_cast<std::size_t>(utf8proc_charwidth(character))};
+}
+
+bool isUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const Glyph glyph = firstGlyph(text);
+    if (!glyph.isPrintable && glyph.bytes.size() == 1 && static_cast<signed char>(text.front()) < 0)
+      return false;
+    text.remove_prefix(glyph.bytes.size());
+  }
+  return true;
 }
 
 static std::string escaped(const Glyph& glyph) {
@@ -59,6 +77,8 @@ static std::string escaped(const Glyph& glyph) {
 }
 
 std::string escape(std::string_view text) {
+  if (std::all_of(text.begin(), text.end(), isPlain))
+    return std::string(text);
   std::string line;
   while (!text.empty()) {
     const Glyph glyph = firstGlyph(text);

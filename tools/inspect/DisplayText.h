@@ -8,6 +8,8 @@
 // UTF-8 text for a terminal. Every function takes time in proportion to the text.
 namespace LauncherInspect {
 
+bool isUtf8(std::string_view text);
+
 // One printable line: line feeds, control characters, invisible characters that steer the layout,
 // unassigned ones and bytes that are not UTF-8 become \n or \xNN, a backslash becomes two.
 std::string escape(std::string_view text);

@@ -5,7 +5,13 @@
 #include "Platform.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <map>
+#include <pwd.h>
+#include <set>
+#include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -45,6 +51,33 @@ static Order orderOf(const std::string& version, const std::string& chosen) {
   return isEqual ? Order::Equal : Order::Unordered;
 }
 
+// --- Failures ---
+
+// The link that leads back to itself, the folder without permission or the name that is too long:
+// the file system names only the path that it was given.
+static Path findCause(const Path& path, std::error_code code) {
+  Path prefix;
+  for (const auto& part : path) {
+    const Path parent = prefix;
+    prefix /= part;
+    std::error_code found;
+    static_cast<void>(fs::status(prefix, found));
+    if (found == code)
+      return code == std::errc::permission_denied ? parent : prefix;
+  }
+  return path;
+}
+
+template <typename Action>
+static std::optional<Failure> failureOf(Action action) {
+  try {
+    action();
+    return std::nullopt;
+  } catch (const fs::filesystem_error& error) {
+    return Failure{findCause(error.path1(), error.code()), error.code().message(), error.code()};
+  }
+}
+
 // --- Candidates ---
 
 template <typename Question>
@@ -56,13 +89,54 @@ static auto ifExaminable(Question question) -> std::optional<decltype(question()
   }
 }
 
-static std::optional<Records> readRecords(const Path& dir) {
-  if (!launcher.isBelongLaunchDirectory(dir))
+// What the corrupt rule has read is not read again.
+static std::optional<Records> readRecords(const Selection::Candidate& decision) {
+  const Path& dir = decision.dir;
+  const auto& check = decision.corruptCheck;
+  if (!check.applies && !launcher.isBelongLaunchDirectory(dir))
     return std::nullopt;
-  return Records{
-      ifExaminable([&] { return launcher.getLaunchCount(dir); }),
-      ifExaminable([&] { return launcher.getLastLaunchTime(dir); }),
-      ifExaminable([&] { return launcher.hasStartedSafely(dir); })};
+  Records records{check.launchCount, std::nullopt, check.startedSafely};
+  records.lastLaunch = ifExaminable([&] { return launcher.getLastLaunchTime(dir); });
+  if (!check.applies) {
+    records.launches = ifExaminable([&] { return launcher.getLaunchCount(dir); });
+    records.startedSafely = ifExaminable([&] { return launcher.hasStartedSafely(dir); });
+  }
+  return records;
+}
+
+static bool isViable(const Selection::Candidate& candidate) {
+  return candidate.status == Selection::Status::Viable;
+}
+
+static Candidate describe(const Selection::Candidate& decision) {
+  Candidate candidate;
+  candidate.decision = decision;
+  candidate.records = readRecords(decision);
+  if (decision.status != Selection::Status::NoBundle && decision.version.empty())
+    candidate.listProblem = findVersionProblem(decision.dir);
+  return candidate;
+}
+
+// The same folder may be listed again through a link, or as the working folder.
+static void findTwins(std::vector<Candidate>& candidates) {
+  std::map<std::pair<dev_t, ino_t>, std::size_t> first;
+  for (std::size_t i = 0; i < candidates.size(); ++i) {
+    struct stat status {};
+    if (::stat(candidates[i].decision.dir.c_str(), &status) != 0)
+      continue;
+    const auto [known, isNew] = first.emplace(std::pair(status.st_dev, status.st_ino), i);
+    if (!isNew)
+      candidates[i].twin = known->second;
+  }
+}
+
+static std::size_t countEligible(const std::vector<Candidate>& candidates) {
+  std::set<std::size_t> folders;
+  for (std::size_t i = 0; i < candidates.size(); ++i) {
+    if (isViable(candidates[i].decision))
+      folders.insert(candidates[i].twin.value_or(i));
+  }
+  return folders.size();
 }
 
 static Selection::Candidates select(Facts& facts) {
@@ -71,7 +145,6 @@ static Selection::Candidates select(Facts& facts) {
   facts.fellBack = Selection::fallsBack(
       Selection::viableDirectories(viable), Selection::viableDirectories(compatible));
   auto candidates = facts.fellBack ? viable : compatible;
-  facts.eligible = Selection::viableDirectories(candidates).size();
   const auto choice = Selection::chooseBest(candidates);
   facts.chosen = choice.index;
   facts.choseWithoutVersion = choice.index && choice.version == Selection::LOWEST_CANDIDATE_VERSION;
@@ -82,10 +155,57 @@ static void findCandidates(Facts& facts) {
   const auto decisions = select(facts);
   const std::string best = facts.chosen ? decisions[*facts.chosen].version : "";
   for (const auto& decision : decisions) {
-    const bool isChosen = facts.candidates.size() == facts.chosen;
-    facts.candidates.push_back(
-        {decision, readRecords(decision.dir), isChosen, orderOf(decision.version, best)});
+    facts.candidates.push_back(describe(decision));
+    facts.candidates.back().order = orderOf(decision.version, best);
   }
+  if (facts.chosen)
+    facts.candidates[*facts.chosen].isChosen = true;
+  findTwins(facts.candidates);
+  facts.eligible = countEligible(facts.candidates);
+}
+
+// --- Candidates where the launcher would stop ---
+
+// The scan's folders, as far as they can be listed.
+static std::vector<Path> listFolders(const Facts& facts) {
+  std::vector<Path> folders{LauncherHelper::getOriginalInstallationDirectory()};
+  if (!facts.workingDirectory.empty())
+    folders.push_back(facts.workingDirectory);
+  std::error_code error;
+  fs::directory_iterator entry(facts.launcherDirectory, error);
+  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+    std::error_code unknown;
+    if (entry->is_directory(unknown) || unknown)
+      folders.push_back(entry->path());
+  }
+  return folders;
+}
+
+static Selection::Candidate judgeAlone(const Path& dir, const std::string& clientVersion) {
+  static_cast<void>(fs::is_directory(dir)); // raises what the scan would
+  auto judged =
+      Selection::judgeCompatibility(Selection::judgeViability(launcher, {dir}), clientVersion);
+  if (isViable(judged.front()))
+    judged.front().version = LauncherHelper::getDirectoryVersion(dir);
+  return judged.front();
+}
+
+// Without a launcher folder to compare with, no folder can be judged.
+static void examineEach(Facts& facts) {
+  facts.chosen.reset();
+  facts.candidates.clear();
+  if (facts.launcherDirectoryFailure && facts.launcherDirectory.empty())
+    return;
+  for (const auto& dir : listFolders(facts)) {
+    Candidate candidate;
+    candidate.decision.dir = dir;
+    candidate.failure = failureOf([&] {
+      candidate.records = readRecords(candidate.decision);
+      candidate = describe(judgeAlone(dir, facts.clientVersion));
+    });
+    facts.candidates.push_back(candidate);
+  }
+  findTwins(facts.candidates);
 }
 
 // --- Clean-up ---
@@ -106,66 +226,139 @@ static void separateTies(CleanUpPreview& cleanUp) {
   }
 }
 
-static Failure failureOf(const fs::filesystem_error& error) {
-  return {error.path1(), error.code().message()};
+// A link to the started copy's folder shares its records, which are new by then. It has the same
+// launch time now, so only then the file system is asked.
+static void renewShared(CleanUpPreview::Folders& folders, const Path& launched) {
+  const FileTime time = launcher.getLastLaunchTime(launched);
+  std::error_code error;
+  for (auto& folder : folders) {
+    if (folder.launchTime == time && fs::equivalent(folder.dir, launched, error))
+      folder.launchTime = FileTime::clock::now();
+  }
 }
 
-// A link to the started copy's folder shares its records, which are new by then.
-static bool sharesRecords(const Path& dir, const Path& launched) {
-  std::error_code error;
-  return fs::equivalent(dir, launched, error);
+static void planCleanUp(CleanUpPreview& cleanUp, const Path& launched) {
+  auto others = CleanUp::findOthers(launcher, launched);
+  cleanUp.happens = others.has_value();
+  if (!others)
+    return;
+  renewShared(*others, launched);
+  auto plan = CleanUp::makePlan(std::move(*others));
+  cleanUp.removed = std::move(plan.removed);
+  cleanUp.kept = std::move(plan.kept);
+  separateTies(cleanUp);
 }
 
 static CleanUpPreview previewCleanUp(const Path& launched) {
   CleanUpPreview cleanUp;
-  try {
-    auto others = CleanUp::findOthers(launcher, launched);
-    cleanUp.happens = others.has_value();
-    if (!others)
-      return cleanUp;
-    for (auto& folder : *others) {
-      if (sharesRecords(folder.dir, launched))
-        folder.launchTime = FileTime::clock::now();
-    }
-    auto plan = CleanUp::makePlan(std::move(*others));
-    cleanUp.removed = std::move(plan.removed);
-    cleanUp.kept = std::move(plan.kept);
-    separateTies(cleanUp);
-  } catch (const fs::filesystem_error& error) {
-    cleanUp.failure = failureOf(error);
-  }
+  cleanUp.failure = failureOf([&] { planCleanUp(cleanUp, launched); });
   return cleanUp;
+}
+
+// --- What the launch would write ---
+
+// The launcher creates the log folder first of all.
+static void requireLogFolder(const Path& folder) {
+  Path existing = folder;
+  while (existing.has_relative_path() && !fs::exists(existing))
+    existing = existing.parent_path();
+  if (existing == folder || folder.empty())
+    return;
+  int refusal = 0;
+  if (!fs::is_directory(existing))
+    refusal = ENOTDIR;
+  else if (::access(existing.c_str(), W_OK | X_OK) != 0)
+    refusal = errno;
+  if (refusal != 0)
+    throw fs::filesystem_error("", existing, std::error_code(refusal, std::generic_category()));
+}
+
+constexpr const char* LAUNCH_COUNT_RECORD = "launchCount.dat";
+
+static bool isWritable(const Path& file) {
+  std::error_code error;
+  if (::access(file.c_str(), F_OK) != 0)
+    return ::access(file.parent_path().c_str(), W_OK | X_OK) == 0;
+  return ::access(file.c_str(), W_OK) == 0 && !fs::is_directory(file, error);
+}
+
+static bool isFull(const Path& folder) {
+  std::error_code error;
+  const fs::space_info space = fs::space(folder, error);
+  return !error && space.available == 0;
 }
 
 // --- The whole ---
 
+// Nothing if the home is this user's own, or cannot be examined.
+static std::optional<std::string> findOtherOwner(const Path& home) {
+  struct stat status {};
+  if (::stat(home.c_str(), &status) != 0 || status.st_uid == ::geteuid())
+    return std::nullopt;
+  const passwd* const owner = ::getpwuid(status.st_uid);
+  return owner != nullptr ? owner->pw_name : std::to_string(status.st_uid);
+}
+
+static void findPlaces(Facts& facts) {
+  facts.home = Platform::libraryDirectory().parent_path();
+  facts.homeOwner = findOtherOwner(facts.home);
+  facts.diskIsFull = isFull(facts.home);
+  std::error_code error;
+  facts.workingDirectory = fs::current_path(error);
+  facts.launcherDirectoryFailure = failureOf([&] {
+    facts.launcherDirectory = LauncherHelper::getLauncherDirectory();
+    facts.launcherDirectoryExists = fs::exists(facts.launcherDirectory);
+  });
+}
+
+static void describeChosen(Facts& facts) {
+  const Candidate& chosen = facts.candidates[*facts.chosen];
+  const Path& dir = chosen.decision.dir;
+  facts.startCheck = checkStart(dir);
+  if (chosen.records && !facts.homeOwner && !isWritable(dir / LAUNCH_COUNT_RECORD))
+    facts.unwritableRecord = dir / LAUNCH_COUNT_RECORD;
+  facts.cleanUp = previewCleanUp(dir);
+}
+
+// What the launcher asks for, in its order.
 static void previewLaunch(Facts& facts) {
-  facts.workingDirectory = fs::current_path();
-  facts.launcherDirectory = LauncherHelper::getLauncherDirectory();
-  facts.launcherDirectoryExists = fs::exists(facts.launcherDirectory);
+  if (!facts.homeOwner)
+    requireLogFolder(LauncherHelper::getLogPath());
   findCandidates(facts);
   if (facts.chosen)
-    facts.cleanUp = previewCleanUp(facts.candidates[*facts.chosen].decision.dir);
+    describeChosen(facts);
+}
+
+static bool isOdd(const std::string& clientVersion) {
+  return !clientVersion.empty() &&
+         !isNumeric(firstComponents(clientVersion, Selection::COMPATIBLE_VERSION_COMPONENTS));
 }
 
 Facts findFacts(const std::string& clientVersion) {
   Facts facts;
   facts.clientVersion = clientVersion;
-  facts.clientVersionIsOdd =
-      !clientVersion.empty() &&
-      !isNumeric(firstComponents(clientVersion, Selection::COMPATIBLE_VERSION_COMPONENTS));
-  facts.home = Platform::libraryDirectory().parent_path();
-  try {
-    previewLaunch(facts);
-  } catch (const fs::filesystem_error& error) {
-    facts.failure = failureOf(error);
-    facts.chosen.reset();
-    facts.candidates.clear();
-  }
+  facts.clientVersionIsOdd = isOdd(clientVersion);
+  findPlaces(facts);
+  facts.failure = failureOf([&] { previewLaunch(facts); });
+  if (facts.failure)
+    examineEach(facts);
   const Path logDirectory = LauncherHelper::getLogPath();
-  if (!logDirectory.empty())
+  if (!logDirectory.empty()) {
     facts.lastLaunch = readLaunchLog(logDirectory / VDI_LAUNCH_LOGE_LAUNCH_MODE);
+    facts.loadMode = readLoadLog(logDirectory / VDI_LAUNCH_LOGE_LOAD_MODE);
+  }
   return facts;
+}
+
+std::optional<std::size_t> findCandidate(const Facts& facts, const Path& path) {
+  Path wanted = path.lexically_normal();
+  if (!wanted.has_filename()) // it ends with a slash
+    wanted = wanted.parent_path();
+  for (std::size_t i = 0; i < facts.candidates.size(); ++i) {
+    if (facts.candidates[i].decision.dir == wanted)
+      return i;
+  }
+  return std::nullopt;
 }
 
 } // namespace LauncherInspect

@@ -2,6 +2,7 @@
 
 // What the next launch would do, as the launcher's own rules decide it, and what the last one did.
 
+#include "Bundle.h"
 #include "CleanUp.h"
 #include "LaunchLog.h"
 #include "Selection.h"
@@ -11,6 +12,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace LauncherInspect {
@@ -30,17 +32,21 @@ struct Records {
 // they are not equal, since a component is no number.
 enum class Order { Equal, Lower, Unordered };
 
+// What the file system refused.
+struct Failure {
+  Path path; // what to change; empty: not told
+  std::string reason;
+  std::error_code code = {};
+};
+
 struct Candidate {
   Selection::Candidate decision;
   std::optional<Records> records; // kept in the launcher folder only
   bool isChosen = false;
   Order order = Order::Unordered;
-};
-
-// What the file system refused.
-struct Failure {
-  Path path; // empty: not told
-  std::string reason;
+  std::optional<std::size_t> twin = {};   // an earlier candidate that is the same folder
+  std::optional<Failure> failure = {};    // the launcher would stop at this candidate
+  Platform::ListProblem listProblem = {}; // of a copy without a version
 };
 
 // The folders of the launcher folder after the launch, each list by launch time.
@@ -60,22 +66,34 @@ struct Facts {
   bool clientVersionIsOdd = false; // its compared components are not all numbers
   Path home;
   Path workingDirectory;
+  std::optional<std::string>
+      homeOwner;          // the user's name or number, if not the user of this process
   Path launcherDirectory; // empty: the home has no Application Support folder
   bool launcherDirectoryExists = false;
+  std::optional<Failure> launcherDirectoryFailure; // neither of the two is known
+  bool diskIsFull = false;
 
-  std::vector<Candidate> candidates; // in scan order
-  std::optional<std::size_t> chosen; // index of a candidate
-  std::size_t eligible = 0;          // how many copies the chosen one was selected from
-  bool fellBack = false;             // no viable copy is compatible, so all of them are eligible
-  bool choseWithoutVersion = false;  // no eligible copy has a version that counts
-  std::optional<Failure> failure;    // the launcher would stop here, before any start
+  std::vector<Candidate> candidates;    // in scan order
+  std::optional<std::size_t> chosen;    // index of a candidate
+  std::optional<std::size_t> explained; // index of the candidate that the user asks about
+  StartCheck startCheck;                // of the chosen copy
+  Path unwritableRecord;                // of the chosen copy; empty: its launch can be counted
+  std::size_t eligible = 0; // how many copies the chosen one was selected from, each folder once
+  bool fellBack = false;    // no viable copy is compatible, so all of them are eligible
+  bool choseWithoutVersion = false; // no eligible copy has a version that counts
+  std::optional<Failure> failure;   // the launcher would stop here, before any start; then each
+                                    // candidate was examined by itself, and none is chosen
   CleanUpPreview cleanUp;
   LastLaunch lastLaunch;
+  LoadMode loadMode;
 };
 
 // Looks into the home and the working folder of this process. Changes nothing and raises nothing of
 // the file system.
 Facts findFacts(const std::string& clientVersion);
+
+// The index of the first candidate with this absolute path.
+std::optional<std::size_t> findCandidate(const Facts& facts, const Path& path);
 
 // The first components of a version, as text.
 std::string firstComponents(const std::string& version, std::size_t count);

@@ -1,13 +1,13 @@
 #include "JsonReport.h"
 
+#include "DisplayText.h"
+
 #include <fmt/format.h>
 
-namespace LauncherInspect {
+#include <utility>
+#include <vector>
 
-// Bytes that are not UTF-8 become U+FFFD.
-static std::string dump(const Report& value, int indent) {
-  return value.dump(indent, ' ', false, Report::error_handler_t::replace);
-}
+namespace LauncherInspect {
 
 static std::string toHex(const std::string& bytes) {
   std::string hex;
@@ -16,25 +16,27 @@ static std::string toHex(const std::string& bytes) {
   return hex;
 }
 
-// A text that is not UTF-8 is followed by a member with its bytes.
-static Report withBytes(const Report& value) {
-  if (!value.is_structured())
-    return value;
-  Report copy = value.is_array() ? Report::array() : Report::object();
-  for (const auto& [member, content] : value.items()) {
-    if (value.is_array()) {
-      copy.push_back(withBytes(content));
-      continue;
-    }
-    copy[member] = withBytes(content);
-    if (content.is_string() && Report::parse(dump(content, -1)) != content)
-      copy[member + "Bytes"] = toHex(content);
-  }
-  return copy;
+static bool isBroken(const Report& value) {
+  return value.is_string() && !isUtf8(value.get_ref<const std::string&>());
 }
 
-std::string toJson(const Report& report) {
-  return dump(withBytes(report), 2) + "\n";
+// Adds to every object the bytes of its texts that are not UTF-8.
+static void addBytes(Report& value) {
+  if (!value.is_structured())
+    return;
+  std::vector<std::pair<std::string, std::string>> broken;
+  for (auto member = value.begin(); member != value.end(); ++member) {
+    addBytes(*member);
+    if (value.is_object() && isBroken(*member))
+      broken.emplace_back(member.key() + "Bytes", toHex(*member));
+  }
+  for (const auto& [name, hex] : broken)
+    value[name] = hex;
+}
+
+std::string toJson(Report report) {
+  addBytes(report);
+  return report.dump(2, ' ', true, Report::error_handler_t::replace) + "\n";
 }
 
 } // namespace LauncherInspect

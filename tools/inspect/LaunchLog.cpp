@@ -9,6 +9,7 @@
 #include <fstream>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -16,6 +17,8 @@ namespace LauncherInspect {
 
 // No launch writes as much. A larger file is not read into memory.
 constexpr std::uintmax_t MAXIMUM_LOG_SIZE = 64 * 1024 * 1024;
+
+constexpr std::size_t MOST_REMOVAL_FAILURES = 20; // that are reported one by one
 
 constexpr std::string_view STAMP = "0000-00-00 00:00:00.000 "; // a zero stands for any digit
 
@@ -47,15 +50,22 @@ static std::optional<std::string> textAfter(std::string_view prefix, const std::
 
 // --- Messages ---
 
-// The folder's name may contain the text that separates it from the version: the last one counts.
-static std::optional<LoggedCopy> parseChoice(const std::string& text) {
-  constexpr std::string_view SEPARATOR = LogMessages::BEST_CANDIDATE_VERSION;
+// The texts before and after a separator. A folder's name may contain it: the last one counts.
+static std::optional<std::pair<std::string, std::string>>
+splitAt(std::string_view separator, const std::string& text) {
   for (auto at = text.size(); at-- > 0;) {
-    const auto version = at + SEPARATOR.size();
-    if (startsWith(std::string_view(text).substr(at), SEPARATOR))
-      return LoggedCopy{text.substr(0, at), text.substr(version, text.size() - version - 1)};
+    if (startsWith(std::string_view(text).substr(at), separator))
+      return std::pair(text.substr(0, at), text.substr(at + separator.size()));
   }
   return std::nullopt;
+}
+
+static std::optional<LoggedCopy> parseChoice(const std::string& text) {
+  auto parts = splitAt(LogMessages::BEST_CANDIDATE_VERSION, text);
+  if (!parts)
+    return std::nullopt;
+  auto& [directory, version] = *parts;
+  return LoggedCopy{directory, version.substr(0, version.size() - 1)}; // without the parenthesis
 }
 
 static std::optional<std::uint32_t> parseCount(const std::string& text) {
@@ -64,19 +74,34 @@ static std::optional<std::uint32_t> parseCount(const std::string& text) {
   return result.ec == std::errc() ? std::optional(count) : std::nullopt;
 }
 
-static void read(const std::string& message, LastLaunch& launch) {
+static void addRemovalFailure(const std::string& reason, LastLaunch& launch) {
+  if (launch.removalFailures.size() < MOST_REMOVAL_FAILURES)
+    launch.removalFailures.push_back(reason);
+  else
+    ++launch.furtherRemovalFailures;
+}
+
+static void readMessage(const std::string& message, LastLaunch& launch) {
   if (const auto version = textAfter(LogMessages::CLIENT_VERSION_PROVIDED, message))
     launch.clientVersion = *version;
   if (const auto choice = textAfter(LogMessages::BEST_CANDIDATE, message))
     launch.chosen = parseChoice(*choice);
   if (const auto count = textAfter(LogMessages::LAUNCH_COUNT_UPDATED, message)) {
     launch.isRecorded = true;
-    launch.launchCount = parseCount(*count);
+    if (launch.chosen && !launch.chosen->directory.empty())
+      launch.launchCount = parseCount(*count);
   }
   if (startsWith(message, LogMessages::NOT_CLEANED))
     launch.isUncleaned = true;
   if (const auto reason = textAfter(LogMessages::REMOVAL_FAILED, message))
-    launch.removalFailures.push_back(*reason);
+    addRemovalFailure(*reason, launch);
+}
+
+static void readMessage(const std::string& message, LoadMode& loadMode) {
+  if (isMaskedFormOf(message, LogMessages::LOAD_MODE))
+    loadMode.isEntered = true;
+  if (const auto parts = splitAt(LogMessages::LOAD_FAILED, message))
+    loadMode.failure = {parts->first, parts->second};
 }
 
 // A message may hold line feeds of its own. Takes the message that begins with this stamped line,
@@ -88,7 +113,8 @@ static std::string takeMessage(std::istream& log, std::string& line) {
   return message;
 }
 
-static void parse(std::istream& log, LastLaunch& launch) {
+template <typename Content>
+static void parse(std::istream& log, Content& content) {
   std::string line;
   while (std::getline(log, line) && !isStamped(line)) {
   }
@@ -97,10 +123,28 @@ static void parse(std::istream& log, LastLaunch& launch) {
   const std::string time = line.substr(0, STAMP.size() - 1);
   if (!startsWith(takeMessage(log, line), LogMessages::ENTRY_POINT_CALLED))
     return;
-  launch.isLaunch = true;
-  launch.time = time;
+  content.isCall = true;
+  content.time = time;
   while (log)
-    read(takeMessage(log, line), launch);
+    readMessage(takeMessage(log, line), content);
+}
+
+bool isEarlier(const LoadMode& loadMode, const LastLaunch& launch) {
+  const bool isMasked = (loadMode.time + launch.time).find('*') != std::string::npos;
+  return !isMasked && loadMode.time < launch.time;
+}
+
+std::string systemLogCommand(const LastLaunch& launch) {
+  const bool isKnown = launch.isCall && launch.time.find('*') == std::string::npos;
+  const std::string since = isKnown ? launch.time.substr(0, launch.time.find('.')) : "";
+#ifdef __APPLE__
+  return "log show" + (isKnown ? " --start '" + since + "'" : "") +
+         " --predicate 'eventMessage BEGINSWITH \"launch app succeed\" OR "
+         "eventMessage BEGINSWITH \"Failed to run the app\"'";
+#else
+  return "journalctl" + (isKnown ? " -S '" + since + "'" : "") +
+         " -g 'launch app succeed|Failed to run'";
+#endif
 }
 
 // --- The file ---
@@ -111,30 +155,41 @@ static std::string reasonNotToRead(const fs::path& log) {
   return fs::file_size(log) > MAXIMUM_LOG_SIZE ? "it is larger than any launch's log" : "";
 }
 
-static void readFile(const fs::path& log, LastLaunch& launch) {
-  launch.exists = fs::exists(log);
-  if (!launch.exists)
+template <typename Content>
+static void readFile(const fs::path& log, Content& content) {
+  content.exists = fs::exists(log);
+  if (!content.exists)
     return;
-  launch.unreadableReason = reasonNotToRead(log);
-  if (!launch.unreadableReason.empty())
+  content.unreadableReason = reasonNotToRead(log);
+  if (!content.unreadableReason.empty())
     return;
+  content.isEmpty = fs::is_empty(log);
   errno = 0;
   std::ifstream stream(log, std::ios::binary);
   if (!stream.is_open())
     throw std::system_error(errno, std::generic_category());
-  parse(stream, launch);
+  parse(stream, content);
+}
+
+template <typename Content>
+static Content readLog(const fs::path& log) {
+  Content content;
+  content.log = log;
+  try {
+    readFile(log, content);
+  } catch (const std::system_error& error) {
+    content.exists = true;
+    content.unreadableReason = error.code().message();
+  }
+  return content;
 }
 
 LastLaunch readLaunchLog(const fs::path& log) {
-  LastLaunch launch;
-  launch.log = log;
-  try {
-    readFile(log, launch);
-  } catch (const std::system_error& error) {
-    launch.exists = true;
-    launch.unreadableReason = error.code().message();
-  }
-  return launch;
+  return readLog<LastLaunch>(log);
+}
+
+LoadMode readLoadLog(const fs::path& log) {
+  return readLog<LoadMode>(log);
 }
 
 } // namespace LauncherInspect

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -14,24 +15,48 @@ struct LoggedCopy {
   std::string version;
 };
 
-// What the log of the last launch tells.
-struct LastLaunch {
+// A log as the launcher writes one at each call.
+struct Log {
   std::filesystem::path log;
   bool exists = false;
+  bool isEmpty = false;
   std::string unreadableReason; // empty: it could be read
+  bool isCall = false;          // it begins as a launcher's log does
+  std::string time;             // local, to the millisecond
+};
 
-  bool isLaunch = false; // it begins as a launcher's log does
-  std::string time;      // local, to the millisecond
+// What the log of the last launch tells.
+struct LastLaunch : Log {
   std::optional<std::string> clientVersion;
   std::optional<LoggedCopy> chosen;
   bool isRecorded = false;                  // in the launch count of a copy in the launcher folder
   std::optional<std::uint32_t> launchCount; // after this launch
   bool isUncleaned = false;                 // the copy lies elsewhere, where no records are kept
-  std::vector<std::string> removalFailures;
+  std::vector<std::string> removalFailures; // the first ones
+  std::size_t furtherRemovalFailures = 0;
 };
 
-// Raises nothing of the file system.
+struct FailedLoad {
+  std::string library;
+  std::string reason;
+};
+
+// What the log of the application that was started last tells.
+struct LoadMode : Log {
+  bool isEntered = false;
+  std::optional<FailedLoad> failure; // of the main library
+};
+
+// These raise nothing of the file system.
 LastLaunch readLaunchLog(const std::filesystem::path& log);
+LoadMode readLoadLog(const std::filesystem::path& log);
+
+// Whether the application that wrote the second log was started before the launch of the first.
+// Unknown where characters of a time are masked.
+bool isEarlier(const LoadMode& loadMode, const LastLaunch& launch);
+
+// The command that shows what the system log tells of the starts since this launch began.
+std::string systemLogCommand(const LastLaunch& launch);
 
 // Whether a text of the log is this one, except for characters that are masked by stars.
 bool isMaskedFormOf(const std::string& logged, const std::string& text);

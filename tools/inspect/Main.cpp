@@ -27,13 +27,20 @@ static void requireUsable(const char* option, const fs::path& folder, std::error
         error.message() + "); name an existing one");
 }
 
+// The launcher compares paths as text, so all names of a folder must be the same text.
+static fs::path normalise(const fs::path& folder) {
+  std::error_code error;
+  const fs::path normal = fs::absolute(folder, error).lexically_normal();
+  return normal.has_filename() ? normal : normal.parent_path();
+}
+
 // The launcher's rules ask for the home and the working folder of their process.
 static void enterHome(const fs::path& home) {
+  const fs::path absolute = normalise(home);
   std::error_code error;
-  if (!fs::is_directory(home, error) && !error)
+  if (!fs::is_directory(absolute, error) && !error)
     error = std::make_error_code(std::errc::not_a_directory);
   requireUsable("--home", home, error);
-  const fs::path absolute = fs::absolute(home);
   ::setenv("HOME", absolute.c_str(), 1);
   ::setenv("CFFIXED_USER_HOME", absolute.c_str(), 1); // what Foundation goes by
 }
@@ -53,18 +60,55 @@ static std::string nameToMask() {
   throw UsageError("--mask: this user has no login name; set USER to the name to mask");
 }
 
+// --- The report ---
+
+// A copy is named by its folder in the launcher folder, or else by its path. Nothing when the
+// launcher would stop before it gets there.
+static std::optional<std::size_t>
+indexOf(const fs::path& name, const fs::path& absolutePath, const Facts& facts) {
+  for (const fs::path& path : {facts.launcherDirectory / name, absolutePath}) {
+    if (const auto index = findCandidate(facts, path))
+      return index;
+  }
+  if (facts.failure)
+    return std::nullopt;
+  throw UsageError(
+      "--explain: \"" + name.string() +
+      "\" is none of the candidates; give the name of a folder in the launcher folder or the path "
+      "of a candidate; \"launcher-inspect --brief\" lists them");
+}
+
+static std::string toOutput(const Report& report, const Arguments& arguments) {
+  if (arguments.json)
+    return toJson(report);
+  if (arguments.brief)
+    return toBriefText(report, describeOutput());
+  const bool isExplanation = report.contains("explained");
+  return (isExplanation ? toExplanation : toText)(report, describeOutput());
+}
+
 static int inspect(const Arguments& arguments) {
+  std::error_code ignored;
+  const fs::path explained = fs::absolute(arguments.explained.value_or(""), ignored);
   if (arguments.home)
     enterHome(*arguments.home);
   if (arguments.workingDirectory)
     enterWorkingDirectory(*arguments.workingDirectory);
   const std::string mask = arguments.mask ? nameToMask() : "";
-  const Report report = makeReport(findFacts(arguments.clientVersion), mask);
-  std::cout << (arguments.json ? toJson(report) : toText(report, describeOutput())) << std::flush;
-  if (!std::cout)
+  Facts facts = findFacts(arguments.clientVersion);
+  if (arguments.explained)
+    facts.explained = indexOf(*arguments.explained, explained, facts);
+  const Paths paths = arguments.json ? Paths::Absolute : Paths::BelowTilde;
+  std::cout << toOutput(makeReport(facts, mask, paths), arguments);
+  if (facts.failure)
+    return CANNOT_TELL;
+  return facts.chosen ? COPY_WOULD_START : NO_COPY_WOULD_START;
+}
+
+static void requireWritten() {
+  if (!std::cout.flush())
     throw std::runtime_error(
-        "the report cannot be written; check that there is space where it goes");
-  return report.at("chosen").is_null() ? NO_COPY_WOULD_START : COPY_WOULD_START;
+        "the output cannot be written; check that there is space where it goes");
 }
 
 static void complain(const std::string& message) {
@@ -74,13 +118,15 @@ static void complain(const std::string& message) {
 int main(int argc, char** argv) {
   try {
     const auto arguments = readArguments(argc, argv);
-    return arguments ? inspect(*arguments) : COPY_WOULD_START;
+    const int status = arguments ? inspect(*arguments) : COPY_WOULD_START;
+    requireWritten();
+    return status;
   } catch (const UsageError& error) {
     complain(error.what());
     std::cerr << "Run \"launcher-inspect --help\" for the options.\n";
     return WRONG_USAGE;
   } catch (const std::exception& error) {
     complain(error.what());
-    return NO_COPY_WOULD_START;
+    return CANNOT_TELL;
   }
 }

@@ -3,16 +3,26 @@
 #include "LaunchLog.h"
 #include "Logger.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace LauncherInspect {
 
-Redaction::Redaction(const std::filesystem::path& homeDirectory, std::string maskedName)
-    : home(homeDirectory == "/" ? "" : homeDirectory.string()), loginName(std::move(maskedName)) {}
+// A name may be part of another one: the longer one goes first.
+Redaction::Redaction(
+    const std::filesystem::path& homeDirectory, std::vector<std::string> maskedNames, Paths paths)
+    : home(homeDirectory == "/" ? "" : homeDirectory.string()),
+      shownHome(paths == Paths::BelowTilde ? "~" : home), loginNames(std::move(maskedNames)) {
+  std::sort(loginNames.begin(), loginNames.end(), [](const auto& a, const auto& b) {
+    return a.size() > b.size();
+  });
+}
 
 std::string Redaction::text(std::string text) const {
-  if (!loginName.empty()) // an empty one is replaced without end
-    Logger::replaceAll(text, loginName);
+  for (const auto& name : loginNames) {
+    if (!name.empty()) // an empty one is replaced without end
+      Logger::replaceAll(text, name);
+  }
   return text;
 }
 
@@ -23,7 +33,7 @@ std::string Redaction::path(const std::filesystem::path& path) const {
 std::string Redaction::loggedPath(const std::string& path) const {
   const bool isInHome = !home.empty() && isMaskedFormOf(path.substr(0, home.size()), home) &&
                         (path.size() == home.size() || path[home.size()] == '/');
-  return text(isInHome ? "~" + path.substr(home.size()) : path);
+  return text(isInHome ? shownHome + path.substr(home.size()) : path);
 }
 
 } // namespace LauncherInspect

@@ -2,15 +2,19 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace LauncherInspect {
 
-// How much of the user a report shows: the home folder becomes ~ and, when asked for, the login
-// name becomes stars, in every text that is not the command's own.
+// Whether the home folder at the start of a path is shown as ~.
+enum class Paths { Absolute, BelowTilde };
+
+// How much of the user a report shows: the home folder may become ~ and, when asked for, login
+// names become stars, in every text that is not the command's own.
 class Redaction {
 public:
   // An empty login name masks nothing.
-  Redaction(const std::filesystem::path& home, std::string loginName);
+  Redaction(const std::filesystem::path& home, std::vector<std::string> loginNames, Paths paths);
 
   std::string text(std::string text) const;
   std::string path(const std::filesystem::path& path) const;
@@ -19,8 +23,9 @@ public:
   std::string loggedPath(const std::string& path) const;
 
 private:
-  std::string home; // empty: paths are shown in full
-  std::string loginName;
+  std::string home;      // empty: it is "/", in which every path lies
+  std::string shownHome; // what its paths begin with
+  std::vector<std::string> loginNames;
 };
 
 } // namespace LauncherInspect

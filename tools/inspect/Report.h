@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Facts.h"
+#include "Redaction.h"
 
 #include <nlohmann/json.hpp>
 
@@ -14,6 +15,7 @@ namespace LauncherInspect {
 using Report = nlohmann::ordered_json;
 
 // A login name that is not empty is replaced by stars in every text that is not the command's own.
-Report makeReport(const Facts& facts, const std::string& loginName);
+Report
+makeReport(const Facts& facts, const std::string& loginName, Paths paths = Paths::BelowTilde);
 
 } // namespace LauncherInspect

@@ -8,6 +8,7 @@
 
 namespace LauncherInspect {
 
+constexpr std::size_t DEFAULT_WIDTH = 80;
 constexpr std::size_t NARROWEST = 40;
 constexpr std::size_t WIDEST = 1000;
 
@@ -26,13 +27,14 @@ static std::size_t terminalWidth() {
 }
 
 Terminal describeOutput() {
-  Terminal terminal;
+  if (::isatty(STDOUT_FILENO) != 1)
+    return {};
+  Terminal terminal{DEFAULT_WIDTH, false};
   for (const std::size_t width : {terminalWidth(), requestedWidth()}) {
     if (width > 0)
       terminal.width = std::clamp(width, NARROWEST, WIDEST);
   }
-  terminal.colour = ::isatty(STDOUT_FILENO) == 1 && *variable("NO_COLOR") == '\0' &&
-                    std::string_view(variable("TERM")) != "dumb";
+  terminal.colour = *variable("NO_COLOR") == '\0' && std::string_view(variable("TERM")) != "dumb";
   return terminal;
 }
 

@@ -25,7 +25,7 @@ EXPORTED int VDIEntryPoint(int, void*) {
 // The arguments are the folder and the argument to pass. Waits for the outcome.
 static void start(char** argv) {
   LauncherHelper::launchFromDirectory(argv[1], argv[2]);
-  const bool ended = test::eventually([] { return test::countThreads("self") == 1; });
+  const bool ended = test::eventually([] { return test::countThreads() == 1; });
   if (!ended || test::FakeSleep::count() != 1)
     throw std::runtime_error("no end of the start, or not one pause");
 }

@@ -1,40 +1,19 @@
-// The main library of the plug-in application: records its calls. With PROBE_REPORTS set, also
-// reports the state of its process and how it was entered, and marks the safe start of its copy.
+// The main library of the plug-in application: records its calls. LIBRARY_LOG names a file: it also
+// records whether its process has that open. LIBRARY_MARKS names a file to create.
 
-#include "Home.h"
-#include "HostState.h"
 #include "Record.h"
 
-#include <dlfcn.h>
-#include <unistd.h>
+#include <filesystem>
 
 namespace fs = std::filesystem;
 
-static fs::path ownPath() {
-  Dl_info self{};
-  ::dladdr(reinterpret_cast<void*>(&ownPath), &self);
-  return fs::canonical(self.dli_fname);
-}
-
-static bool isOpen(const fs::path& file) {
-  for (const auto& [name, value] : test::currentState()) {
-    if (name.rfind("descriptor ", 0) == 0 && value.rfind(file.string() + " ", 0) == 0)
-      return true;
+static const char* isOpen(const fs::path& file) {
+  std::error_code gone;
+  for (const auto& descriptor : fs::directory_iterator("/proc/self/fd")) {
+    if (fs::read_symlink(descriptor, gone) == file)
+      return "log open\n";
   }
-  return false;
-}
-
-static void markSafeStart() {
-  const fs::path bundle = ownPath().parent_path().parent_path().parent_path();
-  test::writeFile(bundle.parent_path() / "started.dat", "");
-}
-
-static void report(const fs::path& folder, int number, const void* pointer) {
-  test::HostState state = test::currentState();
-  state["entry number"] = std::to_string(number);
-  state["entry pointer"] = pointer == nullptr ? "null" : "set";
-  state["main library"] = ownPath().string();
-  test::writeFile(folder / std::to_string(::getpid()), test::toText(state));
+  return "log closed\n";
 }
 
 EXPORTED int VDIEntryPoint(int number, void* pointer) {
@@ -42,11 +21,9 @@ EXPORTED int VDIEntryPoint(int number, void* pointer) {
   record() << "call " << ++calls << ": " << number << (pointer == nullptr ? " null" : " not null")
            << '\n';
   if (const char* log = std::getenv("LIBRARY_LOG"))
-    record() << (isOpen(log) ? "log open\n" : "log closed\n");
-  if (const char* folder = std::getenv("PROBE_REPORTS")) {
-    report(folder, number, pointer);
-    markSafeStart();
-  }
+    record() << isOpen(log);
+  if (const char* mark = std::getenv("LIBRARY_MARKS"))
+    std::ofstream(mark).close();
   throwIfAsked();
   return number;
 }

@@ -17,6 +17,7 @@
 @interface NSDictionary : NSObject
 + (instancetype)dictionary;
 - (nullable id)objectForKey:(id)key;
+@property(readonly) NSUInteger count;
 @end
 
 @interface NSString : NSObject

@@ -1,6 +1,6 @@
 """Launches that are killed at random moments, on a full disk, and two at once.
 
-Usage: disruptions.py kill|full-disk|pairs HOST LIBRARY LAYOUTER APPLICATION
+Usage: disruptions_test.py kill|full-disk|pairs HOST LIBRARY LAYOUTER APPLICATION
 
 full-disk expects the temporary folder to be a small file system of its own.
 """
@@ -13,8 +13,8 @@ import sys
 import tempfile
 import time
 
-from homes import (BrokenPromise, End, Home, LAUNCHER_FOLDER, NEWEST, Programs, TIME_LIMIT, finish,
-                   promise)
+from homes import (BrokenPromise, End, Home, LAUNCHER_DIRECTORY, NEWEST, Programs, TIME_LIMIT,
+                   finish, promise)
 
 KILLS = 100
 PAIRS = 200
@@ -31,7 +31,7 @@ def fresh_home(programs, layout):
 
 
 def read_count(home):
-    text = (home.path / LAUNCHER_FOLDER / NEWEST / "launchCount.dat").read_text()
+    text = (home.path / LAUNCHER_DIRECTORY / NEWEST / "launchCount.dat").read_text()
     promise(text.isdigit(), f"launchCount.dat is garbled: {text!r}")
     return int(text)
 
@@ -99,7 +99,7 @@ def launch_pair(programs, layout):
     home.check_surroundings()
     home.check_removals()
     after = read_count(home)
-    time_record = home.path / LAUNCHER_FOLDER / NEWEST / "launch.dat"
+    time_record = home.path / LAUNCHER_DIRECTORY / NEWEST / "launch.dat"
     promise(time_record.read_text().isdigit(), "launch.dat is garbled")
     home.check_next_launch(programs, starts=2)
     # A record is emptied before it is written: who reads it in between counts from 0.
@@ -132,4 +132,4 @@ if __name__ == "__main__":
     try:
         action(Programs(*sys.argv[2:]))
     except BrokenPromise as broken:
-        sys.exit(f"disruptions.py: broken promise: {broken}")
+        sys.exit(f"disruptions_test.py: broken promise: {broken}")

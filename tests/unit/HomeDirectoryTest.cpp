@@ -10,14 +10,14 @@ namespace fs = std::filesystem;
 
 // Where a Linux user's Library lies.
 
-TEST(HomeFolder, ComesFromEnvironment) {
+TEST(HomeDirectory, ComesFromEnvironment) {
   for (const char* folder : {"/home/alice", "/home/alice/", "/"}) {
     const test::ScopedEnvironment home("HOME", folder);
     EXPECT_EQ(LauncherHelper::getLogPath(), fs::path(folder) / "Library" / "Logs/VantuOrlixVDI");
   }
 }
 
-TEST(HomeFolder, ComesFromPasswordFile) {
+TEST(HomeDirectory, ComesFromPasswordFile) {
   const fs::path expected = ::getpwuid(::geteuid())->pw_dir;
   const std::optional<std::string> none[] = {std::nullopt, "", "relative", "./relative", "~"};
   for (const auto& value : none) {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-// Property lists of any shape, put together by hand, and those that are hostile.
+// Property lists of any shape, put together by hand.
 
 namespace test {
 
@@ -12,8 +12,14 @@ constexpr const char* VERSION = "45.10.0.32950";
 
 std::string repeated(const std::string& text, std::size_t times);
 
-// An XML list around this content, and one with the version and, before it, other entries.
+// An XML list around this content, and one with these entries.
 std::string xmlList(const std::string& content);
+std::string xmlWithEntries(const std::string& entries);
+
+std::string xmlEntry(const std::string& value, const std::string& key = VERSION_KEY);
+std::string xmlTextEntry(const std::string& rawText);
+
+// An XML list with the version and, before it, other entries.
 std::string xmlWithVersion(const std::string& before = "");
 
 // The parts of a binary list. Its first object is the top, and objects refer to others by index.
@@ -38,14 +44,5 @@ std::string list(
 std::string withVersion(const std::string& object);
 
 } // namespace Binary
-
-struct HostileList {
-  const char* name;
-  std::string content;
-  const char* version; // what it has under VERSION_KEY
-};
-
-// Lists of at most 256 KiB that could cost a reader a crash, minutes or gigabytes.
-std::vector<HostileList> hostileLists();
 
 } // namespace test
