@@ -1,5 +1,6 @@
 #include "ThinClientLauncherBase.h"
 
+#include "LauncherConstants.h"
 #include "LauncherHelper.h"
 #include "LogMessages.h"
 #include "Logger.h"
@@ -18,7 +19,6 @@ namespace fs = std::filesystem;
 
 constexpr const char* LAUNCH_DAT_FILE_NAME = "launch.dat";
 constexpr const char* LAUNCHED_COUNT_FILE_NAME = "launchCount.dat";
-constexpr const char* SAFE_START_FILE_NAME = "started.dat";
 constexpr const char* CORRUPT_DAT_FILE_NAME = "corrupt.dat";
 
 // The file, created or emptied; closed if that is impossible.

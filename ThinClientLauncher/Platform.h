@@ -62,6 +62,10 @@ void* loadLibrary(const std::string& path);
 // The address of a symbol; null when the library has none of that name.
 void* findSymbol(void* library, const std::string& name);
 
+// The file, without links, of the executable or library that holds this code. Raises
+// std::filesystem::filesystem_error when it cannot be examined.
+std::filesystem::path imagePath(const void* code);
+
 // The reason for the last failure of loadLibrary or findSymbol on this thread.
 std::string loaderError();
 

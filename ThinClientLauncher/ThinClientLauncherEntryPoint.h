@@ -3,6 +3,11 @@
 // The library's one C entry point, for a host or for the started application. Find it by name with
 // dlsym, or link against the library. This header is valid C.
 
+// The one place of the version: the build reads it from here.
+#define THIN_CLIENT_LAUNCHER_VERSION_MAJOR 1
+#define THIN_CLIENT_LAUNCHER_VERSION_MINOR 0
+#define THIN_CLIENT_LAUNCHER_VERSION_PATCH 0
+
 #ifdef __cplusplus
 extern "C" {
 #endif

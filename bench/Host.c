@@ -18,13 +18,26 @@ int nanosleep(const struct timespec* request, struct timespec* left) {
   return 0;
 }
 
+static void report(int priority, const char* format, va_list arguments) {
+  if ((priority & 7) == 3)
+    vfprintf(stderr, format, arguments);
+  sem_post(&startReported);
+}
+
 void syslog(int priority, const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  if ((priority & 7) == 3)
-    vfprintf(stderr, format, arguments);
+  report(priority, format, arguments);
   va_end(arguments);
-  sem_post(&startReported);
+}
+
+// What a hardened library calls instead.
+void __syslog_chk(int priority, int flag, const char* format, ...) {
+  (void)flag;
+  va_list arguments;
+  va_start(arguments, format);
+  report(priority, format, arguments);
+  va_end(arguments);
 }
 
 int main(int argc, char** argv) {

@@ -3,23 +3,24 @@
 set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_SYSTEM_VERSION 20.0)
 
-set(llvm /usr/lib/llvm-16)
+find_program(clang clang REQUIRED)
+get_filename_component(llvm ${clang} DIRECTORY)
 set(sysroot ${CMAKE_CURRENT_LIST_DIR}/../build/macos-sysroot)
 file(REAL_PATH ${sysroot} CMAKE_OSX_SYSROOT)
 
 set(CMAKE_OSX_DEPLOYMENT_TARGET 11.0)
 set(CMAKE_OSX_ARCHITECTURES arm64 x86_64)
 
-set(CMAKE_C_COMPILER ${llvm}/bin/clang)
-set(CMAKE_CXX_COMPILER ${llvm}/bin/clang++)
-set(CMAKE_OBJCXX_COMPILER ${llvm}/bin/clang++)
+set(CMAKE_C_COMPILER ${llvm}/clang)
+set(CMAKE_CXX_COMPILER ${llvm}/clang++)
+set(CMAKE_OBJCXX_COMPILER ${llvm}/clang++)
 foreach(language IN ITEMS C CXX OBJCXX)
   set(CMAKE_${language}_COMPILER_TARGET arm64-apple-macos11.0)
 endforeach()
 foreach(tool AR RANLIB STRIP LIPO OTOOL INSTALL_NAME_TOOL NM)
   string(TOLOWER ${tool} name)
   string(REPLACE _ - name ${name})
-  set(CMAKE_${tool} ${llvm}/bin/llvm-${name})
+  set(CMAKE_${tool} ${llvm}/llvm-${name})
 endforeach()
 
 # -B names the folder in which the compiler finds lipo. The sysroot's __config_site must precede

@@ -2,7 +2,10 @@
 # Measures what a launch costs, beside a baseline in C and a shell script, and writes the figures into
 # docs/performance.md and docs/performance.png. Exit status 1 when a promise does not hold.
 # Takes about five minutes. Other work on the machine changes the times more than the ratios.
+# Usage: scripts/bench.sh
 set -euo pipefail
+source "$(dirname "$0")/usage.sh"
+expect_no_arguments "$@"
 cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh build bench

@@ -1,6 +1,9 @@
 #!/usr/bin/env bash
 # Builds the library for macOS on Linux, for both architectures, and checks the result.
+# Usage: scripts/check-macos.sh
 set -euo pipefail
+source "$(dirname "$0")/usage.sh"
+expect_no_arguments "$@"
 cd "$(dirname "$0")/.."
 
 sysroot=build/macos-sysroot
@@ -21,13 +24,14 @@ fetch() {
   }
 }
 
-scripts/install-packages.sh build macos
+scripts/install-packages.sh build macos python
+PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
 rm -rf "$wheels" "$lief"
 fetch ziglang download --platform manylinux_2_12_x86_64 --dest "$wheels" \
   --requirement scripts/macos-sysroot/requirements.txt
 fetch lief install --root-user-action=ignore --target "$lief" \
   --requirement scripts/lief-requirements.txt
-python3 scripts/macos-sysroot/lay_out.py "$wheels"/ziglang-*.whl /usr/lib/llvm-16 "$sysroot"
+python3 scripts/macos-sysroot/lay_out.py "$wheels"/ziglang-*.whl "$(dirname "$(dirname "$(command -v llvm-nm)")")" "$sysroot"
 
 # Either would lead the compiler to this machine's own headers and libraries.
 unset CPATH LIBRARY_PATH

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and shows one launch in a temporary home folder.
-# Usage: scripts/demo.sh [--keep]
+# Usage: scripts/demo.sh [--keep]    (--keep leaves the demo's folder in place)
 # Exit status: 0 when the started application entered load mode, 1 otherwise, 2 for wrong usage.
 #
 # It starts nothing if the launcher would choose a copy outside that folder, such as an installed
@@ -8,6 +8,7 @@
 # the system gives the application the real user's home folder, the log of load mode there gets two
 # lines. Redirecting either would need rights that a demo does not ask for.
 set -euo pipefail
+source "$(dirname "$0")/usage.sh"
 cd "$(dirname "$0")/.."
 
 build=build/demo
@@ -28,8 +29,7 @@ read_arguments() {
   keep=no
   [ "${1:-}" = --keep ] && { keep=yes; shift; }
   [ $# -eq 0 ] && return
-  echo "usage: scripts/demo.sh [--keep]    (--keep leaves the demo's folder in place)" >&2
-  exit 2
+  wrong_usage
 }
 
 build_everything() {
@@ -52,6 +52,7 @@ make_folders() {
   mkdir -p "$launcher" "$home/work"
 }
 
+# shellcheck disable=SC2317 # the trap calls it
 clean_up() {
   if [ "$keep" = yes ]; then
     printf '\nThe folder of the demo is kept: %s\n' "$folder"

@@ -5,9 +5,11 @@
 # broken promise. Everything runs in sandboxes, whose temporary folders hold the homes.
 # Usage: scripts/fault-sweep.sh
 set -euo pipefail
+source "$(dirname "$0")/usage.sh"
+expect_no_arguments "$@"
 cd "$(dirname "$0")/.."
 
-scripts/install-packages.sh build test
+scripts/install-packages.sh build test gnustep
 cmake --preset release >/dev/null
 cmake --build --preset release --target fault_programs
 

@@ -3,17 +3,19 @@
 # Inputs that reach new code stay in build/fuzz/corpus; one that breaks a promise ends the run.
 # Usage: scripts/fuzz.sh [SECONDS [TARGET ...]]
 set -euo pipefail
+source "$(dirname "$0")/usage.sh"
 cd "$(dirname "$0")/.."
 
 seconds=${1:-60}
-[[ $seconds =~ ^[1-9][0-9]*$ ]] || {
-  echo "usage: scripts/fuzz.sh [SECONDS [TARGET ...]]" >&2
-  exit 2
-}
+[[ $seconds =~ ^[1-9][0-9]*$ ]] || wrong_usage
+for target in "${@:2}"; do
+  [ -d "tests/fuzz/corpus/$target" ] || wrong_usage
+done
 targets=("${@:2}")
 [ "${#targets[@]}" -gt 0 ] || mapfile -t targets < <(ls tests/fuzz/corpus)
 
-scripts/install-packages.sh build test clang fuzz
+scripts/install-packages.sh build test gnustep clang fuzz
+PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz
 

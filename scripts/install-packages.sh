@@ -2,8 +2,10 @@
 # Installs what is missing for the named purposes, with apt-get or Homebrew, and says what that is.
 # Usage: scripts/install-packages.sh PURPOSE ...
 set -euo pipefail
+source "$(dirname "$0")/usage.sh"
+cd "$(dirname "$0")/.."
 
-# One line per package: purpose, name, reason.
+# One line per package: purpose, name, reason. LLVM stands for the version that is used.
 packages() { if [ "$(uname)" = Darwin ]; then mac_packages; else debian_packages; fi; }
 
 # The compiler is part of Xcode's command line tools.
@@ -16,6 +18,7 @@ build fmt lays out its text
 build utf8proc tells which characters are printable, and how wide
 build nlohmann-json writes its JSON
 test googletest test framework
+python python runs the programs that the Python package index brings
 LIST
 }
 
@@ -39,12 +42,19 @@ test jq runs the manual page's examples
 test python3-jsonschema validates the JSON report
 test strace traces what a process asks of the system
 test python3 drives the launches that are disturbed from outside
-test clang-format-16 checks the format
-clang clang-tidy-16 static analysis
-clang clang-16 second compiler
-clang libc++-16-dev the standard library of macOS
-clang libc++abi-16-dev its runtime part
-gnustep clang-16 compiles the bridge for macOS, which gcc cannot
+python python3 runs the programs that the Python package index brings
+python python3-pip fetches them
+shell shellcheck static analysis of the scripts
+docs doxygen makes the reference of the interfaces
+packages dpkg-dev finds the libraries that a package depends on
+packages lintian checks the packages
+roots bubblewrap enters a bare system
+roots debootstrap makes one
+clang clang-tidy-LLVM static analysis
+clang clang-LLVM second compiler
+clang libc++-LLVM-dev the standard library of macOS
+clang libc++abi-LLVM-dev its runtime part
+gnustep clang-LLVM compiles the bridge for macOS, which gcc cannot
 gnustep gobjc the Objective-C runtime
 gnustep libgnustep-base-dev Foundation, to run that bridge on Linux
 gnustep libblocksruntime-dev the runtime of its completion handler
@@ -59,9 +69,16 @@ macos python3 runs the checker of the linked library
 macos python3-pip fetches the headers of Darwin and the reader of Mach-O files
 mutants bubblewrap shows the machine's files read-only to the tests of a mutant
 mutants python3-pip fetches what makes the mutants
+coverage libclang-rt-LLVM-dev counts executed lines
+coverage llvm-LLVM lists them
+macos clang-LLVM compiles for macOS as well
+macos lld-LLVM links for macOS
+macos llvm-LLVM joins the architectures and lists symbols
+macos libc++-LLVM-dev headers of the standard library of macOS
+macos libc++abi-LLVM-dev the names of its runtime part
 leaks valgrind finds memory lost or misused in programs as they ship
 fuzz libplist-dev reads property lists, as an oracle
-fuzz libclang-rt-16-dev libFuzzer and the sanitizers of clang
+fuzz libclang-rt-LLVM-dev libFuzzer and the sanitizers of clang
 bench libbenchmark-dev micro-benchmarks with repetitions and random interleaving
 bench libplist-dev reads property lists in the baseline
 bench libplist-utils plistutil, which the compared scripts call
@@ -73,10 +90,26 @@ LIST
 packages_for() {
   local purpose
   for purpose in "$@"; do
-    packages | awk -v purpose="$purpose" '$1 == purpose { print $2 }' | grep . ||
+    packages | awk -v purpose="$purpose" '$1 == purpose { print $2 }' | with_llvm_version | grep . ||
       { echo "install-packages.sh: no such purpose here: $purpose" >&2; exit 2; }
   done
 }
+
+with_llvm_version() {
+  local names
+  names=$(cat)
+  [[ $names != *-LLVM* ]] || names=${names//LLVM/$(llvm_version)}
+  printf '%s\n' "$names"
+}
+
+# A fresh system has no list of packages yet.
+llvm_version() {
+  scripts/llvm-version.sh 2>/dev/null && return
+  as_root apt-get update -qq >&2
+  scripts/llvm-version.sh
+}
+
+missing=()
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then
@@ -84,7 +117,7 @@ as_root() {
   elif command -v sudo >/dev/null; then
     sudo "$@"
   else
-    echo "install-packages.sh: needs root or sudo to install: ${missing[*]}" >&2
+    echo "install-packages.sh: needs root or sudo to run: $*" >&2
     exit 1
   fi
 }
@@ -115,9 +148,9 @@ require_installer() {
   exit 1
 }
 
+[ $# -gt 0 ] || wrong_usage
 wanted=$(packages_for "$@" | sort -u)
 require_installer
-missing=()
 for package in $wanted; do
   is_installed "$package" || missing+=("$package")
 done

@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # One launch under valgrind: no memory lost, no invalid access. Usage: scripts/leak-check.sh
 set -euo pipefail
+source "$(dirname "$0")/usage.sh"
+expect_no_arguments "$@"
 cd "$(dirname "$0")/.."
 
-scripts/install-packages.sh build test leaks
+scripts/install-packages.sh build test gnustep leaks
 cmake --preset release >/dev/null
 cmake --build --preset release --target fault_programs
 

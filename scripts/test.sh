@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds and runs every test; on a Mac, those that run there.
 # Usage: scripts/test.sh [PRESET]
+# Presets: release (the default), debug, libcxx, sanitize, sanitize-threads; on a Mac, macos.
 set -euo pipefail
+source "$(dirname "$0")/usage.sh"
 cd "$(dirname "$0")/.."
 
 if [ "$(uname)" = Darwin ]; then
@@ -13,7 +15,11 @@ else
   [ "$preset" != libcxx ] || purposes+=(clang)
 fi
 
+presets=' release debug libcxx sanitize sanitize-threads macos '
+[[ $# -le 1 && $presets == *" $preset "* ]] || wrong_usage
+
 scripts/install-packages.sh "${purposes[@]}"
+[ "$(uname)" = Darwin ] || PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
 cmake --preset "$preset" >/dev/null
 cmake --build --preset "$preset"
 ctest --preset "$preset" --parallel "$(getconf _NPROCESSORS_ONLN)"

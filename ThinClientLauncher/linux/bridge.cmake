@@ -5,6 +5,7 @@ pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0>=2.74)
 
 target_sources(launcher_objects PRIVATE
   linux/ApplicationStart.cpp
+  linux/Bundle.cpp
   linux/Platform.cpp
   linux/PropertyList.cpp)
 target_link_libraries(launcher_objects PUBLIC

@@ -137,6 +137,11 @@ void* findSymbol(void* library, const std::string& name) {
   return ::dlsym(library, name.c_str());
 }
 
+fs::path imagePath(const void* code) {
+  Dl_info image{};
+  return fs::canonical(::dladdr(code, &image) != 0 ? image.dli_fname : "");
+}
+
 std::string loaderError() {
   const char* const text = ::dlerror();
   return text != nullptr ? text : "";

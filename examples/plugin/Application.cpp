@@ -1,9 +1,9 @@
 // The plug-in application's executable: passes its arguments to the launcher library. In load mode
-// that is the copy in the bundle's own Frameworks folder.
+// that is the copy in the bundle's own Frameworks folder, which loads the main library.
 
-#include "LauncherHelper.h"
+#include <ThinClientLauncherPlugin.h>
 
 int main(int argc, char** argv) {
-  LauncherHelper::loadLauncherDll(argc, argv);
+  ThinClientLauncherPluginRun(argc, argv);
   return 0;
 }

@@ -54,14 +54,17 @@ def write_libcxx_stub(llvm, sysroot):
 
 
 def write_libcxx_configuration(llvm, sysroot):
-    """Takes out of Debian's file the line that allows what macOS 11 lacks."""
+    """Turns on in a copy of Debian's file the availability checks that keep out what macOS 11 lacks."""
     configuration = (llvm / "include/c++/v1/__config_site").read_text()
-    switch = "#define _LIBCPP_HAS_NO_VENDOR_AVAILABILITY_ANNOTATIONS\n"
-    if switch not in configuration:
-        sys.exit(f"lay_out.py: {llvm}'s __config_site is not as expected: no {switch.strip()}")
+    checked, switches = re.subn(
+        r"#define _LIBCPP_HAS_NO_VENDOR_AVAILABILITY_ANNOTATIONS\n"
+        r"|(#define _LIBCPP_HAS_VENDOR_AVAILABILITY_ANNOTATIONS) 0\n",
+        lambda match: f"{match[1]} 1\n" if match[1] else "", configuration)
+    if switches != 1:
+        sys.exit(f"lay_out.py: {llvm}'s __config_site has no switch for availability checks")
     folder = sysroot / "usr/include/libc++-config"
     folder.mkdir()
-    (folder / "__config_site").write_text(configuration.replace(switch, ""))
+    (folder / "__config_site").write_text(checked)
 
 
 def name_lipo(llvm, sysroot):

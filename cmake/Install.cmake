@@ -1,0 +1,37 @@
+# What "cmake --install" installs beside the targets: how other projects find them, and the documents.
+# Components: library, development, tools, docs.
+include(CMakePackageConfigHelpers)
+
+set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ThinClientLauncher)
+set(config ${CMAKE_CURRENT_BINARY_DIR}/ThinClientLauncherConfig.cmake)
+configure_package_config_file(cmake/ThinClientLauncherConfig.cmake.in ${config}
+  INSTALL_DESTINATION ${config_dir})
+write_basic_package_version_file(ThinClientLauncherConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${config} ${CMAKE_CURRENT_BINARY_DIR}/ThinClientLauncherConfigVersion.cmake
+  DESTINATION ${config_dir} COMPONENT development)
+install(EXPORT ThinClientLauncherTargets NAMESPACE ThinClientLauncher::
+  DESTINATION ${config_dir} COMPONENT development)
+
+# The prefix is relative, so that an installed tree can be moved.
+set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" prefix ${prefix})
+if(APPLE)
+  set(link_launcher -lThinClientLauncher)
+  set(link_plugin "-lc++ -framework Foundation -framework AppKit -lobjc")
+else()
+  # The linker searches for no other suffix than .so and .a.
+  set(link_launcher -l:libThinClientLauncher.dylib)
+  set(link_plugin "-lstdc++ -ldl")
+endif()
+foreach(name IN ITEMS ThinClientLauncher ThinClientLauncherHost ThinClientLauncherPlugin)
+  configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
+    DESTINATION ${pkgconfig_dir} COMPONENT development)
+endforeach()
+
+install(FILES README.md CHANGELOG.md SECURITY.md TYPE DOC COMPONENT docs)
+install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT docs)
+
+include(cmake/Packages.cmake)

@@ -1,0 +1,21 @@
+/* A host in C: requests a launch through the kit for hosts.
+   Usage: example_host LIBRARY CLIENT_VERSION
+   Exit status: 0 the launch ran to its end, 1 it did not, 2 wrong usage. */
+
+#include <ThinClientLauncherHost.h>
+
+#include <stdio.h>
+
+int main(int argc, char** argv) {
+  if (argc != 3) {
+    fprintf(stderr, "usage: %s LIBRARY CLIENT_VERSION\n", argv[0]);
+    return 2;
+  }
+  char reason[1024];
+  const enum ThinClientLauncherHostStatus status =
+      ThinClientLauncherHostLaunch(argv[1], argv[2], reason, sizeof reason);
+  if (status == THIN_CLIENT_LAUNCHER_HOST_RETURNED)
+    return 0;
+  fprintf(stderr, "%s: no launch (status %d): %s\n", argv[0], status, reason);
+  return 1;
+}

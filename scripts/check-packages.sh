@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Makes the Debian packages, in build/packages, and lets lintian check them. Also builds the library
+# in two folders and compares the files byte by byte.
+# Usage: scripts/check-packages.sh
+set -euo pipefail
+source "$(dirname "$0")/usage.sh"
+expect_no_arguments "$@"
+cd "$(dirname "$0")/.."
+
+scripts/install-packages.sh build packages
+packages=$PWD/build/packages
+rm -rf "$packages"
+mkdir -p "$packages"/{one,another}
+
+# Usage: build_in FOLDER [TARGET ...]: builds a copy of the sources there, without a cache.
+build_in() {
+  git ls-files -z --cached --others --exclude-standard | xargs -0 cp --parents -t "$1"
+  (
+    cd "$1"
+    export CCACHE_DISABLE=1
+    cmake --preset demo -DCMAKE_INSTALL_PREFIX=/usr >/dev/null
+    cmake --build --preset demo --target "${@:2}" >/dev/null
+  )
+}
+
+shipped=(ThinClientLauncher ThinClientLauncherHost ThinClientLauncherPlugin)
+build_in "$packages/one" all
+build_in "$packages/another" "${shipped[@]}"
+for file in ThinClientLauncher/libThinClientLauncher.dylib kits/libThinClientLauncherHost.so \
+  kits/libThinClientLauncherPlugin.a; do
+  cmp "$packages"/{one,another}"/build/demo/$file"
+done
+echo "Two builds in different folders are the same."
+
+(cd "$packages" && cpack --config one/build/demo/CPackConfig.cmake >/dev/null)
+lintian --allow-root --fail-on error "$packages"/*.deb
+ls "$packages"/*.deb

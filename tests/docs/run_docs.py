@@ -1,0 +1,148 @@
+#!/usr/bin/env python3
+"""Runs the command blocks of documents, in order, and compares the output that the documents show.
+
+Usage: run_docs.py [--build FOLDER] [--project] DOCUMENT ...
+
+Each document gets an empty folder and an empty home, and one shell for all of its blocks. A block of
+the language "sh" is run; a block "text" after it shows its output, where a line "..." stands for any
+lines. Times and the home's place are normalised. A comment before a block says what else happens:
+
+  <!-- run by FILE -->                    FILE, of the project, has the same commands
+  <!-- run in the project's folder -->    run there, with --project; otherwise skipped
+  <!-- not run: REASON -->                skipped
+
+--build installs this build first and lets the commands find it. Exit status: 0 everything holds,
+1 something does not, 2 wrong usage.
+"""
+
+import argparse
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+PROJECT = pathlib.Path(__file__).resolve().parents[2]
+BLOCK = re.compile(r"(?:^<!-- (?P<note>[^\n]*) -->\n)?^```(?P<language>\w*)\n(?P<body>.*?)^```$",
+                   re.MULTILINE | re.DOTALL)
+TIME = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} ")
+END_OF_BLOCK = "--- end of block"
+
+
+class Block:
+    """Commands, and the output that the document shows for them, if any."""
+
+    def __init__(self, match):
+        self.note = match["note"] or ""
+        self.commands = match["body"]
+        self.shown = None
+
+
+def blocks_of(text):
+    blocks = []
+    last = None
+    for match in BLOCK.finditer(text):
+        if match["language"] == "sh":
+            last = Block(match)
+            blocks.append(last)
+        elif match["language"] == "text" and last and last.shown is None:
+            last.shown = match["body"]
+        else:
+            last = None
+    return blocks
+
+
+def normalised(text, folder):
+    """The lines without times, indentation and the place of the home."""
+    text = TIME.sub("", text).replace(str(folder), "/home")
+    return [line.strip() for line in text.splitlines() if line.strip()]
+
+
+def matches(shown, lines):
+    """Whether the lines are those shown, where "..." stands for any."""
+    pattern = "".join(r"(?:.*\n)*?" if line == "..." else re.escape(line) + r"\n"
+                      for line in shown)
+    return re.fullmatch(pattern, "".join(line + "\n" for line in lines)) is not None
+
+
+class Runner:
+    def __init__(self, arguments, folder):
+        self.project = arguments.project
+        self.folder = folder
+        self.failures = 0
+        self.environment = dict(os.environ, USER="alice", LC_ALL="C.UTF-8")
+        if arguments.build:
+            self.install(arguments.build)
+
+    def install(self, build):
+        prefix = self.folder / "prefix"
+        subprocess.run(["cmake", "--install", build, "--prefix", prefix], check=True,
+                       stdout=subprocess.DEVNULL)
+        self.environment.update(
+            CMAKE_PREFIX_PATH=str(prefix),
+            LD_LIBRARY_PATH=str(next(prefix.rglob("libThinClientLauncher.dylib")).parent),
+            PATH=f"{prefix}/bin:{os.environ['PATH']}",
+            PKG_CONFIG_PATH=str(next(prefix.rglob("pkgconfig"))))
+
+    def fail(self, document, block, reason):
+        self.failures += 1
+        print(f"{document}: FAILED: {reason}\n{block.commands}")
+
+    def run_all(self, document):
+        blocks = blocks_of(document.read_text())
+        here = [block for block in blocks if not block.note]
+        for block in blocks:
+            if block.note.startswith("run by "):
+                self.check_run_elsewhere(document, block)
+            elif block.note == "run in the project's folder" and self.project:
+                self.run(document, [block], PROJECT)
+            elif block.note:
+                if not re.match(r"run in the project's folder$|not run: .", block.note):
+                    self.fail(document, block, f"unknown note: {block.note}")
+                print(f"{document.name}: {block.note}: {block.commands.splitlines()[0]}")
+        folder = pathlib.Path(tempfile.mkdtemp(dir=self.folder))
+        self.run(document, here, folder)
+        print(f"{document.name}: {len(here)} blocks run")
+
+    def check_run_elsewhere(self, document, block):
+        other = PROJECT / block.note.split()[2]
+        text = other.read_text()
+        for line in block.commands.splitlines():
+            if line not in text:
+                self.fail(document, block, f"{other.name} does not run: {line}")
+
+    def run(self, document, blocks, folder):
+        home = pathlib.Path(tempfile.mkdtemp(dir=self.folder)) / "alice"
+        home.mkdir()
+        script = "set -euo pipefail\n" + "".join(
+            f"{block.commands}\necho '{END_OF_BLOCK}'\n" for block in blocks)
+        result = subprocess.run(["bash", "-c", script], cwd=folder, text=True, check=False,
+                                env=dict(self.environment, HOME=str(home)),
+                                stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        outputs = result.stdout.split(END_OF_BLOCK + "\n")
+        for block, output in zip(blocks, outputs):
+            lines = normalised(output, home.parent)
+            if block.shown is not None and not matches(normalised(block.shown, "/home"), lines):
+                self.fail(document, block, "another output than shown:\n" + "\n".join(lines))
+        if result.returncode != 0:
+            self.fail(document, blocks[min(len(outputs), len(blocks)) - 1],
+                      f"status {result.returncode}:\n{outputs[-1]}")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--build", type=pathlib.Path)
+    parser.add_argument("--project", action="store_true")
+    parser.add_argument("documents", nargs="+", type=pathlib.Path)
+    arguments = parser.parse_args()
+    with tempfile.TemporaryDirectory() as folder:
+        runner = Runner(arguments, pathlib.Path(folder))
+        for document in arguments.documents:
+            runner.run_all(document.resolve())
+    return 1 if runner.failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

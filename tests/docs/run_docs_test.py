@@ -1,0 +1,74 @@
+#!/usr/bin/env python3
+"""The runner of the documents finds each kind of fault, and accepts what holds."""
+
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+RUNNER = pathlib.Path(__file__).with_name("run_docs.py")
+
+
+def run(text, *options):
+    with tempfile.TemporaryDirectory() as folder:
+        document = pathlib.Path(folder) / "document.md"
+        document.write_text(text)
+        return subprocess.run([sys.executable, RUNNER, *options, document], capture_output=True,
+                              text=True, check=False)
+
+
+def sh(commands, shown=None, note=None):
+    return ((f"<!-- {note} -->\n" if note else "") + f"```sh\n{commands}\n```\n"
+            + (f"\n```text\n{shown}\n```\n" if shown is not None else ""))
+
+
+class Runner(unittest.TestCase):
+    def assertHolds(self, text, *options):
+        result = run(text, *options)
+        self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
+
+    def assertFault(self, text, *options):
+        self.assertEqual(run(text, *options).returncode, 1)
+
+    def testComparesOutput(self):
+        self.assertHolds(sh("echo one; echo two", "one\ntwo"))
+        self.assertFault(sh("echo one; echo two", "one"))
+        self.assertFault(sh("echo one", "one\ntwo"))
+
+    def testComparesEachBlock(self):
+        self.assertFault(sh("echo one", "two") + sh("echo two", "two"))
+
+    def testPointsStandForLines(self):
+        self.assertHolds(sh("seq 5", "1\n...\n5"))
+        self.assertFault(sh("seq 5", "1\n...\n6"))
+
+    def testFindsFailedCommands(self):
+        self.assertFault(sh("false"))
+        self.assertFault(sh("true") + sh("nonexistent-command"))
+
+    def testKeepsStateBetweenBlocks(self):
+        self.assertHolds(sh("x=1; mkdir a; cd a") + sh('echo "$x" "$(basename "$PWD")"', "1 a"))
+
+    def testNormalises(self):
+        self.assertHolds(sh("date '+%F %T.%3N text'; echo ~",
+                            "2026-03-07 14:05:09.007 text\n/home/alice"))
+
+    def testStartsInEmptyFolder(self):
+        self.assertHolds(sh("ls -A; ls -A ~", ""))
+
+    def testChecksNotes(self):
+        self.assertHolds(sh("false", note="not run: a reason"))
+        self.assertFault(sh("true", note="not run: "))
+        self.assertFault(sh("true", note="unknown"))
+        self.assertHolds(sh("scripts/test.sh", note="run by .ci/run"))
+        self.assertFault(sh("scripts/nonexistent.sh", note="run by .ci/run"))
+
+    def testRunsInProject(self):
+        block = sh("ls -d scripts", "other", "run in the project's folder")
+        self.assertHolds(block)
+        self.assertFault(block, "--project")
+
+
+if __name__ == "__main__":
+    unittest.main()
