@@ -58,17 +58,7 @@ gnustep clang-LLVM compiles the bridge for macOS, which gcc cannot
 gnustep gobjc the Objective-C runtime
 gnustep libgnustep-base-dev Foundation, to run that bridge on Linux
 gnustep libblocksruntime-dev the runtime of its completion handler
-coverage libclang-rt-16-dev counts executed lines
-coverage llvm-16 lists them
-macos clang-16 compiles for macOS as well
-macos lld-16 links for macOS
-macos llvm-16 joins the architectures and lists symbols
-macos libc++-16-dev headers of the standard library of macOS
-macos libc++abi-16-dev the names of its runtime part
-macos python3 runs the checker of the linked library
-macos python3-pip fetches the headers of Darwin and the reader of Mach-O files
 mutants bubblewrap shows the machine's files read-only to the tests of a mutant
-mutants python3-pip fetches what makes the mutants
 coverage libclang-rt-LLVM-dev counts executed lines
 coverage llvm-LLVM lists them
 macos clang-LLVM compiles for macOS as well

@@ -6,24 +6,21 @@
 # Works on a copy of the committed sources in build/mutants. The tests of a mutant see the machine's
 # files read-only, since it may delete what it should not.
 set -euo pipefail
+source "$(dirname "$0")/usage.sh"
 cd "$(dirname "$0")/.."
 
 seed=${1:-1} mutants=${2:-100}
-[[ $seed =~ ^[0-9]+$ && $mutants =~ ^[1-9][0-9]*$ ]] || {
-  echo "usage: scripts/mutate.sh [SEED [MUTANTS [FILE ...]]]" >&2
-  exit 2
-}
+[[ $seed =~ ^[0-9]+$ && $mutants =~ ^[1-9][0-9]*$ ]] || wrong_usage
 files=("${@:3}")
 [ "${#files[@]}" -gt 0 ] ||
   mapfile -t files < <(git ls-files 'ThinClientLauncher/*.cpp' 'ThinClientLauncher/*.mm' 'tools/*.cpp')
 
-scripts/install-packages.sh build test gnustep mutants
+scripts/install-packages.sh build test gnustep mutants python
+PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
 work=$PWD/build/mutants
 rm -rf "$work/source"
 mkdir -p "$work/source"
-python3 -m pip --quiet --disable-pip-version-check install --root-user-action=ignore --no-deps \
-  --require-hashes --upgrade --target "$work/universalmutator" \
-  --requirement tests/mutants/requirements.txt
+scripts/fetch-python.sh tests/mutants/requirements.txt "$work/universalmutator"
 git archive HEAD | tar -x -C "$work/source"
 cmake -S "$work/source" -B "$work/build" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build "$work/build" >/dev/null
