@@ -145,6 +145,7 @@ TEST_F(Problem, ChosenWithoutVersion) {
 TEST_F(Problem, ListsTheOthers) {
   home.copy("good");
   home.copy("corrupt").launches("3");
+  fs::create_symlink("nothing", home.launcherDirectory() / "dangling");
   fs::create_symlink("loop", home.launcherDirectory() / "loop");
   const Report all = report(CLIENT);
   EXPECT_EQ(
