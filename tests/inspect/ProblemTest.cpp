@@ -317,7 +317,7 @@ TEST_F(Problem, CountsFoldersOnce) {
   const Report all = reportAt(copy);
   EXPECT_EQ(
       shown(all["candidates"][1]["verdict"]), "would-start would start: the only viable copy -> ");
-  for (const int again : {2, 3})
+  for (const std::size_t again : {2u, 3u})
     EXPECT_EQ(
         shown(all["candidates"][again]["verdict"]),
         "same-folder the same folder as " + folder + "/a, listed again -> ");
