@@ -10,6 +10,7 @@
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -142,11 +143,11 @@ Object objectAt(std::string_view list, std::uint64_t reference, std::uint64_t re
 std::string textOf(std::string_view list, const Object& object) {
   const std::uint64_t unitSize = object.kind == Object::UTF16_TEXT ? 2 : 1;
   require(unitSize == 2 || object.kind == Object::ASCII_TEXT, ListProblem::NoText);
-  g_autofree gunichar2* units = g_new0(gunichar2, object.count + 1);
+  std::vector<gunichar2> units(object.count + 1);
   for (std::uint64_t i = 0; i < object.count; ++i)
     units[i] = static_cast<gunichar2>(numberAt(list, object.body + i * unitSize, unitSize));
   glong converted = 0, written = 0; // a NUL ends the conversion
-  g_autofree char* text = g_utf16_to_utf8(units, -1, &converted, &written, nullptr);
+  g_autofree char* text = g_utf16_to_utf8(units.data(), -1, &converted, &written, nullptr);
   require(text && converted == glong(object.count) && (unitSize == 2 || written == converted));
   return text;
 }

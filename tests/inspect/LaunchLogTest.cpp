@@ -125,14 +125,12 @@ TEST(LoadLog, TellsTheEnd) {
       {STAMP + "load mode, load main dll\n", "not-entered"},
       {LOADING, "entered: entered load mode at 2026-03-07 14:05:09.007; no failure to load"},
       {"**" + LOADING.substr(2), "entered: entered load mode at **26-03-07"},
-      {LOADING + STAMP + "/a/lib.dylib load library failed dleeror: no such file\n",
-       "load-failed: entered load mode at 2026-03-07 14:05:09.007, but could not load "
-       "/a/lib.dylib: "
-       "no such file"},
+      {LOADING + STAMP + "/a/lib.dylib load library failed dleeror: /a/lib.dylib: none\n",
+       "load-failed: entered load mode at 2026-03-07 14:05:09.007, but could not load its main "
+       "library: /a/lib.dylib: none"},
       {LOADING + STAMP + "/a/lib.dylib **** library failed dleeror: bad\n",
-       "load-failed: entered load mode at 2026-03-07 14:05:09.007, but could not load "
-       "/a/lib.dylib: "
-       "bad"}};
+       "load-failed: entered load mode at 2026-03-07 14:05:09.007, but could not load its main "
+       "library: bad"}};
   for (const auto& [log, end] : rows)
     EXPECT_THAT(loadEndOf(readLoad(log)), StartsWith(end)) << log;
 }

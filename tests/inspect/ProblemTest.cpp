@@ -145,6 +145,7 @@ TEST_F(Problem, ChosenWithoutVersion) {
 TEST_F(Problem, ListsTheOthers) {
   home.copy("good");
   home.copy("corrupt").launches("3");
+  fs::create_symlink("nothing", home.launcherDirectory() / "dangling");
   fs::create_symlink("loop", home.launcherDirectory() / "loop");
   const Report all = report(CLIENT);
   EXPECT_EQ(
@@ -316,7 +317,7 @@ TEST_F(Problem, CountsFoldersOnce) {
   const Report all = reportAt(copy);
   EXPECT_EQ(
       shown(all["candidates"][1]["verdict"]), "would-start would start: the only viable copy -> ");
-  for (const int again : {2, 3})
+  for (const std::size_t again : {2u, 3u})
     EXPECT_EQ(
         shown(all["candidates"][again]["verdict"]),
         "same-folder the same folder as " + folder + "/a, listed again -> ");

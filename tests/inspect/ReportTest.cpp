@@ -172,7 +172,7 @@ Facts personalFacts() {
   facts.homeOwner = "alice";
   facts.startCheck = {outside, outside, false, true, false, false};
   facts.unwritableRecord = facts.loadMode.log = outside;
-  facts.loadMode.failure = FailedLoad{"/srv/alice", "alice is denied"};
+  facts.loadMode.failure = "/srv/alice is denied";
   facts.candidates[5].twin = 1;
   facts.candidates[6].failure = Failure{"/srv/alice", "alice is denied"};
   return facts;

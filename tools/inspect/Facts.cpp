@@ -175,7 +175,8 @@ static std::vector<Path> listFolders(const Facts& facts) {
   fs::directory_iterator entry(facts.launcherDirectory, error);
   for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
     std::error_code unknown;
-    if (entry->is_directory(unknown) || unknown)
+    const bool isDirectory = entry->is_directory(unknown);
+    if (isDirectory || (unknown && unknown != std::errc::no_such_file_or_directory))
       folders.push_back(entry->path());
   }
   return folders;

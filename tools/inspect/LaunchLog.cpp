@@ -101,7 +101,7 @@ static void readMessage(const std::string& message, LoadMode& loadMode) {
   if (isMaskedFormOf(message, LogMessages::LOAD_MODE))
     loadMode.isEntered = true;
   if (const auto parts = splitAt(LogMessages::LOAD_FAILED, message))
-    loadMode.failure = {parts->first, parts->second};
+    loadMode.failure = parts->second;
 }
 
 // A message may hold line feeds of its own. Takes the message that begins with this stamped line,

@@ -36,15 +36,10 @@ struct LastLaunch : Log {
   std::size_t furtherRemovalFailures = 0;
 };
 
-struct FailedLoad {
-  std::string library;
-  std::string reason;
-};
-
 // What the log of the application that was started last tells.
 struct LoadMode : Log {
   bool isEntered = false;
-  std::optional<FailedLoad> failure; // of the main library
+  std::optional<std::string> failure; // to load the main library; names it
 };
 
 // These raise nothing of the file system.

@@ -438,7 +438,7 @@ Messages loadModeEnd(const Facts& facts, const Candidate&) {
        "See in the system log whether the start failed."},
       {"load-failed",
        load.failure.has_value(),
-       "entered load mode at {loadModeTime}, but could not load {failedLibrary}: {loadFailure}",
+       "entered load mode at {loadModeTime}, but could not load its main library: {loadFailure}",
        "Install this copy again: its main library, or one that this needs, cannot be loaded."},
       {"entered",
        true,

@@ -152,7 +152,6 @@ private:
         fmt::arg("corruptBase", Selection::CORRUPT_CHECK_BASE_VERSION),
         fmt::arg("directory", Lazy{[&] { return redaction.path(about.dir); }}),
         fmt::arg("eligible", facts.eligible),
-        fmt::arg("failedLibrary", Lazy{[&] { return redaction.loggedPath(failedLoad.library); }}),
         fmt::arg("failure", Lazy{[&] { return failure(facts.failure); }}),
         fmt::arg("frameworks", Lazy{[&] { return redaction.path(facts.startCheck.frameworks); }}),
         fmt::arg("homeOwner", Lazy{[&] { return redaction.text(facts.homeOwner.value_or("")); }}),
@@ -165,7 +164,9 @@ private:
                  }}),
         fmt::arg("launcherLibrary", VDI_LAUNCHER_LIBRARY_NAME),
         fmt::arg("launches", about.corruptCheck.launchCount),
-        fmt::arg("loadFailure", Lazy{[&] { return redaction.text(failedLoad.reason); }}),
+        fmt::arg("loadFailure", Lazy{[&] {
+                   return redaction.text(facts.loadMode.failure.value_or(""));
+                 }}),
         fmt::arg("loadLogFailure", Lazy{[&] {
                    return redaction.text(facts.loadMode.unreadableReason);
                  }}),
@@ -326,7 +327,6 @@ private:
   const Facts& facts;
   const Redaction redaction;
   const Candidate noCandidate{};
-  const FailedLoad failedLoad = facts.loadMode.failure.value_or(FailedLoad{});
   const Candidate& chosen = facts.chosen ? facts.candidates[*facts.chosen] : noCandidate;
 };
 
