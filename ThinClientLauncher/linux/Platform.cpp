@@ -1,0 +1,109 @@
+#include "../Platform.h"
+
+#include "FileClock.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <limits>
+#include <link.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace Platform {
+
+// --- Folders ---
+
+constexpr std::size_t MAXIMUM_PASSWORD_ENTRY = 1024 * 1024;
+
+static fs::path homeFromPasswordFile() {
+  std::vector<char> buffer(16 * 1024);
+  passwd entry{};
+  passwd* found = nullptr;
+  while (::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE &&
+         buffer.size() < MAXIMUM_PASSWORD_ENTRY)
+    buffer.resize(buffer.size() * 2);
+  return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : "";
+}
+
+// A relative HOME would name another folder whenever a thread of the host changes its working
+// folder.
+static fs::path homeDirectory() {
+  const char* const home = std::getenv("HOME");
+  return home != nullptr && *home == '/' ? home : homeFromPasswordFile();
+}
+
+fs::path libraryDirectory() {
+  const fs::path home = homeDirectory();
+  return home.empty() ? fs::path() : home / "Library";
+}
+
+fs::path applicationSupportDirectory() {
+  const fs::path library = libraryDirectory();
+  return library.empty() ? fs::path() : library / "Application Support";
+}
+
+// --- Files ---
+
+// libstdc++'s file clock has 64 bits and represents the years 1882 to 2466; file systems have more.
+fs::file_time_type modificationTime(const fs::path& file) {
+  using Time = fs::file_time_type;
+  constexpr std::int64_t FAR_PAST =
+      std::numeric_limits<std::int64_t>::min() / 2; // does not overflow
+  using Seconds = std::chrono::duration<Time::rep>;
+  struct stat status {};
+  if (::stat(file.c_str(), &status) != 0)
+    throw fs::filesystem_error(
+        "cannot read the modification time", file, {errno, std::generic_category()});
+  static const std::chrono::seconds offset = fileClockOffset();
+  const std::int64_t seconds = std::max(status.st_mtim.tv_sec, FAR_PAST);
+  const Seconds time = Seconds(seconds) + offset;
+  if (time >= std::chrono::floor<Seconds>(Time::max().time_since_epoch()))
+    return Time::max();
+  if (time <= std::chrono::ceil<Seconds>(Time::min().time_since_epoch()))
+    return Time::min() + std::chrono::nanoseconds(1);
+  return Time(time) + std::chrono::nanoseconds(status.st_mtim.tv_nsec);
+}
+
+// --- Libraries ---
+
+// If the executable's path is unknown, nothing can exist below the prefix, since exe is no folder:
+// loading fails, and the log shows the path.
+std::string frameworksPrefix() {
+  const fs::path self = "/proc/self/exe";
+  std::error_code error;
+  const fs::path executable = fs::read_symlink(self, error);
+  return (error ? self : executable.parent_path()).string() + "/../Frameworks/";
+}
+
+void* loadLibrary(const std::string& path) {
+  return ::dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL);
+}
+
+void* findSymbol(void* library, const std::string& name) {
+  return ::dlsym(library, name.c_str());
+}
+
+// The loader has no name for the executable, and dladdr repeats argv[0] for it.
+fs::path imagePath(const void* code) {
+  Dl_info image{};
+  link_map* library = nullptr;
+  const int found = ::dladdr1(code, &image, reinterpret_cast<void**>(&library), RTLD_DL_LINKMAP);
+  const bool isNamed = found != 0 && *library->l_name != '\0';
+  return fs::canonical(isNamed ? library->l_name : "/proc/self/exe");
+}
+
+std::string loaderError() {
+  const char* const text = ::dlerror();
+  return text != nullptr ? text : "";
+}
+
+} // namespace Platform
