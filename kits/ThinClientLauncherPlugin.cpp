@@ -27,11 +27,11 @@ bool isBelow(const fs::path& folder, const fs::path& file) {
 // may belong to several copies.
 std::vector<fs::path> ownCopies() {
   const fs::path image = Platform::imagePath(reinterpret_cast<void*>(&ownCopies));
-  const fs::path launcherFolder = LauncherHelper::getLauncherDirectory();
+  const fs::path launcherDirectory = LauncherHelper::getLauncherDirectory();
   std::vector<fs::path> copies;
-  if (!fs::exists(launcherFolder))
+  if (!fs::exists(launcherDirectory))
     return copies;
-  for (const auto& entry : fs::directory_iterator(launcherFolder)) {
+  for (const auto& entry : fs::directory_iterator(launcherDirectory)) {
     if (isBelow(entry.path() / VDI_MAIN_APP_NAME, image))
       copies.push_back(entry.path());
   }

@@ -46,7 +46,8 @@ private:
 };
 
 std::string asFileName(std::string name) {
-  std::replace_if(name.begin(), name.end(), [](char c) { return c == '/' || c == '\0'; }, '_');
+  std::replace_if(
+      name.begin(), name.end(), [](char c) { return c == '/' || c == '\0'; }, '_');
   return name == "." || name == ".." ? "dots" : name.substr(0, 255);
 }
 

@@ -1,5 +1,5 @@
-// The start of a copy whose property list names any program: what is executed lies in the copy's own
-// folder of programs, or the start is reported as failed.
+// The start of a copy whose property list names any program: what is executed lies in the copy's
+// own folder of programs, or the start is reported as failed.
 
 #include "FuzzCheck.h"
 #include "Home.h"

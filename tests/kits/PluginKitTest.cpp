@@ -17,7 +17,7 @@ namespace {
 class PluginKit : public testing::Test {
 protected:
   Copy makeCopy(const fs::path& dir) const { return Copy(dir).executable(PLUGIN_PROGRAM); }
-  Copy makeCopy() const { return makeCopy(home.launcherFolder() / "45.12"); }
+  Copy makeCopy() const { return makeCopy(home.launcherDirectory() / "45.12"); }
 
   int run(const fs::path& program, std::vector<std::string> words) const {
     words.insert(words.begin(), program.string());
@@ -37,20 +37,20 @@ protected:
     fs::copy_file(FAKE_LAUNCHER_LIBRARY, folder / "libThinClientLauncher.dylib");
   }
 
-  test::Sandbox::ScopedApplications applications;
   test::ScopedHome home;
   const fs::path workingFolder = home.path() / "work";
   const fs::path record = home.path() / "record";
 
 private:
   void SetUp() override { fs::create_directory(workingFolder); }
+  void TearDown() override { test::Sandbox::emptyApplications(); }
 };
 
 } // namespace
 
 TEST_F(PluginKit, RecordsOwnStart) {
   const Copy own = makeCopy();
-  const Copy other = makeCopy(home.launcherFolder() / "45.13");
+  const Copy other = makeCopy(home.launcherDirectory() / "45.13");
   EXPECT_EQ(recordFrom(own), THIN_CLIENT_LAUNCHER_PLUGIN_RECORDED);
   EXPECT_TRUE(isMarked(own));
   EXPECT_FALSE(isMarked(other));
@@ -81,15 +81,15 @@ TEST_F(PluginKit, KeepsExistingMark) {
 
 TEST_F(PluginKit, RecordsLinkedCopy) {
   const Copy own = makeCopy(home.path() / "elsewhere");
-  fs::create_directory(home.launcherFolder());
-  fs::create_directory_symlink(own, home.launcherFolder() / "link");
-  EXPECT_EQ(recordFrom(home.launcherFolder() / "link"), THIN_CLIENT_LAUNCHER_PLUGIN_RECORDED);
+  fs::create_directory(home.launcherDirectory());
+  fs::create_directory_symlink(own, home.launcherDirectory() / "link");
+  EXPECT_EQ(recordFrom(home.launcherDirectory() / "link"), THIN_CLIENT_LAUNCHER_PLUGIN_RECORDED);
   EXPECT_TRUE(isMarked(own));
 }
 
 TEST_F(PluginKit, RecordsLinkedBundle) {
   const Copy target = makeCopy(home.path() / "elsewhere");
-  const fs::path copy = home.launcherFolder() / "45.12";
+  const fs::path copy = home.launcherDirectory() / "45.12";
   fs::create_directories(copy);
   fs::create_directory_symlink(test::bundleIn(target), test::bundleIn(copy));
   EXPECT_EQ(recordFrom(copy), THIN_CLIENT_LAUNCHER_PLUGIN_RECORDED);
@@ -111,7 +111,7 @@ TEST_F(PluginKit, SparesApplications) {
 }
 
 TEST_F(PluginKit, SparesDeeperFolders) {
-  const Copy own = makeCopy(home.launcherFolder() / "45.12/inner");
+  const Copy own = makeCopy(home.launcherDirectory() / "45.12/inner");
   EXPECT_EQ(recordFrom(own), THIN_CLIENT_LAUNCHER_PLUGIN_NO_COPY);
   EXPECT_FALSE(isMarked(own));
   EXPECT_FALSE(isMarked(own.dir().parent_path()));
@@ -122,8 +122,9 @@ TEST_F(PluginKit, SparesOtherBundles) {
   const Copy own = makeCopy();
   const fs::path other = own.dir() / "Other.app";
   fs::rename(test::bundleIn(own), other);
-  EXPECT_EQ(run(other / "Contents/MacOS" / test::executableIn(own).filename(), {"record"}),
-            THIN_CLIENT_LAUNCHER_PLUGIN_NO_COPY);
+  EXPECT_EQ(
+      run(other / "Contents/MacOS" / test::executableIn(own).filename(), {"record"}),
+      THIN_CLIENT_LAUNCHER_PLUGIN_NO_COPY);
   EXPECT_FALSE(isMarked(own));
 }
 
@@ -138,14 +139,14 @@ TEST_F(PluginKit, ReportsUnwritableCopy) {
 TEST_F(PluginKit, LoadModeEntersOwnCopy) {
   const Copy own = makeCopy();
   installLauncher(frameworks(own));
-  test::writeFile(home.launcherFolder() / "libThinClientLauncher.dylib", "not loaded");
+  test::writeFile(home.launcherDirectory() / "libThinClientLauncher.dylib", "not loaded");
   EXPECT_EQ(run(test::executableIn(own), {"loadmode"}), 0);
   EXPECT_EQ(test::readFile(record), "launcher 2 [loadmode] null\n");
 }
 
 TEST_F(PluginKit, EntersSharedCopy) {
   const Copy own = makeCopy();
-  installLauncher(home.launcherFolder());
+  installLauncher(home.launcherDirectory());
   EXPECT_EQ(run(test::executableIn(own), {"launchermode", "45.12"}), 0);
   EXPECT_EQ(test::readFile(record), "launcher 3 [launchermode] [45.12] null\n");
 }
