@@ -3,12 +3,9 @@
 set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_SYSTEM_VERSION 20.0)
 
-# Otherwise CMake, which finds no Mac around it, knows no option for run paths, and links nothing that
-# uses a library of the build.
-set(CMAKE_USER_MAKE_RULES_OVERRIDE ${CMAKE_CURRENT_LIST_DIR}/macos-cross-rules.cmake)
-
 find_program(clang clang REQUIRED)
 get_filename_component(llvm ${clang} DIRECTORY)
+set(CMAKE_USER_MAKE_RULES_OVERRIDE ${CMAKE_CURRENT_LIST_DIR}/macos-cross-rules.cmake)
 set(sysroot ${CMAKE_CURRENT_LIST_DIR}/../build/macos-sysroot)
 file(REAL_PATH ${sysroot} CMAKE_OSX_SYSROOT)
 
