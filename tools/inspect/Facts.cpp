@@ -10,6 +10,7 @@
 #include <pwd.h>
 #include <set>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -283,10 +284,10 @@ static bool isWritable(const Path& file) {
   return ::access(file.c_str(), W_OK) == 0 && !fs::is_directory(file, error);
 }
 
+// Not with std::filesystem::space: libc++ answers "unknown" for a space of zero.
 static bool isFull(const Path& folder) {
-  std::error_code error;
-  const fs::space_info space = fs::space(folder, error);
-  return !error && space.available == 0;
+  struct statvfs space {};
+  return ::statvfs(folder.c_str(), &space) == 0 && space.f_bavail == 0;
 }
 
 // --- The whole ---

@@ -38,7 +38,9 @@ static fs::path normalise(const fs::path& folder) {
 static void enterHome(const fs::path& home) {
   const fs::path absolute = normalise(home);
   std::error_code error;
-  if (!fs::is_directory(absolute, error) && !error)
+  if (home.empty()) // libc++ takes it for the working folder
+    error = std::make_error_code(std::errc::no_such_file_or_directory);
+  else if (!fs::is_directory(absolute, error) && !error)
     error = std::make_error_code(std::errc::not_a_directory);
   requireUsable("--home", home, error);
   ::setenv("HOME", absolute.c_str(), 1);
@@ -67,7 +69,8 @@ static std::string nameToMask() {
 static std::optional<std::size_t>
 indexOf(const fs::path& name, const fs::path& absolutePath, const Facts& facts) {
   for (const fs::path& path : {facts.launcherDirectory / name, absolutePath}) {
-    if (const auto index = findCandidate(facts, path))
+    const auto index = name.empty() ? std::nullopt : findCandidate(facts, path);
+    if (index)
       return index;
   }
   if (facts.failure)
