@@ -11,7 +11,9 @@
 #include <ctime>
 #include <thread>
 
+// The number of calls in progress, or RELEASING.
 static std::atomic<int> uses{0};
+constexpr int RELEASING = -1;
 
 namespace {
 
@@ -35,14 +37,21 @@ std::string& Logger::logBuffer = lastingBuffer.object;
 const Logger::Release Logger::releaseAtEnd{};
 
 Logger::Release::~Release() {
-  if (uses > 0)
+  int none = 0;
+  if (!uses.compare_exchange_strong(none, RELEASING))
     return;
   close();
   logBuffer.shrink_to_fit(); // it is empty between calls
+  uses = 0;
 }
 
+// A call that begins while the process exits waits for the release, which takes a moment.
 Logger::Use::Use() {
-  ++uses;
+  int others = 0;
+  while (!uses.compare_exchange_weak(others, others + 1)) {
+    if (others == RELEASING)
+      others = 0;
+  }
 }
 
 Logger::Use::~Use() {
