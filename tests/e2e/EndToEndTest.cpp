@@ -9,7 +9,6 @@
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -76,7 +75,7 @@ void EndToEnd::awaitThreads() {
 
 void EndToEnd::inHost(const Body& body) {
   inChildProcess([&] {
-    std::thread([] {}).join(); // a sanitizer may start a thread of its own with the first one
+    noteThreadsAtRest();
     FakeSystem::thread.calls = 0;
     loadLibrary();
     body();

@@ -1,20 +1,34 @@
 #pragma once
 
+#include "Eventually.h"
+
 #include <filesystem>
 #include <iterator>
+#include <string>
+#include <thread>
+#include <unistd.h>
 
 namespace test {
 
-#ifdef __SANITIZE_THREAD__
-constexpr int SANITIZER_THREADS = 1; // from the program's first thread on
-#else
-constexpr int SANITIZER_THREADS = 0;
-#endif
-
-// The number of threads of this process, without the thread sanitizer's own.
-inline int countThreads() {
+inline int countAllThreads() {
   const std::filesystem::directory_iterator tasks("/proc/self/task");
-  return static_cast<int>(std::distance(begin(tasks), end(tasks))) - SANITIZER_THREADS;
+  return static_cast<int>(std::distance(begin(tasks), end(tasks)));
+}
+
+inline int threadsAtRest = 1;
+
+// Call it before threads are counted: a sanitizer keeps threads of its own, one of them from the
+// first thread on.
+inline void noteThreadsAtRest() {
+  std::string first;
+  std::thread([&first] { first = std::to_string(::gettid()); }).join();
+  eventually([&first] { return !std::filesystem::exists("/proc/self/task/" + first); });
+  threadsAtRest = countAllThreads();
+}
+
+// The number of threads of this process, without a sanitizer's own.
+inline int countThreads() {
+  return countAllThreads() - threadsAtRest + 1;
 }
 
 } // namespace test

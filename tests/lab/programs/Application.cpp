@@ -42,6 +42,7 @@ static void perform(const std::string& operation, int argc, char** argv) {
 }
 
 int main(int argc, char** argv) {
+  test::noteThreadsAtRest();
   if (const char* log = std::getenv("LOADER_LOG"))
     Logger::open(log, true);
   const char* const named = std::getenv("LOADER_OPERATIONS");
