@@ -24,6 +24,7 @@ EXPORTED int VDIEntryPoint(int, void*) {
 
 // The arguments are the folder and the argument to pass. Waits for the outcome.
 static void start(char** argv) {
+  test::noteThreadsAtRest();
   LauncherHelper::launchFromDirectory(argv[1], argv[2]);
   const bool ended = test::eventually([] { return test::countThreads() == 1; });
   if (!ended || test::FakeSleep::count() != 1)
@@ -42,7 +43,6 @@ static void perform(const std::string& operation, int argc, char** argv) {
 }
 
 int main(int argc, char** argv) {
-  test::noteThreadsAtRest();
   if (const char* log = std::getenv("LOADER_LOG"))
     Logger::open(log, true);
   const char* const named = std::getenv("LOADER_OPERATIONS");
