@@ -23,7 +23,10 @@ constexpr const char* CORRUPT_DAT_FILE_NAME = "corrupt.dat";
 
 // The file, created or emptied; closed if that is impossible.
 static std::ofstream openForWriting(const fs::path& file) {
-  return isNamedPipe(file) ? std::ofstream() : std::ofstream(file);
+  std::ofstream stream;
+  if (!isNamedPipe(file))
+    stream.open(file);
+  return stream;
 }
 
 // Plain digits, also when the host's global locale groups them.
