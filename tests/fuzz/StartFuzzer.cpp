@@ -8,9 +8,12 @@
 #include "SystemLog.h"
 
 #include <glib.h>
+#include <mutex>
 
 namespace fs = std::filesystem;
 
+// What the start's thread asked GLib to execute.
+static std::mutex executedMutex;
 static std::string executed;
 
 static fs::path programsIn(const fs::path& copy) {
@@ -27,6 +30,7 @@ extern "C" gboolean g_spawn_async(
     gpointer,
     GPid*,
     GError**) {
+  const std::lock_guard lock(executedMutex);
   executed = argv[0];
   return TRUE;
 }
@@ -39,13 +43,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   test::Copy(copy).list(list({dictionary({1}, {2}), text("CFBundleExecutable"), text(name)}));
 
   test::SystemLog systemLog;
-  executed.clear();
   Platform::startApplication(test::bundleIn(copy), "loadmode");
   const std::string message = systemLog.awaitMessages(1).at(0);
   FUZZ_CHECK(message.rfind("Failed to run the app: ", 0) == 0);
+  const std::lock_guard lock(executedMutex);
   if (executed.empty())
     FUZZ_CHECK(message.find("CFBundleExecutable is no file name") != std::string::npos);
   else
     FUZZ_CHECK(fs::path(executed).lexically_normal().parent_path() == programsIn(copy));
+  executed.clear();
   return 0;
 }
