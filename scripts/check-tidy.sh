@@ -9,5 +9,5 @@ cd "$(dirname "$0")/.."
 scripts/install-packages.sh build clang test gnustep
 PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
 cmake --preset libcxx >/dev/null
-git ls-files -z 'ThinClientLauncher/*.cpp' 'kits/*.cpp' |
+git ls-files -z 'ThinClientLauncher/*.cpp' 'kits/*.cpp' 'tools/*.cpp' |
   xargs -0 -n 1 -P "$(nproc)" clang-tidy --quiet -p build/libcxx 2> >(grep -v 'warnings generated' >&2)

@@ -207,6 +207,7 @@ Messages warnings(const Facts& facts, const Candidate& candidate) {
        "Make it, and its folder, writable for this user."}};
 }
 
+// NOLINTNEXTLINE(readability-function-size): one entry per verdict
 Messages verdict(const Facts& facts, const Candidate& candidate) {
   const auto& [dir, status, version, corruptCheck] = candidate.decision;
   return {

@@ -135,6 +135,7 @@ private:
   // --- Messages ---
 
   // Replaces the names in a text by their values: a number, or a Lazy one that costs something.
+  // NOLINTNEXTLINE(readability-function-size): one entry per name
   std::string fill(const char* text, const Candidate& candidate) const {
     const Selection::Candidate& about = candidate.decision;
     return fmt::format(
