@@ -69,7 +69,7 @@ void readBinaryList(benchmark::State& state) {
   const test::ScopedDirectory folder;
   test::writeFile(folder.path() / "Info.plist", test::PlistOracle(listContent()).toBinary());
   for (auto _ : state)
-    benchmark::DoNotOptimize(PropertyList::readText(folder.path() / "Info.plist", VERSION_KEY));
+    benchmark::DoNotOptimize(PropertyList::read(folder.path() / "Info.plist", VERSION_KEY).text);
 }
 BENCHMARK(readBinaryList);
 

@@ -112,9 +112,7 @@ Entry entryInXml(std::string_view rest, std::string_view key) {
 
 struct Object {
   enum Kind { NUMBER = 0x1, ASCII_TEXT = 0x5, UTF16_TEXT = 0x6, DICTIONARY = 0xD };
-  std::uint64_t kind;
-  std::uint64_t count; // of bytes, UTF-16 units or entries
-  std::uint64_t body;
+  std::uint64_t kind, count, body; // the count is one of bytes, UTF-16 units or entries
 };
 
 std::uint64_t numberAt(std::string_view list, std::uint64_t position, std::uint64_t size) {
@@ -173,11 +171,11 @@ std::string readFile(const std::filesystem::path& file) {
   require(::stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode), ListProblem::Unreadable);
   require(status.st_size <= MAXIMUM_SIZE, ListProblem::TooLarge);
   const Descriptor input(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  std::string list(static_cast<std::size_t>(status.st_size), '\0');
-  for (std::size_t size = 0; size < list.size();) {
-    const ssize_t got = TEMP_FAILURE_RETRY(::read(input, list.data() + size, list.size() - size));
-    require(got > 0, ListProblem::Unreadable);
-    size += static_cast<std::size_t>(got);
+  std::string list(std::size_t(status.st_size), '\0');
+  for (std::size_t got = 0; got < list.size();) {
+    const ssize_t more = TEMP_FAILURE_RETRY(::read(input, list.data() + got, list.size() - got));
+    require(more > 0, ListProblem::Unreadable);
+    got += std::size_t(more);
   }
   return list;
 }

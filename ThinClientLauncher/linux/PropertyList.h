@@ -18,8 +18,4 @@ struct Entry {
 // and memory grow linearly with the file.
 Entry read(const std::filesystem::path& file, const char* key);
 
-inline std::string readText(const std::filesystem::path& file, const char* key) {
-  return read(file, key).text;
-}
-
 } // namespace PropertyList

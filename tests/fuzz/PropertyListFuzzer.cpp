@@ -104,7 +104,7 @@ std::vector<std::string> read(const std::string& list) {
   test::writeFile(folder.path() / "Info.plist", list);
   std::vector<std::string> texts;
   for (const char* key : KEYS)
-    texts.push_back(PropertyList::readText(folder.path() / "Info.plist", key));
+    texts.push_back(PropertyList::read(folder.path() / "Info.plist", key).text);
   return texts;
 }
 

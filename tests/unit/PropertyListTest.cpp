@@ -43,7 +43,7 @@ protected:
     return read();
   }
 
-  std::string read() const { return PropertyList::readText(file, VERSION_KEY); }
+  std::string read() const { return PropertyList::read(file, VERSION_KEY).text; }
 
   Problem problem(const std::string& content) const {
     read(content);
@@ -85,7 +85,7 @@ TEST_F(List, NamesProblem) {
 TEST_F(List, GivesText) {
   const std::string xml = xmlWithVersion(xmlEntry("<string>other</string>", "Other"));
   expectInBothForms(xml, VERSION);
-  EXPECT_EQ(PropertyList::readText(file, "Other"), "other");
+  EXPECT_EQ(PropertyList::read(file, "Other").text, "other");
   EXPECT_EQ(read(Binary::withVersion(Binary::text(VERSION))), VERSION);
   EXPECT_EQ(read(test::propertyList({{VERSION_KEY, VERSION}})), VERSION);
 }
@@ -343,8 +343,8 @@ TEST_F(List, IsSmall) {
 
 TEST_F(List, IsRegularFile) {
   EXPECT_EQ(read(), "") << "missing";
-  EXPECT_EQ(PropertyList::readText(folder.path() / "missing" / "Info.plist", VERSION_KEY), "");
-  EXPECT_EQ(PropertyList::readText("", VERSION_KEY), "");
+  EXPECT_EQ(PropertyList::read(folder.path() / "missing" / "Info.plist", VERSION_KEY).text, "");
+  EXPECT_EQ(PropertyList::read("", VERSION_KEY).text, "");
   ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
   const int opened = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
   ASSERT_GE(::inotify_add_watch(opened, file.c_str(), IN_OPEN), 0);
@@ -397,7 +397,7 @@ TEST_F(List, MayEndEarly) {
   test::inChildProcess([&] {
     const rlimit seconds{10, 10}; // of processor time; then the child is ended
     ASSERT_EQ(::setrlimit(RLIMIT_CPU, &seconds), 0);
-    EXPECT_EQ(PropertyList::readText(attribute, VERSION_KEY), "");
+    EXPECT_EQ(PropertyList::read(attribute, VERSION_KEY).text, "");
   });
 }
 
