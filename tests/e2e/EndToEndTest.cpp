@@ -99,6 +99,13 @@ std::string EndToEnd::launch(std::vector<std::string> arguments) {
   }
 }
 
+void EndToEnd::launchUntil(FakeSystem::Function& function) {
+  function.calls = 0;
+  function.answer = FakeSystem::Answer::LATER;
+  EXPECT_EQ(launch(), "returned 0");
+  ASSERT_TRUE(eventually([&] { return function.calls == 1; }));
+}
+
 std::string EndToEnd::outcome() {
   const auto messages = systemLog->awaitMessages(1);
   awaitThreads();

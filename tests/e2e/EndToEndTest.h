@@ -49,6 +49,9 @@ protected:
   // One launch in a host: "returned 0", or which exception left the library.
   static std::string launch(std::vector<std::string> arguments = {"launchermode"});
 
+  // One launch, which returns once the start waits in its first call of this function.
+  static void launchUntil(FakeSystem::Function& function);
+
   static void loadLibrary(const std::filesystem::path& file = LAUNCHER_LIBRARY);
   static void closeLibrary();
 

@@ -89,14 +89,6 @@ protected:
     });
   }
 
-  // Launches, and returns once the start waits in its first call of this function.
-  static void launchUntil(FakeSystem::Function& function) {
-    function.calls = 0;
-    function.answer = FakeSystem::Answer::LATER;
-    EXPECT_EQ(launch(), "returned 0");
-    ASSERT_TRUE(eventually([&] { return function.calls == 1; }));
-  }
-
   void goOn(FakeSystem::Function& function) {
     function.answer = FakeSystem::Answer::YES;
     EXPECT_EQ(outcome(), SUCCESS);

@@ -362,6 +362,27 @@ TEST_F(Start, ReportsDeniedPipe) {
   });
 }
 
+// Replaces the descriptor that was opened since for reading by one that cannot be read.
+static void breakReadEnd(const HostState& before) {
+  for (const auto& [name, value] : currentState()) {
+    if (before.count(name) == 0 && value.find(" read ") != value.npos)
+      ::dup2(::open("/dev/null", O_WRONLY), std::stoi(name.substr(name.find(' '))));
+  }
+}
+
+TEST_F(Start, ReportsUnreadablePipe) {
+  makeCopy();
+  inHost([&] {
+    const HostState before = currentState();
+    launchUntil(FakeSystem::pipe);
+    breakReadEnd(before);
+    FakeSystem::pipe.answer = Answer::YES;
+    EXPECT_EQ(
+        outcome(),
+        "Failed to run the app: the outcome of the start is unknown: Bad file descriptor");
+  });
+}
+
 TEST_F(Start, ReportsChildKilledBeforeExec) {
   const Copy copy = makeCopy();
   EXPECT_EQ(
