@@ -71,7 +71,7 @@ apt-get install --yes ./libthinclientlauncher1_*.deb ./libthinclientlauncher-dev
 apt-get install --yes g++ cmake make pkg-config python3
 } >/dev/null 2>&1
 dpkg-query --show libthinclientlauncher1 libthinclientlauncher-dev launcher-inspect
-tests/docs/run_docs.py docs/embedding.md
+scripts/run_docs.py docs/embedding.md
 '
 
 both_commands='

@@ -13,4 +13,4 @@ doxygen docs/Doxyfile
 cmake --preset release >/dev/null
 cmake --build --preset release
 build/release/tests/lab/programs/sandbox \
-  tests/docs/run_docs.py --build build/release --project README.md CONTRIBUTING.md docs/*.md
+  scripts/run_docs.py --build build/release --project README.md CONTRIBUTING.md docs/*.md

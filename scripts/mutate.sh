@@ -20,10 +20,10 @@ PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
 work=$PWD/build/mutants
 rm -rf "$work/source"
 mkdir -p "$work/source"
-scripts/fetch-python.sh tests/mutants/requirements.txt "$work/universalmutator"
+scripts/fetch-python.sh scripts/mutants-requirements.txt "$work/universalmutator"
 git archive HEAD | tar -x -C "$work/source"
 cmake -S "$work/source" -B "$work/build" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build "$work/build" >/dev/null
 
-PYTHONPATH=$work/universalmutator python3 tests/mutants/mutate.py \
+PYTHONPATH=$work/universalmutator python3 scripts/mutate.py \
   "$work/source" "$work/build" "$seed" "$mutants" "${files[@]}"

@@ -7,7 +7,7 @@ import sys
 import tempfile
 import unittest
 
-RUNNER = pathlib.Path(__file__).with_name("run_docs.py")
+RUNNER = pathlib.Path(__file__).resolve().parents[2] / "scripts" / "run_docs.py"
 
 
 def run(text, *options):

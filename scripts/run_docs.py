@@ -23,7 +23,7 @@ import subprocess
 import sys
 import tempfile
 
-PROJECT = pathlib.Path(__file__).resolve().parents[2]
+PROJECT = pathlib.Path(__file__).resolve().parents[1]
 BLOCK = re.compile(r"(?:^<!-- (?P<note>[^\n]*) -->\n)?^```(?P<language>\w*)\n(?P<body>.*?)^```$",
                    re.MULTILINE | re.DOTALL)
 TIME = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} ")
