@@ -10,19 +10,12 @@ per check and slice. Exit status: 0 all hold, 1 one does not, 2 wrong usage.
 
 import hashlib
 import pathlib
-import struct
 import sys
-import warnings
 
-try:
-    import lief
-    from lief import MachO
-except ImportError:
-    sys.exit("check_macho.py: NOTHING WAS CHECKED: Python does not find LIEF; docs/macos.md shows "
-             "how to fetch it.")
+import macho
+from macho import Malformed, MachO, architecture_of, content_of, unpack
 
 INSTALL_NAME = "@rpath/libThinClientLauncher.dylib"
-ARCHITECTURES = {MachO.Header.CPU_TYPE.ARM64: "arm64", MachO.Header.CPU_TYPE.X86_64: "x86_64"}
 SYSTEM_LIBRARIES = {
     "/System/Library/Frameworks/AppKit.framework/Versions/C/AppKit",
     "/System/Library/Frameworks/Foundation.framework/Versions/C/Foundation",
@@ -31,42 +24,16 @@ SYSTEM_LIBRARIES = {
     "/usr/lib/libobjc.A.dylib",
 }
 TYPES = MachO.LoadCommand.TYPE
-DEBUGGER_ENTRY = 0xE0  # N_STAB: an entry with one of these bits is no symbol
+
+# The compiler calls it after an exception where none may leave. It never returns.
+NEVER_UNWOUND = "___clang_call_terminate"
+
+# On x86_64, the compiler zeroes memory with a function of its own.
+ONLY_X86_64 = "___bzero"
 
 # LIEF shows a code signature as bytes. Its numbers are big-endian.
 EMBEDDED_SIGNATURE, CODE_DIRECTORY = 0xFADE0CC0, 0xFADE0C02
 ADHOC, SHA256 = 0x2, 2
-
-# LIEF's messages about damaged files would mix with the checks' own lines.
-lief.logging.disable()
-warnings.simplefilter("ignore", RuntimeWarning)
-
-
-class Malformed(Exception):
-    """The file contradicts itself, so no check of it can be trusted."""
-
-
-def unpack(layout, data, offset):
-    try:
-        return struct.unpack_from(layout, data, offset)
-    except struct.error:
-        raise Malformed(f"the signature has no field at {offset:#x}") from None
-
-
-def parse(data):
-    """The slices of a file. They live only as long as the returned object."""
-    universal = MachO.parse(data)
-    if universal is None:
-        raise Malformed("not a Mach-O file")
-    return universal
-
-
-def architecture_of(binary):
-    return ARCHITECTURES.get(binary.header.cpu_type, "other")
-
-
-def content_of(binary, data):
-    return data[binary.fat_offset : binary.fat_offset + binary.original_size]
 
 
 def commands(binary, kind):
@@ -89,21 +56,13 @@ def unless(holds, fault):
 # --- One function per check that finds more than one kind of fault ---
 
 
-def is_undefined(symbol):
-    return (
-        symbol.type == MachO.Symbol.TYPE.UNDEFINED
-        and symbol.origin == MachO.Symbol.ORIGIN.SYMTAB
-        and not symbol.raw_type & DEBUGGER_ENTRY
-    )
-
-
 def faults_of_imports(binary):
     count = len(names_of(binary, TYPES.LOAD_DYLIB))
     promised = binary.header.has(MachO.Header.FLAGS.NOUNDEFS)
     return unless(promised, "the header does not promise it") + [
         f"{symbol.name} is bound to no loaded library"
-        for symbol in binary.symbols
-        if is_undefined(symbol) and not 1 <= symbol.library_ordinal <= count
+        for symbol in macho.undefined(binary)
+        if not 1 <= symbol.library_ordinal <= count
     ]
 
 
@@ -126,6 +85,29 @@ def faults_of_exports(binary, expected):
     return [f"missing {name}" for name in sorted(expected - exported)] + [
         f"not in the list: {name}" for name in sorted(exported - expected)
     ]
+
+
+def faults_of_unwinding(binary):
+    names = {symbol.value: symbol.name for symbol in macho.defined(binary)}
+    covered = [entry for entry in macho.unwind_entries(binary) if entry.encoding != 0]
+    starts = binary.function_starts.functions if binary.has_function_starts else []
+    return unless(starts, "where functions start is unknown") + [
+        f"{names.get(start, hex(start))} has none"
+        for start in starts
+        if names.get(start) != NEVER_UNWOUND
+        and not any(entry.start <= start < entry.end for entry in covered)
+    ]
+
+
+def imports(binary):
+    return {str(symbol.name) for symbol in macho.undefined(binary)} - {ONLY_X86_64}
+
+
+def differences(binaries, content_of_slice):
+    """What some slices have and others lack."""
+    contents = [content_of_slice(binary) for binary in binaries]
+    names = set().union(*contents)
+    return sorted(name for name in names if not all(name in each for each in contents))
 
 
 def code_directory(signature):
@@ -185,17 +167,20 @@ def checks_of_slice(binary, content, expected):
     yield "no run path", run_paths
     yield "loads the five system libraries alone", faults_of_loads(binary)
     yield "exports exactly the list", faults_of_exports(binary, expected)
+    yield "an unwind entry for every function", faults_of_unwinding(binary)
     if architecture_of(binary) == "arm64":  # the only one that macOS refuses to run unsigned
         yield "ad-hoc signature and page hashes", faults_of_signature(binary, content)
 
 
 def checks(data, expected, forbidden):
     """Triples of slice, what is checked and its faults."""
-    universal = parse(data)
+    universal = macho.parse(data)
     names = [architecture_of(binary) for binary in universal]
-    wanted = sorted(ARCHITECTURES.values())
+    wanted = sorted(macho.ARCHITECTURES.values())
     yield "file", f"universal: {' and '.join(wanted)}", unless(sorted(names) == wanted, f"{names}")
     yield "file", "no build path", [text for text in forbidden if text.encode() in data]
+    yield "file", "the same imports in every slice", differences(universal, imports)
+    yield "file", "the same messages in every slice", differences(universal, macho.selectors)
     for binary in universal:
         for what, faults in checks_of_slice(binary, content_of(binary, data), expected):
             yield architecture_of(binary), what, faults

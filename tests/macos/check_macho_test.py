@@ -19,6 +19,8 @@ from check_macho import TYPES, MachO  # noqa: E402
 
 FLAGS = MachO.Header.FLAGS
 SIGNATURE = "ad-hoc signature and page hashes"
+IMPORTS = "the same imports in every slice"
+UNWINDING = "an unwind entry for every function"
 LOADS = "loads the five system libraries alone"
 
 
@@ -99,6 +101,15 @@ FAULTS_OF_EITHER_SLICE = [
     ("exports exactly the list",
      "missing _ThinClientLauncherEntryPoint, not in the list: _ThinClientLauncherEntryPaint",
      lambda s: s.rename_export()),
+    (UNWINDING, "where functions start is unknown",
+     lambda s: s.put("<I", s.command(TYPES.FUNCTION_STARTS), 0x2B)),
+    (UNWINDING, "___clang_call_terminatf has none",  # the one that may have none, renamed
+     lambda s: s.replace(b"___clang_call_terminate", b"___clang_call_terminatf")),
+]
+FAULTS_OF_THEIR_DIFFERENCE = [
+    (IMPORTS, "_strftime, _strftimf", b"_strftime", b"_strftimf"),
+    ("the same messages in every slice", "setArguments:, setArgumentz:",
+     b"setArguments:", b"setArgumentz:"),
 ]
 FAULTS_OF_THE_SIGNATURE = [
     ("no signature", lambda s: s.put("<I", s.command(TYPES.CODE_SIGNATURE), 0x2B)),
@@ -148,7 +159,7 @@ class Checker(unittest.TestCase):
     def test_accepts_the_library(self):
         status, output = self.run_checker(self.library, self.exports, "/home/builder")
         self.assertEqual((status, "FAILED" in output), (0, False))
-        self.assertEqual(len(output.splitlines()), 21)
+        self.assertEqual(len(output.splitlines()), 25)
 
     # --- Faults of a slice ---
 
@@ -163,7 +174,7 @@ class Checker(unittest.TestCase):
     def test_debugger_entry(self):
         accepted = damaged(
             self.data, "x86_64", lambda s: s.put("<BBH", s.symbol("_dlopen") + 4, 0x20, 0, 0))
-        self.assertEqual(self.faults(accepted), [])
+        self.assertEqual(self.faults(accepted), [("file", IMPORTS, "_dlopen")])
 
     def test_other_loads(self):
         for way in ("REEXPORT_DYLIB", "LOAD_WEAK_DYLIB", "LAZY_LOAD_DYLIB", "LOAD_UPWARD_DYLIB"):
@@ -175,6 +186,12 @@ class Checker(unittest.TestCase):
                 self.assertIn(f", {way} /System/Library/Frameworks/", faults)
 
     # --- Faults of the file ---
+
+    def test_difference(self):
+        for what, faults, old, new in FAULTS_OF_THEIR_DIFFERENCE:
+            with self.subTest(what):
+                copy = damaged(self.data, "x86_64", lambda s: s.replace(old, new))
+                self.assertEqual(self.faults(copy), [("file", what, faults)])
 
     def test_missing_slice(self):
         damaged = self.data[:4] + struct.pack(">I", 1) + self.data[8:]
