@@ -6,7 +6,7 @@ namespace fs = std::filesystem;
 namespace Platform {
 
 static PropertyList::Entry entryOf(const fs::path& bundle, const char* key) {
-  return PropertyList::read(bundle / "Contents/Info.plist", key);
+  return PropertyList::read(bundle.native() + "/Contents/Info.plist", key);
 }
 
 std::string bundleVersion(const fs::path& bundle) {

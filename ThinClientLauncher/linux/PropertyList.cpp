@@ -55,7 +55,8 @@ bool skipDocumentType(std::string_view& rest) {
 
 void skipMarkup(std::string_view& rest) {
   do
-    rest.remove_prefix(std::min(rest.find_first_not_of(" \t\r\n\f"), rest.size()));
+    while (!rest.empty() && g_ascii_isspace(rest.front()))
+      rest.remove_prefix(1);
   while (skip(rest, "<!--", "-->") || skip(rest, "<?", "?>") || skipDocumentType(rest));
 }
 
@@ -165,7 +166,7 @@ Entry entryInBinary(std::string_view list, std::string_view key) {
 }
 
 // Opening a device can have effects, so the file's type is asked for first.
-std::string readFile(const std::filesystem::path& file) {
+std::string readFile(const std::string& file) {
   constexpr off_t MAXIMUM_SIZE = 256 * 1024;
   struct stat status {};
   require(::stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode), ListProblem::Unreadable);
@@ -182,7 +183,7 @@ std::string readFile(const std::filesystem::path& file) {
 
 } // namespace
 
-Entry PropertyList::read(const std::filesystem::path& file, const char* key) try {
+Entry PropertyList::read(const std::string& file, const char* key) try {
   const std::string list = readFile(file);
   return list.compare(0, 8, "bplist00") == 0 ? entryInBinary(list, key) : entryInXml(list, key);
 } catch (const ListProblem problem) {

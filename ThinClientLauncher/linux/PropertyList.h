@@ -2,7 +2,6 @@
 
 #include "../Platform.h"
 
-#include <filesystem>
 #include <string>
 
 namespace PropertyList {
@@ -16,6 +15,6 @@ struct Entry {
 // The text under a key at the top of a property list file, XML or binary. There is none when the
 // file is no regular one, unreadable, over 256 KiB or malformed. Throws nothing of its own. Time
 // and memory grow linearly with the file.
-Entry read(const std::filesystem::path& file, const char* key);
+Entry read(const std::string& file, const char* key);
 
 } // namespace PropertyList
