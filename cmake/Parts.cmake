@@ -28,10 +28,12 @@ function(launcher_decide part description)
   list(REMOVE_DUPLICATES missing)
   list(JOIN missing " " missing)
   if(missing AND ${option} STREQUAL "AUTO")
-    message(STATUS "Left out: ${description} (${option}=ON needs the packages: ${missing})")
+    message(STATUS "Left out: ${description} (${option}=ON needs ${missing})")
     set(${option} OFF PARENT_SCOPE)
   elseif(missing)
-    message(FATAL_ERROR "${option} is ON: ${description} cannot be built. Install: ${missing}")
+    message(FATAL_ERROR
+      "${option} is ON, but for ${description} this is missing: ${missing}. Install it, or choose "
+      "AUTO or OFF.")
   else()
     set(${option} ON PARENT_SCOPE)
   endif()
@@ -121,6 +123,7 @@ elseif(LAUNCHER_BUILD_BENCHMARKS)
   find_package(PkgConfig QUIET)
   pkg_check_modules(PLIST QUIET IMPORTED_TARGET libplist-2.0>=2.2)
   launcher_decide(BENCHMARKS "the benchmarks"
+    LAUNCHER_BUILD_TOOLS=ON LAUNCHER_BUILD_TOOLS
     libbenchmark-dev benchmark_FOUND
     libplist-dev PLIST_FOUND)
 endif()
