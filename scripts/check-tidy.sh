@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Runs clang-tidy over the sources of the library, the kits and the tools, with the flags of the clang build.
+# Runs clang-tidy over the sources of the library, the kits and the tools, with the flags of the
+# clang build.
 # Usage: scripts/check-tidy.sh
 set -euo pipefail
 source "$(dirname "$0")/usage.sh"
@@ -8,6 +9,7 @@ cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh build clang test gnustep
 PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
-cmake --preset libcxx >/dev/null
+# Precompiled headers would have to be built first.
+cmake --preset libcxx -B build/tidy -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
 git ls-files -z 'ThinClientLauncher/*.cpp' 'kits/*.cpp' 'tools/*.cpp' |
-  xargs -0 -n 1 -P "$(nproc)" clang-tidy --quiet -p build/libcxx 2> >(grep -v 'warnings generated' >&2)
+  xargs -0 -n 1 -P "$(nproc)" clang-tidy --quiet -p build/tidy 2> >(grep -v 'warnings generated' >&2)

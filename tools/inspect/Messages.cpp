@@ -1,7 +1,7 @@
 #include "Messages.h"
 
 #include <algorithm>
-#include <iterator>
+#include <initializer_list>
 
 namespace LauncherInspect {
 
@@ -26,7 +26,7 @@ struct VersionCause {
 } // namespace
 
 // For what the message names just before.
-static const Remedy REMEDIES[] = {
+static const std::initializer_list<Remedy> REMEDIES = {
     {std::errc::too_many_symbolic_link_levels, "Remove this link: it leads back to itself."},
     {std::errc::filename_too_long, "Give this folder, or one above it, a shorter name."},
     {std::errc::permission_denied,
@@ -48,7 +48,7 @@ constexpr const char* INSTALL_AGAIN =
     "Install this copy again, or remove its bundle: {directory}/{bundle}";
 constexpr const char* NAME_A_VERSION = "Install a build of this copy that names its version.";
 
-static const VersionCause VERSION_CAUSES[] = {
+static const std::initializer_list<VersionCause> VERSION_CAUSES = {
     {ListProblem::NoFile, "the bundle has no Contents/Info.plist", INSTALL_AGAIN},
     {ListProblem::NotRegular,
      "Info.plist is no regular file",

@@ -50,7 +50,7 @@ static Report valueOrNull(const std::optional<Value>& value) {
 
 static Report timeOrNull(const std::optional<FileTime>& time) {
   if (!time)
-    return Report();
+    return nullptr;
   return *time == FileTime::min() ? "never" : toTimestamp(*time);
 }
 
