@@ -80,16 +80,9 @@ LIST
 packages_for() {
   local purpose
   for purpose in "$@"; do
-    packages | awk -v purpose="$purpose" '$1 == purpose { print $2 }' | with_llvm_version | grep . ||
+    packages | awk -v purpose="$purpose" '$1 == purpose { print $2 }' | grep . ||
       { echo "install-packages.sh: no such purpose here: $purpose" >&2; exit 2; }
   done
-}
-
-with_llvm_version() {
-  local names
-  names=$(cat)
-  [[ $names != *-LLVM* ]] || names=${names//LLVM/$(llvm_version)}
-  printf '%s\n' "$names"
 }
 
 # A fresh system has no list of packages yet.
@@ -141,6 +134,10 @@ require_installer() {
 [ $# -gt 0 ] || wrong_usage
 wanted=$(packages_for "$@" | sort -u)
 require_installer
+if [[ $wanted == *-LLVM* ]]; then
+  version=$(llvm_version)
+  wanted=${wanted//LLVM/$version}
+fi
 for package in $wanted; do
   is_installed "$package" || missing+=("$package")
 done

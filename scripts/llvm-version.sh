@@ -12,8 +12,10 @@ newest() {
   sed -n 's/^clang-\([0-9]*\)$/\1/p' | awk -v oldest="$oldest" '$1 >= oldest' | sort -n | tail -n 1
 }
 
+# dpkg-query fails where it has not heard of any such package.
 installed() {
-  dpkg-query -W -f '${db:Status-Status} ${Package}\n' 'clang-*' 2>/dev/null | sed -n 's/^installed //p'
+  { dpkg-query -W -f '${db:Status-Status} ${Package}\n' 'clang-*' 2>/dev/null || true; } |
+    sed -n 's/^installed //p'
 }
 
 version=$(installed | newest)
