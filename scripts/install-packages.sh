@@ -36,6 +36,7 @@ build nlohmann-json3-dev writes its JSON
 test googletest test framework, compiled with the flags of each build
 test libplist-dev reads property lists, as an oracle
 test groff-base checks the manual page
+test make builds consumers of the package as CMake does by default
 test zsh checks the completion for zsh
 test fish checks the completion for fish
 test jq runs the manual page's examples
