@@ -76,7 +76,7 @@ scripts/run_docs.py docs/embedding.md
 
 both_commands='
 scripts/demo.sh | tail -n 1
-scripts/test.sh | tail -n 4
+scripts/test.sh | grep -E "tests passed|[(]Failed[)]"
 '
 
 scripts/install-packages.sh roots
