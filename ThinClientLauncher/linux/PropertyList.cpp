@@ -24,7 +24,8 @@ void require(bool condition, ListProblem otherwise = ListProblem::Malformed) {
 
 std::string decoded(std::string_view content) {
   require(g_utf8_validate_len(content.data(), content.size(), nullptr)); // no NUL either
-  if (content.find_first_of("&<\r") == content.npos)
+  const auto isMarkup = [](char c) { return c == '&' || c == '<' || c == '\r'; };
+  if (std::none_of(content.begin(), content.end(), isMarkup))
     return std::string(content);
   GMarkupParser parser{};
   parser.text = [](GMarkupParseContext*, const char* part, gsize size, void* text, GError**) {
@@ -53,10 +54,14 @@ bool skipDocumentType(std::string_view& rest) {
   return skip(rest, "[", "]>") || skip(rest, ">", "");
 }
 
-void skipMarkup(std::string_view& rest) {
+inline void skipSpace(std::string_view& rest) {
+  while (!rest.empty() && g_ascii_isspace(rest.front()))
+    rest.remove_prefix(1);
+}
+
+inline void skipMarkup(std::string_view& rest) {
   do
-    while (!rest.empty() && g_ascii_isspace(rest.front()))
-      rest.remove_prefix(1);
+    skipSpace(rest);
   while (skip(rest, "<!--", "-->") || skip(rest, "<?", "?>") || skipDocumentType(rest));
 }
 
@@ -76,7 +81,9 @@ std::string_view takeContent(std::string_view& rest, std::string_view name) {
     rest.remove_prefix(std::min(rest.find('<'), rest.size()));
   while (skip(rest, "<!--", "-->") || skip(rest, "<![CDATA[", "]]>"));
   const std::string_view content = whole.substr(0, whole.size() - rest.size());
-  require(rest.substr(0, 2) == "</" && takeTag(rest).first.substr(1) == name);
+  require(skip(rest, "</", "") && skip(rest, name, ""));
+  skipSpace(rest);
+  require(skip(rest, ">", ""));
   return content;
 }
 
@@ -101,7 +108,8 @@ Entry entryInXml(std::string_view rest, std::string_view key) {
       entry = name == "string" ? Entry{decoded(raw)} : Entry{{}, ListProblem::NoText};
     require((name == "key") == (open.back() == 'd' && !hasKey)); // a key, then its value
     hasKey = name == "key";
-    isWanted = hasKey && open.size() == 2 && raw.size() >= key.size() && decoded(raw) == key;
+    isWanted = hasKey && open.size() == 2 &&
+               (raw == key || (raw.size() > key.size() && decoded(raw) == key));
     if (isContainer && !isEmpty)
       open += name.front();
   } while (open.size() > 1);
