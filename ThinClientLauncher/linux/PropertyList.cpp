@@ -68,11 +68,18 @@ inline void skipMarkup(std::string_view& rest) {
 // The name, with the slash of an end tag, and whether the element is an empty one.
 std::pair<std::string_view, bool> takeTag(std::string_view& rest) {
   skipMarkup(rest);
-  const std::string_view tag = rest.substr(0, rest.find('>'));
-  require(tag.size() > 1 && tag.size() < rest.size() && tag.front() == '<');
-  rest.remove_prefix(tag.size() + 1);
-  const auto end = g_ascii_isalpha(tag.back()) ? tag.size() : tag.find_first_of(" \t\r\n/", 2);
-  return {tag.substr(1, end - 1), tag.back() == '/'};
+  const std::string_view tag = rest;
+  const auto endsName = [](char c) { return g_ascii_isspace(c) || c == '/' || c == '>'; };
+  require(skip(rest, "<", "") && tag.size() > 2);
+  const auto nameEnd = std::find_if(tag.begin() + 2, tag.end(), endsName);
+  rest.remove_prefix(std::size_t(nameEnd - rest.begin()));
+  while (!rest.empty() && rest.front() != '>') { // quoted values may hold it
+    const std::string_view first = rest.substr(0, 1);
+    require(skip(rest, first, first == "\"" || first == "'" ? first : ""));
+  }
+  const std::size_t size = tag.size() - rest.size();
+  require(skip(rest, ">", ""));
+  return {tag.substr(1, std::size_t(nameEnd - tag.begin()) - 1), tag[size - 1] == '/'};
 }
 
 std::string_view takeContent(std::string_view& rest, std::string_view name) {
@@ -100,6 +107,7 @@ Entry entryInXml(std::string_view rest, std::string_view key) {
       open.pop_back();
       continue;
     }
+    require(g_ascii_isalpha(name.front()));
     const bool isContainer = name == "array" || name == "dict";
     const std::string_view raw = isContainer || isEmpty ? "" : takeContent(rest, name);
     if (open.size() == 1 && name == "dict")

@@ -123,6 +123,7 @@ TEST_F(List, SkipsMarkup) {
           "</dict>" + comment + "</plist>" + comment + "\n",
       "<?a > b?><plist><?a?><dict>" + xmlEntry("<?a?>" + value) + "</dict></plist><?a?>",
       "\n<plist\n version = '1.0' >\t<dict a=\"b\">\r\n" + version + " </dict\n> </plist > ",
+      "<plist a=\"'>'\"><dict a = \"/>\" b=\"c\">" + version + "</dict></plist>",
       "<plist><dict><key >" + version.substr(5) + "</dict></plist>",
       "<plist><dict>" + xmlEntry("\n<string\t>" + value.substr(8)) + "</dict></plist>",
       "<plist><dict><key>CFBundle<!---->Short&#86;ersion<![CDATA[String]]></key>" + value +
@@ -130,6 +131,7 @@ TEST_F(List, SkipsMarkup) {
   };
   for (const auto& list : lists)
     expectInBothForms(list, VERSION);
+  EXPECT_EQ(read("<plist a='\">' b='c'><dict>" + version + "</dict></plist>"), VERSION);
   EXPECT_EQ(read("<plist><dict><key/><true/>" + version + "</dict></plist>"), VERSION);
 }
 
@@ -275,6 +277,8 @@ TEST_F(List, NeedsWellFormedXml) {
       "<plist>text<dict>" + version + "</dict></plist>",
       "?plist><dict>" + version + "</dict></plist>",
       "<list><dict>" + version + "</dict></plist>",
+      "<plist a=\"b><dict>" + version + "</dict></plist>",
+      "<plist a='b><dict>" + version + "</dict></plist>",
       "<plist><dict>" + version + "</dict></list>",
   };
   for (const auto& list : lists)
@@ -293,9 +297,13 @@ TEST_F(List, NeedsWellFormedXml) {
       version + "<!-->",
       version + "<>",
       xmlEntry("<></>", "a") + version,
+      xmlEntry("<></><key>45</></>", "a") + version,
+      xmlEntry("</a>45<//a>", "a") + version,
       xmlEntry("<array></dict>", "a") + version,
       xmlEntry("<array/></key><string>45</string>", "a"),
       xmlEntry("<string>45</integer>"),
+      xmlEntry("<string>45</strings>"),
+      xmlEntry("<string>45</string a=\"b\">"),
       xmlEntry("<string>45<string>"),
       xmlEntry("<string>45<xstring>"),
       xmlEntry("<string>45<string></string></string>"),
