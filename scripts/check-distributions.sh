@@ -5,19 +5,24 @@
 #   - with --scripts, scripts/demo.sh and scripts/test.sh, which takes half an hour
 # Needs root and the network, for Debian packages only. Nothing is installed on this machine but
 # debootstrap and bubblewrap.
-# Usage: scripts/check-distributions.sh [--scripts]
+# SYSTEM: the name of a Debian release; without one, the current stable and the one before it. The
+# last named counts as the newest.
+# Usage: scripts/check-distributions.sh [--scripts] [SYSTEM ...]
 set -euo pipefail
 source "$(dirname "$0")/usage.sh"
 cd "$(dirname "$0")/.."
 
-case "$*" in
-  '') with_scripts=no ;;
-  --scripts) with_scripts=yes ;;
-  *) wrong_usage ;;
-esac
-
-systems=(bookworm trixie)
-newest=trixie
+with_scripts=no
+if [ "${1-}" = --scripts ]; then
+  with_scripts=yes
+  shift
+fi
+systems=("$@")
+[ $# -gt 0 ] || systems=(bookworm trixie)
+for system in "${systems[@]}"; do
+  [[ $system =~ ^[a-z]+$ ]] || wrong_usage
+done
+newest=${systems[-1]}
 roots=$PWD/build/distributions
 
 # Usage: make_system NAME: a bare system and a copy of the sources in it.
