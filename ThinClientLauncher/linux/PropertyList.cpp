@@ -22,6 +22,26 @@ void require(bool condition, ListProblem otherwise = ListProblem::Malformed) {
     throw otherwise;
 }
 
+inline bool skip(std::string_view& rest, std::string_view start, std::string_view end) {
+  const auto at = rest.substr(0, start.size()) == start ? rest.find(end, start.size()) : rest.npos;
+  if (at != rest.npos)
+    rest.remove_prefix(at + end.size());
+  return at != rest.npos;
+}
+
+// GLib ends a comment at "<!-->", XML does not.
+std::string withoutComments(std::string_view content) {
+  std::string text;
+  for (std::string_view rest = content; !rest.empty(); content = rest) {
+    if (skip(rest, "<!--", "-->"))
+      continue;
+    if (!skip(rest, "<![CDATA[", "]]>"))
+      rest.remove_prefix(1);
+    text += content.substr(0, content.size() - rest.size());
+  }
+  return text;
+}
+
 std::string decoded(std::string_view content) {
   require(g_utf8_validate_len(content.data(), content.size(), nullptr)); // no NUL either
   const auto isMarkup = [](char c) { return c == '&' || c == '<' || c == '\r'; };
@@ -31,18 +51,11 @@ std::string decoded(std::string_view content) {
   parser.text = [](GMarkupParseContext*, const char* part, gsize size, void* text, GError**) {
     static_cast<std::string*>(text)->append(part, size);
   };
-  std::string text, element = "<text>" + std::string(content) + "</text>";
+  std::string text, element = "<text>" + withoutComments(content) + "</text>";
   g_autoptr(GMarkupParseContext) context =
       g_markup_parse_context_new(&parser, G_MARKUP_TREAT_CDATA_AS_TEXT, &text, nullptr);
   require(g_markup_parse_context_parse(context, element.data(), gssize(element.size()), nullptr));
   return text;
-}
-
-inline bool skip(std::string_view& rest, std::string_view start, std::string_view end) {
-  const auto at = rest.substr(0, start.size()) == start ? rest.find(end, start.size()) : rest.npos;
-  if (at != rest.npos)
-    rest.remove_prefix(at + end.size());
-  return at != rest.npos;
 }
 
 bool skipDocumentType(std::string_view& rest) {

@@ -103,7 +103,9 @@ TEST_F(List, DecodesText) {
       {"&#52;5&#x2E;1&#x20AC;&#x1F600;", "45.1\xE2\x82\xAC\xF0\x9F\x98\x80"},
       {"&amp;lt;", "&lt;"},
       {"45<!-- < & </string> -->.10", "45.10"},
+      {"45<!-->--><!---->.10<!--->-->", "45.10"},
       {"<![CDATA[<45>&amp;]]>.<![CDATA[]]>10", "<45>&amp;.10"},
+      {"<![CDATA[<!--]]>45<!--<![CDATA[-->-->", "<!--45-->"},
   };
   for (const auto& [raw, text] : texts)
     expectInBothForms(xmlWithEntries(xmlTextEntry(raw)), text);
