@@ -113,9 +113,9 @@ TEST_F(Unload, AllowsExitDuringLaunch) {
     });
   }
   awaitProcesses();
-  const std::filesystem::path library = home.path() / "Library";
+  const std::filesystem::path parent = home.path() / "Library";
   EXPECT_THAT(
-      directoriesIn(library), UnorderedElementsAre(home.applicationSupport(), library / "Logs"));
+      directoriesIn(parent), UnorderedElementsAre(home.applicationSupport(), parent / "Logs"));
   EXPECT_THAT(
       directoriesIn(home.launcherDirectory()),
       UnorderedElementsAre(home.launcherDirectory() / "copy"));
