@@ -44,8 +44,7 @@ std::string withoutComments(std::string_view content) {
 
 std::string decoded(std::string_view content) {
   require(g_utf8_validate_len(content.data(), content.size(), nullptr)); // no NUL either
-  const auto isMarkup = [](char c) { return c == '&' || c == '<' || c == '\r'; };
-  if (std::none_of(content.begin(), content.end(), isMarkup))
+  if (content.find_first_of("&<\r") == content.npos)
     return std::string(content);
   GMarkupParser parser{};
   parser.text = [](GMarkupParseContext*, const char* part, gsize size, void* text, GError**) {
@@ -81,18 +80,18 @@ inline void skipMarkup(std::string_view& rest) {
 // The name, with the slash of an end tag, and whether the element is an empty one.
 std::pair<std::string_view, bool> takeTag(std::string_view& rest) {
   skipMarkup(rest);
-  const std::string_view tag = rest;
+  require(skip(rest, "<", "") && rest.size() > 1);
   const auto endsName = [](char c) { return g_ascii_isspace(c) || c == '/' || c == '>'; };
-  require(skip(rest, "<", "") && tag.size() > 2);
-  const auto nameEnd = std::find_if(tag.begin() + 2, tag.end(), endsName);
-  rest.remove_prefix(std::size_t(nameEnd - rest.begin()));
+  const auto nameEnd = std::find_if(rest.begin() + 1, rest.end(), endsName);
+  std::pair tag(rest.substr(0, std::size_t(nameEnd - rest.begin())), false);
+  rest.remove_prefix(tag.first.size());
   while (!rest.empty() && rest.front() != '>') { // quoted values may hold it
     const std::string_view first = rest.substr(0, 1);
+    tag.second = first == "/";
     require(skip(rest, first, first == "\"" || first == "'" ? first : ""));
   }
-  const std::size_t size = tag.size() - rest.size();
   require(skip(rest, ">", ""));
-  return {tag.substr(1, std::size_t(nameEnd - tag.begin()) - 1), tag[size - 1] == '/'};
+  return tag;
 }
 
 std::string_view takeContent(std::string_view& rest, std::string_view name) {
@@ -196,10 +195,9 @@ Entry entryInBinary(std::string_view list, std::string_view key) {
 
 // Opening a device can have effects, so the file's type is asked for first.
 std::string readFile(const std::string& file) {
-  constexpr off_t MAXIMUM_SIZE = 256 * 1024;
   struct stat status {};
   require(::stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode), ListProblem::Unreadable);
-  require(status.st_size <= MAXIMUM_SIZE, ListProblem::TooLarge);
+  require(status.st_size <= 256 * 1024, ListProblem::TooLarge);
   const Descriptor input(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   std::string list(std::size_t(status.st_size), '\0');
   for (std::size_t got = 0; got < list.size();) {
