@@ -15,11 +15,14 @@ import random
 import signal
 import subprocess
 import sys
+import time
 
 from universalmutator import mutator
 
 RULES = ["universal.rules", "c_like.rules", "cpp.rules"]
-TIME_LIMIT = 300  # seconds for one suite; a mutant that takes longer is noticed
+# A suite may take this many times its time without a mutant, but no less than the seconds; a mutant
+# that takes longer is noticed.
+TIME_FACTOR, LEAST_LIMIT = 5, 30
 
 # Where a suite lies in the build folder; the first one is the quickest.
 SUITES = {"unit": "tests/unit/unit_tests", "macos": "tests/macos/macos_bridge_tests",
@@ -45,12 +48,12 @@ def mutants_of(source, file):
     return {Mutant(file, line, text) for line, text, *_ in found if text != lines[line - 1]}
 
 
-def run(command, **options):
-    """The exit status; none if the time limit was reached. Nothing of the command is left."""
+def run(command, limit=None):
+    """The exit status; none after so many seconds. Nothing of the command is left."""
     process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                               stderr=subprocess.DEVNULL, start_new_session=True, **options)
+                               stderr=subprocess.DEVNULL, start_new_session=True)
     try:
-        return process.wait(TIME_LIMIT)
+        return process.wait(limit)
     except subprocess.TimeoutExpired:
         return None
     finally:
@@ -64,24 +67,40 @@ def objects(build):
             for path in (build / folder).rglob("*.o")}
 
 
-def notices(build, suite):
+def builds(build, suite):
+    return run(["ninja", "-C", str(build), os.path.basename(SUITES[suite])]) == 0
+
+
+def notices(build, suite, limit=None):
     """Whether a test fails. --die-with-parent and the process namespace end what a mutant leaves."""
     sandbox = ["bwrap", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc", "--unshare-pid",
                "--cap-add", "ALL", "--die-with-parent"]
-    return run([*sandbox, str(build / SUITES[suite]), "--gtest_fail_fast"]) != 0
+    return run([*sandbox, str(build / SUITES[suite]), "--gtest_fail_fast"], limit) != 0
 
 
-def judge(source, build, mutant, originals):
+def limit_of(build, suite):
+    """In seconds. Ends the program if the suite fails without a mutant."""
+    if not builds(build, suite):
+        sys.exit(f"mutate.py: the {suite} tests cannot be built")
+    start = time.monotonic()
+    if notices(build, suite):
+        sys.exit(f"mutate.py: the {suite} tests fail without a mutant")
+    return max(LEAST_LIMIT, TIME_FACTOR * (time.monotonic() - start))
+
+
+def judge(source, build, mutant, originals, limits):
     """"noticed", "not noticed", or none if the mutant does not count."""
     file = source / mutant.file
     original = file.read_text()
     lines = original.splitlines(keepends=True)
     lines[mutant.line - 1] = mutant.text if mutant.text.endswith("\n") else mutant.text + "\n"
     file.write_text("".join(lines))
+    suites = suites_for(mutant.file)
     try:
-        if run(["ninja", "-C", str(build)]) != 0 or objects(build) == originals:
+        if not builds(build, suites[0]) or objects(build) == originals:
             return None
-        noticed = any(notices(build, suite) for suite in suites_for(mutant.file))
+        noticed = any(not builds(build, suite) or notices(build, suite, limits[suite])
+                      for suite in suites)
         return "noticed" if noticed else "not noticed"
     finally:
         file.write_text(original)
@@ -90,15 +109,14 @@ def judge(source, build, mutant, originals):
 def main(source, build, seed, wanted, files):
     candidates = sorted(set().union(*(mutants_of(source, file) for file in files)))
     random.Random(seed).shuffle(candidates)
-    run(["ninja", "-C", str(build)])
-    if unfit := [suite for suite in SUITES if notices(build, suite)]:
-        sys.exit(f"mutate.py: the tests fail without a mutant: {', '.join(unfit)}")
+    suites = {suite for file in files for suite in suites_for(file)}
+    limits = {suite: limit_of(build, suite) for suite in suites}
     originals = objects(build)
     judged = collections.Counter()
     for mutant in candidates:
         if judged.total() == wanted:
             break
-        verdict = judge(source, build, mutant, originals)
+        verdict = judge(source, build, mutant, originals, limits)
         if verdict:
             judged[verdict] += 1
         if verdict == "not noticed":

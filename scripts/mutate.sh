@@ -23,7 +23,6 @@ mkdir -p "$work/source"
 scripts/fetch-python.sh scripts/mutants-requirements.txt "$work/universalmutator"
 git archive HEAD | tar -x -C "$work/source"
 cmake -S "$work/source" -B "$work/build" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build "$work/build" >/dev/null
 
 PYTHONPATH=$work/universalmutator python3 scripts/mutate.py \
   "$work/source" "$work/build" "$seed" "$mutants" "${files[@]}"
