@@ -33,6 +33,15 @@ bool isCommand(const std::string& line) {
   return line.rfind("  journalctl ", 0) == 0;
 }
 
+// What precedes a text in its line.
+std::string beforeText(const std::string& page, const std::string& text) {
+  for (const auto& line : test::splitLines(page)) {
+    if (line.find(text) != std::string::npos)
+      return line.substr(0, line.find(text));
+  }
+  return "missing";
+}
+
 // Names that no layout expects.
 Facts oddFacts() {
   Facts facts = sampleFacts();
@@ -303,20 +312,22 @@ TEST_F(TextReport, EscapesOddNames) {
 
 TEST_F(TextReport, ColoursOnlyWhenAsked) {
   EXPECT_THAT(render(sampleFacts()), Not(HasSubstr("\x1b")));
-  const auto lines = test::splitLines(render(sampleFacts(), 80, true));
-  const auto styled = [&lines](const std::string& text) {
-    for (const auto& line : lines) {
-      if (line.find(text) != std::string::npos)
-        return line.substr(0, line.find(text.front()));
-    }
-    return std::string("missing");
-  };
+  const std::string text = render(sampleFacts(), 80, true);
   const std::string green = "\x1b[1m\x1b[32m";
-  EXPECT_THAT(styled("Would start 45"), green);
-  EXPECT_THAT(styled("would start: the"), green + "      ");
-  EXPECT_THAT(styled("corrupt (launched"), "\x1b[31m      ");
-  EXPECT_THAT(styled("same version"), "\x1b[33m      ");
-  EXPECT_THAT(styled("newer than"), "      ");
+  EXPECT_EQ(beforeText(text, "Would start 45"), green);
+  EXPECT_EQ(beforeText(text, "would start: the"), green + "      ");
+  EXPECT_EQ(beforeText(text, "corrupt (launched"), "\x1b[31m      ");
+  EXPECT_EQ(beforeText(text, "same version"), "\x1b[33m      ");
+  EXPECT_EQ(beforeText(text, "newer than"), "      ");
+}
+
+TEST_F(TextReport, ColoursRulesByResult) {
+  Facts facts = sampleFacts();
+  facts.explained = 0;
+  const std::string text = toExplanation(makeReport(facts, ""), {80, true});
+  EXPECT_EQ(beforeText(text, "bundle: passed"), "  ");
+  EXPECT_EQ(beforeText(text, "corrupt: not asked"), "\x1b[2m  ");
+  EXPECT_EQ(beforeText(text, "choice: failed"), "\x1b[31m  ");
 }
 
 TEST_F(TextReport, StopsAtAFailure) {
