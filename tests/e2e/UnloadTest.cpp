@@ -121,6 +121,18 @@ TEST_F(Unload, AllowsExitDuringLaunch) {
       UnorderedElementsAre(home.launcherDirectory() / "copy"));
 }
 
+// An exit handler that the host had before it loaded the library runs after the library's own.
+TEST_F(Unload, AllowsLaunchAfterRelease) {
+  if (!MAY_EXIT)
+    GTEST_SKIP() << "the thread sanitizer hangs";
+  inHost([] {
+    closeLibrary();
+    std::atexit([] { std::_Exit(launch() == "returned 0" ? BODY_RAN : 1); });
+    loadLibrary();
+    std::exit(1);
+  });
+}
+
 TEST_F(Unload, AllowsExitBeforeFork) {
   if (!MAY_EXIT)
     GTEST_SKIP() << "the thread sanitizer hangs";

@@ -8,6 +8,8 @@
 using namespace LauncherInspect;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 namespace {
@@ -73,7 +75,10 @@ TEST(LaunchLog, SaysWhyItIsUnread) {
   EXPECT_THAT(endOf(readLaunchLog(log)), StartsWith("no-log: none: there is no log"));
   EXPECT_THAT(endOf(readLaunchLog(folder.path())), EndsWith("read (it is not a regular file)"));
   test::writeFile(log, ENTERED);
-  std::filesystem::resize_file(log, std::uintmax_t{1} << 31);
+  constexpr std::uintmax_t MAXIMUM_SIZE = 64 * 1024 * 1024;
+  std::filesystem::resize_file(log, MAXIMUM_SIZE);
+  EXPECT_THAT(endOf(readLaunchLog(log)), Not(HasSubstr("larger")));
+  std::filesystem::resize_file(log, MAXIMUM_SIZE + 1);
   EXPECT_THAT(endOf(readLaunchLog(log)), EndsWith("read (it is larger than any launch's log)"));
   const auto longName = folder.path() / std::string(300, 'a');
   EXPECT_EQ(

@@ -134,6 +134,7 @@ TEST(Report, ShowsTheHomeAsTilde) {
   EXPECT_EQ(shown("/home/alice", "/home/alice2"), "/home/alice2");
   EXPECT_EQ(shown("/home/alice", "/srv/home/alice"), "/srv/home/alice");
   EXPECT_EQ(shown("/", "/a"), "/a");
+  EXPECT_EQ(shown("/", "/"), "/");
 }
 
 TEST(Report, ShowsAMaskedHomeAsTilde) {

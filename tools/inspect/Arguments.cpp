@@ -9,11 +9,12 @@ namespace fs = std::filesystem;
 namespace LauncherInspect {
 
 static const char* const DESCRIPTION =
-    "Tells which copy of the plug-in the launcher would start, why not the others, and which\n"
-    "folders it would remove then. Starts and changes nothing.\n";
+    "Tells which copy of the plug-in the launcher would start, why not the others,\n"
+    "and which folders it would remove then. Starts and changes nothing.\n";
 
 static const char* const EXIT_STATUSES =
-    "Exit status: 0 a copy would start, 1 none would, 2 wrong usage, 3 it cannot be told.";
+    "Exit status: 0 a copy would start, 1 none would, 2 wrong usage,\n"
+    "             3 it cannot be told.";
 
 static CLI::Option* addDirectory(
     CLI::App& app, const char* name, std::optional<fs::path>& directory, const char* help) {

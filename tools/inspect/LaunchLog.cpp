@@ -164,7 +164,6 @@ static void readFile(const fs::path& log, Content& content) {
   if (!content.unreadableReason.empty())
     return;
   content.isEmpty = fs::is_empty(log);
-  errno = 0;
   std::ifstream stream(log, std::ios::binary);
   if (!stream.is_open())
     throw std::system_error(errno, std::generic_category());
