@@ -186,7 +186,7 @@ TEST(Masking, ReplacesByStars) {
       {"adjacent", "ababab", "ab", "******"},
       {"overlapping ones count once", "aaaaa", "aa", "****a"},
       {"case-sensitive", "aA", "a", "*A"},
-      {"stars are not searched again", "*aa", "*a", "**a"},
+      {"stars are not searched again", "X*aa", "*a", "X**a"},
       {"stars and letters", "**a", "*a", "***"},
   };
   for (const auto& row : rows) {
