@@ -202,6 +202,22 @@ TEST_F(TextReport, KeepsWithinTheWidth) {
   }
 }
 
+// The verdicts stand beside the folders as soon as the widest line of the table fits.
+TEST_F(TextReport, UsesTheWholeWidth) {
+  const auto columns = [](std::size_t width) {
+    const std::string table = render(sampleFacts(), width);
+    const std::size_t start = table.find("FOLDER"), end = table.find("\n\n", start);
+    std::size_t widest = 0;
+    for (const auto& line : test::splitLines("    " + table.substr(start, end - start)))
+      widest = std::max(widest, displayWidth(line));
+    return table.find("VERDICT") != std::string::npos ? widest : 0;
+  };
+  std::size_t width = 80;
+  while (columns(width) == 0 && width < 200)
+    ++width;
+  EXPECT_EQ(columns(width), width);
+}
+
 TEST_F(TextReport, NeverWrapsUnlimited) {
   Facts facts = oddFacts();
   facts.candidates[6].decision.dir = facts.launcherDirectory / std::string(255, 'z');
