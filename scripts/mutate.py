@@ -120,7 +120,7 @@ def main(source, build, seed, wanted, files):
         if verdict:
             judged[verdict] += 1
         if verdict == "not noticed":
-            print(f"{mutant.file}:{mutant.line}: {mutant.text.strip()}", flush=True)
+            print(f"{mutant.file}:{mutant.line}: {' '.join(mutant.text.split())}", flush=True)
     print(f"seed {seed}: {judged['noticed']} of {judged.total()} mutants noticed")
 
 
