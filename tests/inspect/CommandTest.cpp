@@ -144,6 +144,16 @@ TEST_F(Command, MasksAccountName) {
   EXPECT_THAT(inspect({"--mask"}).out, AllOf(HasSubstr("*'s"), Not(HasSubstr(account + "'s"))));
 }
 
+TEST_F(Command, NeedsNameToMask) {
+  const ScopedEnvironment user("USER", "");
+  const Result result =
+      test::run({{"unshare", "--user", "--map-user=4242", LAUNCHER_INSPECT, "--mask"}});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_THAT(
+      result.err,
+      StartsWith("launcher-inspect: --mask: this user has no login name; set USER to the name"));
+}
+
 TEST_F(Command, PrintsVersionAndHelp) {
   EXPECT_EQ(inspect({"--version"}).status, 0);
   EXPECT_EQ(inspect({"--version"}).out, "launcher-inspect " LAUNCHER_VERSION "\n");

@@ -249,7 +249,7 @@ TEST_F(Problem, UnwritableRecord) {
         shownAll(report()["warnings"]),
         ElementsAre(
             "not-countable Launches of the chosen copy are not counted: " + folder +
-            "/a/launchCount.dat cannot be written -> Make it, and its folder, writable for this "
+            "/a/launchCount.dat cannot be written. -> Make it, and its folder, writable for this "
             "user."));
   });
 }

@@ -10,6 +10,8 @@ using namespace LauncherInspect;
 using nlohmann::json;
 using test::sampleFacts;
 using ::testing::AllOf;
+using ::testing::Contains;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
@@ -272,6 +274,14 @@ TEST(Report, ExplainsExemptions) {
   EXPECT_EQ(explain(facts, 5)[2], "client-exempt, since client version 1.0.0.1 stands for any");
 }
 
+TEST(Report, ExplainsTheFallback) {
+  Facts facts = sampleFacts();
+  facts.fellBack = true;
+  const std::string overruled = "client-overruled, since every viable copy fails it";
+  EXPECT_THAT(explain(facts, 0), Contains(overruled));
+  EXPECT_THAT(explain(facts, 1), ElementsAre(StartsWith("bundle-failed")));
+}
+
 TEST(Report, ExplainsTheStop) {
   Facts facts = sampleFacts();
   facts.chosen.reset();
@@ -329,6 +339,9 @@ TEST(Report, PutsFactsInWords) {
       {"/notes/0", [](Facts& f) { f.fellBack = true; }, "nothing-compatible No copy"},
       {"/notes/0", [](Facts& f) { f.fellBack = true; }, "falls back to all viable copies (3)."},
       {"/notes/0", [](Facts& f) { f.clientVersionIsOdd = true; }, "Client version 45.12.0.1000 "},
+      {"/notes/0",
+       [](Facts& f) { f.clientVersionIsOdd = true; },
+       " a comparison that gets that far keeps the copy."},
       {"/client", [](Facts& f) { f.clientVersion = ""; }, "none none, so every copy is compatible"},
       {STATE, [](Facts& f) { f.launcherDirectory = ""; }, "no-application-support none,"},
       {STATE, [](Facts& f) { f.launcherDirectory = "/a"; }, "exists /a"},

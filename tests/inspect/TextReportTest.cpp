@@ -235,6 +235,13 @@ TEST_F(TextReport, NeverWrapsUnlimited) {
   EXPECT_THAT(lines, Contains("  chosen folder    " + folder + R"(line\nfeed \\ \xff \x1b[31m)"));
 }
 
+TEST_F(TextReport, AlignsColumnsUnlimited) {
+  const std::string text = render(sampleFacts(), UNLIMITED);
+  const std::size_t column = beforeText(text, "VERSION").size();
+  EXPECT_EQ(beforeText(text, "45.11.0.5 ").size(), column);
+  EXPECT_EQ(beforeText(text, "45.13.0.10 ").size(), column);
+}
+
 TEST_F(TextReport, CountsFurtherRemovals) {
   Facts facts = sampleFacts();
   EXPECT_THAT(render(facts), Not(HasSubstr("not removed      and")));

@@ -1,11 +1,13 @@
 // What the rules decide in real homes, and the messages on it.
 
 #include "Home.h"
+#include "Messages.h"
 #include "Report.h"
 
 #include <gmock/gmock.h>
 
 #include <regex>
+#include <set>
 #include <sstream>
 
 namespace fs = std::filesystem;
@@ -166,6 +168,21 @@ TEST(Messages, ShortClient) {
   EXPECT_THAT(
       codes(reportOn("45.12", "45")["notes"]),
       ElementsAre("nothing-compatible", "short-client-version"));
+}
+
+// Remedies, and texts that stand alone in the report. After a path there is no period.
+TEST(Messages, AreSentences) {
+  const std::regex sentence("[A-Z{].*([^. ][.]|[}]|[.]dat)");
+  const auto matches = [&](const char* text) { return std::regex_match(text, sentence); };
+  const std::set<std::string> standing{"notes", "warnings", "lastLaunch.notes"};
+  for (const auto& [member, topic] : allTopics()) {
+    for (const auto& message : topic({}, {})) {
+      SCOPED_TRACE(std::string(member) + " " + message.code);
+      EXPECT_STRNE(message.text, "");
+      EXPECT_TRUE(standing.count(member) == 0 || matches(message.text)) << message.text;
+      EXPECT_TRUE(message.remedy == nullptr || matches(message.remedy)) << message.remedy;
+    }
+  }
 }
 
 TEST(Messages, NoteTheUnusual) {

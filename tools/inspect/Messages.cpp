@@ -203,7 +203,7 @@ Messages warnings(const Facts& facts, const Candidate& candidate) {
        INSTALL_AGAIN},
       {"not-countable",
        isChosen && !facts.unwritableRecord.empty(),
-       "Launches of the chosen copy are not counted: {unwritableRecord} cannot be written",
+       "Launches of the chosen copy are not counted: {unwritableRecord} cannot be written.",
        "Make it, and its folder, writable for this user."}};
 }
 
