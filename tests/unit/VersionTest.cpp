@@ -139,6 +139,8 @@ TEST(Version, RejectsOtherTexts) {
         "word",
         " ",
         "+",
+        "*1",
+        "#1",
         "-",
         "+-1",
         "-+1",
