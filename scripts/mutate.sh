@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Breaks the product on purpose, one line at a time, and tells how many of these mutants the tests
-# notice. Not part of CI. About half a minute per mutant; the last line is the score.
+# notice. Not part of CI. About a quarter of a minute per mutant; the last line is the score.
 # Usage: scripts/mutate.sh [SEED [MUTANTS [FILE ...]]]    (seed 1, 100 mutants of all sources)
 #
 # Works on a copy of the committed sources in build/mutants. The tests of a mutant see the machine's
