@@ -37,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const ThinClientLauncherBase launcher;
   const std::uint32_t count = leadingNumber(content);
-  withinLimit([&] { FUZZ_CHECK(launcher.getLaunchCount(copy) == count); });
+  FUZZ_CHECK(withinLimit([&] { return launcher.getLaunchCount(copy); }) == count);
   launcher.incrementLaunchCount(copy);
   FUZZ_CHECK(test::readFile(copy / "launchCount.dat") == std::to_string(count + 1));
   return 0;

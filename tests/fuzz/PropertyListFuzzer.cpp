@@ -224,8 +224,7 @@ private:
 };
 
 void compare(const std::string& list) {
-  std::vector<std::string> texts;
-  withinLimit([&] { texts = read(list); });
+  const auto texts = withinLimit([&] { return read(list); });
   for (const auto& text : texts)
     FUZZ_CHECK(isValidText(text));
   if (!isForLibplist(list))
