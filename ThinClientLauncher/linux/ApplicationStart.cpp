@@ -16,6 +16,7 @@
 #include <fcntl.h>
 #include <memory>
 #include <pthread.h>
+#include <sched.h>
 #include <syslog.h>
 #include <system_error>
 #include <unistd.h>
@@ -124,7 +125,9 @@ std::string awaitExec(Pipe& pipe, const fs::path& executable) {
   int number = READY;
   if (!receive(pipe.readEnd, number))
     return executable.string() + ": the new process ended before it executed the program";
-  return receive(pipe.readEnd, number) ? systemError(executable, number) : "";
+  if (number == READY && !receive(pipe.readEnd, number))
+    return "";
+  return systemError(executable, number);
 }
 
 std::string spawn(const fs::path& executable, const std::string& argument) {
@@ -178,7 +181,15 @@ void runAndReport(const Start& start) noexcept {
   }
 }
 
+// Otherwise the application would inherit the scheduling of a caller that works in real time. Where
+// the system does not allow the change, it does.
+void resetScheduling() {
+  const sched_param parameters{};
+  ::sched_setscheduler(0, SCHED_OTHER, &parameters);
+}
+
 void* workerMain(void* start) {
+  resetScheduling();
   runAndReport(*std::unique_ptr<Start>(static_cast<Start*>(start)));
   return nullptr;
 }
@@ -219,8 +230,6 @@ bool createWorker(Start* start) {
   if (::pthread_attr_init(&attributes) != 0)
     return false;
   ::pthread_attr_setstacksize(&attributes, STACK_SIZE);
-  // Otherwise the application would inherit the scheduling of a caller that works in real time.
-  ::pthread_attr_setinheritsched(&attributes, PTHREAD_EXPLICIT_SCHED);
   ::pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
   pthread_t worker{};
   const bool created = ::pthread_create(&worker, &attributes, workerMain, start) == 0;

@@ -14,6 +14,7 @@
 #include <ostream>
 #include <pthread.h>
 #include <sched.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -481,13 +482,28 @@ TEST_F(Start, NeedsNoHugeStack) {
   EXPECT_EQ(launchOne([] { setDefaultStackSize(1ULL << 48); }).count("argument 1"), 1U);
 }
 
+// The C library also remembers what pthread_setschedparam set.
 TEST_F(Start, HasDefaultScheduling) {
   makeCopy();
   const auto application = launchOne([] {
     const sched_param parameters{};
-    ASSERT_EQ(::sched_setscheduler(0, SCHED_BATCH, &parameters), 0);
+    ASSERT_EQ(::pthread_setschedparam(::pthread_self(), SCHED_BATCH, &parameters), 0);
   });
   EXPECT_EQ(part(application, "scheduling"), part(currentState(), "scheduling"));
+}
+
+// Only a privileged user may leave this scheduling.
+TEST_F(Start, NeedsNoRightToSchedule) {
+  makeCopy();
+  asUnprivilegedUser(home.path(), [] {
+    launchInHost([] {
+      const rlimit none{};
+      ASSERT_EQ(::setrlimit(RLIMIT_NICE, &none), 0);
+      const sched_param parameters{};
+      ASSERT_EQ(::sched_setscheduler(0, SCHED_IDLE, &parameters), 0);
+    });
+  });
+  EXPECT_EQ(outcome(), SUCCESS);
 }
 
 class Children : public Start, public testing::WithParamInterface<Preparation> {};
