@@ -24,6 +24,12 @@ namespace Platform {
 
 constexpr std::size_t MAXIMUM_PASSWORD_ENTRY = 1024 * 1024;
 
+// A relative home would name another folder whenever a thread of the host changes its working
+// folder.
+static bool isAbsolute(const char* home) {
+  return home != nullptr && *home == '/';
+}
+
 static fs::path homeFromPasswordFile() {
   std::vector<char> buffer(16 * 1024);
   passwd entry{};
@@ -31,14 +37,12 @@ static fs::path homeFromPasswordFile() {
   while (::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE &&
          buffer.size() < MAXIMUM_PASSWORD_ENTRY)
     buffer.resize(buffer.size() * 2);
-  return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : "";
+  return isAbsolute(found != nullptr ? found->pw_dir : nullptr) ? found->pw_dir : "";
 }
 
-// A relative HOME would name another folder whenever a thread of the host changes its working
-// folder.
 static fs::path homeDirectory() {
   const char* const home = std::getenv("HOME");
-  return home != nullptr && *home == '/' ? home : homeFromPasswordFile();
+  return isAbsolute(home) ? home : homeFromPasswordFile();
 }
 
 fs::path libraryDirectory() {

@@ -129,10 +129,10 @@ TEST_F(LauncherMode, LetsErrorsOut) {
 
 class UnnamedHome : public LauncherMode {
 protected:
-  // A launch without HOME, in which this user has this home by a password entry of such a size.
-  void launchFor(uid_t user, std::size_t size) const {
+  // A launch without HOME, in which this is the only password entry.
+  static void launchWith(const FakeSystem::PasswordEntry& entry) {
     ::unsetenv("HOME");
-    FakeSystem::passwordEntry = {user, home.path().string(), size};
+    FakeSystem::passwordEntry = entry;
     EXPECT_EQ(launch(), "returned 0");
   }
 };
@@ -144,26 +144,30 @@ TEST_F(UnnamedHome, IsThatOfTheEffectiveUser) {
     fs::permissions(folder, fs::perms(0777));
   inHost([this] {
     ASSERT_EQ(::seteuid(NOBODY), 0); // as in a program of that user with the set-user-ID bit
-    launchFor(NOBODY, 100);
+    launchWith({NOBODY, home.path(), 100});
   });
   EXPECT_TRUE(fs::exists(home.launchLog()));
 }
 
 TEST_F(UnnamedHome, MayStandInALongEntry) {
-  inHost([this] { launchFor(::geteuid(), 200 * 1024); });
+  inHost([this] { launchWith({::geteuid(), home.path(), 200 * 1024}); });
   EXPECT_TRUE(fs::exists(home.launchLog()));
 }
 
-// No entry for the user, or one that no system has: it is not looked for in more and more memory.
+// No entry for the user, one that no system has (it is not looked for in more and more memory), or
+// one that would name another folder whenever the working folder changes.
 TEST_F(UnnamedHome, MayNotBeFound) {
-  const std::pair<uid_t, std::size_t> entries[] = {
-      {::geteuid() + 1, 100}, {::geteuid(), 2 * 1024 * 1024}};
+  const FakeSystem::PasswordEntry entries[] = {
+      {::geteuid() + 1, home.path(), 100},
+      {::geteuid(), home.path(), 2 * 1024 * 1024},
+      {::geteuid(), "relative", 100}};
   const Copy copy = makeCopy(fs::current_path() / "Application Support/VantuOrlixVDILauncher/copy");
-  for (const auto& [user, size] : entries) {
-    inHost([&, user = user, size = size] { launchFor(user, size); });
+  for (const auto& entry : entries) {
+    inHost([&] { launchWith(entry); });
     EXPECT_FALSE(fs::exists(home.launchLog()));
     EXPECT_FALSE(fs::exists(copy.dir() / "launchCount.dat"));
     EXPECT_FALSE(fs::exists("Library"));
+    EXPECT_FALSE(fs::exists("relative"));
     EXPECT_FALSE(fs::exists(home.launchLog().filename()));
   }
 }
