@@ -7,13 +7,13 @@
 #include "NamedPipe.h"
 #include "Platform.h"
 
-#include <charconv>
+#include <cstdio>
 #include <ctime>
 #include <fstream>
-#include <iomanip>
 #include <limits>
 #include <locale>
 #include <set>
+#include <streambuf>
 
 namespace fs = std::filesystem;
 
@@ -40,25 +40,29 @@ static bool writeNumber(const fs::path& file, Number number) {
   return true;
 }
 
-// The text before the first blank. A number never needs more than the limit.
-static std::string firstWord(const fs::path& file) {
-  constexpr int LIMIT = 1024 * 1024;
-  std::ifstream stream(file);
-  stream.imbue(std::locale::classic());
-  std::string word;
-  stream >> std::setw(LIMIT) >> word;
-  return word;
+static bool isBlank(int character) {
+  return character == ' ' || (character >= '\t' && character <= '\r');
 }
 
-// As formatted input reads it: a number that is too large is the largest, a negative one wraps.
-static std::uint32_t leadingNumber(const std::string& text) {
-  const bool isNegative = text[0] == '-';
-  const std::size_t start = isNegative || text[0] == '+' ? 1 : 0;
-  std::uint32_t number = 0;
-  const auto result = std::from_chars(text.data() + start, text.data() + text.size(), number);
-  if (result.ec == std::errc::result_out_of_range)
-    return std::numeric_limits<std::uint32_t>::max();
-  return isNegative ? 0U - number : number;
+// As formatted input reads it: blanks and zeros may come first, a number that is too large is the
+// largest, a negative one wraps. Of a record that does not end, no more than the limit is read.
+static std::uint32_t leadingNumber(std::streambuf& record) {
+  constexpr int LIMIT = 4 * 1024 * 1024;
+  constexpr std::uint32_t LARGEST = std::numeric_limits<std::uint32_t>::max();
+  int length = 0;
+  const auto next = [&] { return length++ < LIMIT ? record.sbumpc() : EOF; };
+
+  int character = next();
+  while (isBlank(character))
+    character = next();
+  const bool isNegative = character == '-';
+  if (isNegative || character == '+')
+    character = next();
+  std::uint64_t number = 0;
+  for (; character >= '0' && character <= '9' && number <= LARGEST; character = next())
+    number = 10 * number + static_cast<std::uint64_t>(character - '0');
+  const auto magnitude = static_cast<std::uint32_t>(number);
+  return number > LARGEST ? LARGEST : isNegative ? 0U - magnitude : magnitude;
 }
 
 std::uint32_t ThinClientLauncherBase::getLaunchCount(const Path& dir) const {
@@ -66,7 +70,13 @@ std::uint32_t ThinClientLauncherBase::getLaunchCount(const Path& dir) const {
   const fs::file_status status = fs::status(file);
   if (!fs::exists(status) || fs::is_fifo(status))
     return 0;
-  return leadingNumber(firstWord(file));
+  std::filebuf record;
+  record.open(file, std::ios::in);
+  try {
+    return leadingNumber(record);
+  } catch (const std::ios::failure&) { // a folder, or a disk that fails
+    return 0;
+  }
 }
 
 void ThinClientLauncherBase::incrementLaunchCount(const Path& dir) const {

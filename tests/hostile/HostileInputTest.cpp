@@ -15,9 +15,7 @@
 #include <malloc.h>
 #include <random>
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -78,13 +76,7 @@ void placePipe(const fs::path& path) {
 }
 
 void placeSocket(const fs::path& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  ASSERT_LT(path.native().size(), sizeof address.sun_path);
-  path.native().copy(address.sun_path, sizeof address.sun_path - 1);
-  const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  ASSERT_EQ(::bind(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-  ::close(descriptor);
+  ASSERT_EQ(::mknod(path.c_str(), S_IFSOCK | 0600, 0), 0);
 }
 
 std::string randomBytes(std::size_t size) {
@@ -267,8 +259,11 @@ TEST(HostileInput, LaunchCounts) {
           {"1 GB, sparse, that starts with a number", sparseFile(GIGABYTE, "7"), "7"},
           {"binary garbage", file("\x80\xFF" + randomBytes(100'000)), "0"},
           {"a megabyte of digits", file(std::string(1'000'000, '9')), "4294967295"},
-          {"a megabyte of zeros and a number", file(std::string(1'000'000, '0') + "12"), "12"},
-          {"a megabyte of blanks and a number", file(std::string(1'000'000, ' ') + "12"), "12"},
+          {"megabytes of zeros and a number", file(std::string(4'000'000, '0') + "12"), "12"},
+          {"megabytes of blanks and a number", file(std::string(4'000'000, ' ') + "12"), "12"},
+          {"100 MB of digits", file(std::string(100'000'000, '9')), "4294967295"},
+          {"100 MB of zeros", file(std::string(100'000'000, '0')), "0"},
+          {"100 MB of blanks", file(std::string(100'000'000, ' ')), "0"},
           {"an endless device", linkTo("/dev/zero"), "0"},
           {"a socket", placeSocket, "0"},
           {"a dangling link", linkTo("nowhere"), "0"},

@@ -1,9 +1,11 @@
 #include "Home.h"
 
 #include <cstdlib>
+#include <fcntl.h>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -78,6 +80,12 @@ void writeFile(const fs::path& file, const std::string& content) {
   stream.close();
   if (!stream)
     throw std::runtime_error("cannot write " + file.string());
+}
+
+void setModificationTime(const fs::path& file, std::int64_t seconds, long nanoseconds) {
+  const timespec times[] = {{0, UTIME_OMIT}, {seconds, nanoseconds}};
+  if (::utimensat(AT_FDCWD, file.c_str(), times, 0) != 0)
+    throw std::runtime_error("cannot set the time of " + file.string());
 }
 
 std::string readFile(const fs::path& file) {

@@ -99,6 +99,10 @@ private:
 // Creates or rewrites a file, with the folders above it.
 void writeFile(const std::filesystem::path& file, const std::string& content);
 
+// In seconds since 1970. Raises an error if the file system refuses it.
+void setModificationTime(
+    const std::filesystem::path& file, std::int64_t seconds, long nanoseconds = 0);
+
 // The whole content; empty for a file that cannot be read.
 std::string readFile(const std::filesystem::path& file);
 

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <ctime>
-#include <fcntl.h>
 #include <fstream>
 #include <sys/stat.h>
 
@@ -90,7 +89,7 @@ TEST_F(LaunchRecord, ReadsOnlyStartOfHugeCount) {
   test::writeFile(copy / "launchCount.dat", std::string(16 * MEBIBYTE, '9'));
   const std::size_t before = bytesReadSoFar();
   EXPECT_EQ(launcher.getLaunchCount(copy), 4294967295U);
-  EXPECT_LT(bytesReadSoFar() - before, 2 * MEBIBYTE);
+  EXPECT_LT(bytesReadSoFar() - before, MEBIBYTE);
 }
 
 TEST_F(LaunchRecord, TreatsPipesAsLocked) {
@@ -169,8 +168,7 @@ TEST_F(LaunchRecord, OrdersTimesOfAllCenturies) {
   std::vector<fs::file_time_type> times{fs::file_time_type::min()};
   for (const std::int64_t seconds : moments) {
     test::writeFile(copy / "launch.dat", "12");
-    const timespec moment[] = {{seconds, 0}, {seconds, 0}};
-    ASSERT_EQ(::utimensat(AT_FDCWD, (copy / "launch.dat").c_str(), moment, 0), 0);
+    test::setModificationTime(copy / "launch.dat", seconds);
     times.push_back(launcher.getLastLaunchTime(copy));
   }
   EXPECT_TRUE(std::is_sorted(times.begin(), times.end()));
