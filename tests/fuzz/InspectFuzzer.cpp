@@ -12,11 +12,8 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <ctime>
-#include <fcntl.h>
 #include <set>
 #include <string_view>
-#include <sys/stat.h>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -51,19 +48,14 @@ std::string asFileName(std::string name) {
   return name == "." || name == ".." ? "dots" : name.substr(0, 255);
 }
 
-void setLaunchTime(const fs::path& file, std::time_t seconds) {
-  test::writeFile(file, "0");
-  const timespec times[] = {{seconds, 0}, {seconds, 0}};
-  FUZZ_CHECK(::utimensat(AT_FDCWD, file.c_str(), times, 0) == 0);
-}
-
 void layOut(Parts& parts, const test::ScopedHome& home) {
   test::writeFile(home.launchLog(), parts.next());
   test::writeFile(home.loadLog(), parts.next());
   while (!parts.areUsedUp()) {
     const fs::path dir = home.launcherDirectory() / asFileName(parts.next());
     test::writeFile(dir / "launchCount.dat", parts.next());
-    setLaunchTime(dir / "launch.dat", std::strtoll(parts.next().c_str(), nullptr, 10));
+    test::writeFile(dir / "launch.dat", "0");
+    test::setModificationTime(dir / "launch.dat", std::strtoll(parts.next().c_str(), nullptr, 10));
     test::writeFile(test::propertyListIn(dir), parts.next());
   }
 }

@@ -254,9 +254,25 @@ TEST_F(Problem, UnwritableRecord) {
   });
 }
 
+TEST_F(Problem, RecordIsNoFile) {
+  const test::Copy copy = completeCopy("a");
+  const fs::path record = copy.dir() / "launchCount.dat";
+  const auto warnings = [this] { return shownAll(report()["warnings"]); };
+  ASSERT_EQ(::mkfifo(record.c_str(), 0666), 0);
+  EXPECT_THAT(warnings(), ElementsAre(StartsWith("not-countable")));
+  fs::remove(record);
+  ASSERT_EQ(::mknod(record.c_str(), S_IFSOCK | 0666, 0), 0);
+  EXPECT_THAT(warnings(), ElementsAre(StartsWith("not-countable")));
+}
+
 // /proc has no space.
 TEST_F(Problem, FullDisk) {
   EXPECT_THAT(report()["notes"].dump(), Not(HasSubstr("disk-full")));
+  {
+    const test::ScopedEnvironment missing1("HOME", "/missing");
+    const test::ScopedEnvironment missing2("CFFIXED_USER_HOME", "/missing");
+    EXPECT_THAT(report()["notes"].dump(), Not(HasSubstr("disk-full")));
+  }
   const test::ScopedEnvironment full1("HOME", "/proc");
   const test::ScopedEnvironment full2("CFFIXED_USER_HOME", "/proc");
   EXPECT_THAT(

@@ -116,6 +116,24 @@ TEST(Report, ShowsTimesBefore1970) {
   EXPECT_EQ(report(facts)["candidates"][4]["lastLaunch"], "1969-12-31T18:59:58.250000000-05:00");
 }
 
+TEST(Report, ShowsTimesOfAllCenturies) {
+  const test::ScopedEnvironment zone{"TZ", "UTC"};
+  tzset();
+  const std::pair<std::int64_t, const char*> rows[] = {
+      {-2208988800, "1900-01-01"}, {10413792000, "2300-01-01"}, {15000000000, "2445-05-01"}};
+  for (const auto& [seconds, date] : rows) {
+    Facts facts = sampleFacts();
+    facts.candidates[4].records->lastLaunch = test::fileTime(seconds);
+    EXPECT_THAT(report(facts)["candidates"][4]["lastLaunch"].dump(), HasSubstr(date));
+  }
+}
+
+TEST(Report, NotesOnlyFailedRemovals) {
+  Facts facts = sampleFacts();
+  facts.lastLaunch.removalFailures.clear();
+  EXPECT_EQ(report(facts)["lastLaunch"]["notes"], json::array());
+}
+
 TEST(Report, WarnsOnceOfAFolder) {
   Facts facts = sampleFacts();
   facts.candidates.push_back(facts.candidates[5]);

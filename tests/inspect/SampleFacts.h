@@ -2,10 +2,9 @@
 
 #include "Facts.h"
 #include "Home.h"
+#include "Platform.h"
 
 #include <ctime>
-#include <fcntl.h>
-#include <sys/stat.h>
 
 namespace test {
 
@@ -14,9 +13,8 @@ inline LauncherInspect::FileTime fileTime(std::time_t seconds, long nanoseconds 
   const ScopedDirectory folder;
   const auto file = folder.path() / "file";
   writeFile(file, "");
-  const timespec times[] = {{seconds, nanoseconds}, {seconds, nanoseconds}};
-  utimensat(AT_FDCWD, file.c_str(), times, 0);
-  return std::filesystem::last_write_time(file);
+  setModificationTime(file, seconds, nanoseconds);
+  return Platform::modificationTime(file);
 }
 
 constexpr std::time_t A_MOMENT = 1772892309; // 2026-03-07 14:05:09 UTC

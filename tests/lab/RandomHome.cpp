@@ -2,7 +2,7 @@
 
 #include "Home.h"
 
-#include <chrono>
+#include <array>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -38,8 +38,10 @@ const std::vector<std::string> CLIENT_VERSIONS{
 
 const std::vector<std::uint32_t> LAUNCH_COUNTS{0, 2, 3, 7, 1, 4294967295U, 4};
 
-// A few moments, so that several copies were launched at the same one.
-constexpr int LAUNCH_TIMES = 3;
+// A few moments in seconds since 1970, so that several copies were launched at the same one: never,
+// in 1800, in 2026 and in 2400.
+constexpr std::array<std::int64_t, 5> LAUNCH_TIMES{
+    0, -5364662400, 1772892309, 1772892310, 13569465600};
 
 template <typename List>
 const auto& any(const RandomNumber& below, const List& list) {
@@ -72,12 +74,6 @@ RandomEntry addCopy(const RandomNumber& below, const fs::path& dir) {
   if (entry.startedSafely)
     writeFile(dir / "started.dat", "");
   return entry;
-}
-
-void writeLaunchTime(const fs::path& dir, int order) {
-  static const auto now = fs::file_time_type::clock::now();
-  writeFile(dir / "launch.dat", "0");
-  fs::last_write_time(dir / "launch.dat", now - std::chrono::hours(LAUNCH_TIMES - order));
 }
 
 } // namespace
@@ -119,9 +115,12 @@ void RandomHome::addEntry(const RandomNumber& below, const std::string& name) {
     fs::create_directory_symlink(target, place);
   } else {
     entries.push_back(addCopy(below, place));
-    entries.back().launchTime = static_cast<int>(below(LAUNCH_TIMES));
-    if (entries.back().launchTime > 0)
-      writeLaunchTime(place, entries.back().launchTime);
+    const std::size_t launchTime = below(LAUNCH_TIMES.size());
+    entries.back().launchTime = static_cast<int>(launchTime);
+    if (launchTime > 0) {
+      writeFile(place / "launch.dat", "0");
+      setModificationTime(place / "launch.dat", LAUNCH_TIMES.at(launchTime));
+    }
   }
 }
 

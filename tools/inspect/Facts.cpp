@@ -279,9 +279,11 @@ constexpr const char* LAUNCH_COUNT_RECORD = "launchCount.dat";
 
 static bool isWritable(const Path& file) {
   std::error_code error;
-  if (::access(file.c_str(), F_OK) != 0)
+  const fs::file_status status = fs::status(file, error);
+  if (!fs::exists(status))
     return ::access(file.parent_path().c_str(), W_OK | X_OK) == 0;
-  return ::access(file.c_str(), W_OK) == 0 && !fs::is_directory(file, error);
+  return ::access(file.c_str(), W_OK) == 0 && !fs::is_directory(status) && !fs::is_fifo(status) &&
+         !fs::is_socket(status);
 }
 
 // Not with std::filesystem::space: libc++ answers "unknown" for a space of zero.

@@ -15,7 +15,7 @@ using namespace std::chrono;
 std::string toTimestamp(FileTime time) {
   static const seconds offset = fileClockOffset();
   // In whole seconds, since the difference of the epochs may not fit into the file clock's count.
-  const nanoseconds sinceEpoch = time.time_since_epoch();
+  const FileTime::duration sinceEpoch = time.time_since_epoch();
   const bool isBetweenSeconds = sinceEpoch % seconds(1) < nanoseconds(0);
   const auto wholeSeconds = seconds(sinceEpoch / seconds(1)) - seconds(isBetweenSeconds);
   const nanoseconds fraction = sinceEpoch % seconds(1) + seconds(isBetweenSeconds);
