@@ -61,6 +61,15 @@ def may_be_removed(name, times, launched):
     return len(later) >= OTHER_FOLDERS_KEPT
 
 
+ProcessStatus = collections.namedtuple("ProcessStatus", "state flags start_time")
+
+
+def status_of(process):
+    """Of a folder in /proc. The start time is in clock ticks since the machine started."""
+    fields = (process / "stat").read_text().rpartition(")")[2].split()
+    return ProcessStatus(fields[0], int(fields[6]), int(fields[19]))
+
+
 def finish(process):
     """How the launch of a host ended, and what it says of the start."""
     try:
@@ -108,7 +117,7 @@ class Home:
         process = subprocess.Popen([programs.host, programs.library, "launchermode", "45.12.0.1000"],
                                    env=environment, cwd=self.path / "work", stdout=subprocess.PIPE,
                                    text=True, start_new_session=True)
-        self.host_process = process.pid
+        self.host_start_time = status_of(pathlib.Path(f"/proc/{process.pid}")).start_time
         return process
 
     def await_starts(self, outcome):
@@ -116,7 +125,10 @@ class Home:
         process of this home is left."""
         deadline = time.monotonic() + TIME_LIMIT
         is_awaited = outcome == "started" and not is_bare(self.path)  # which has nothing to start
-        while self.count_starts() == self.starts if is_awaited else self.has_process():
+        # A process may fork after it was listed and end before its environment was read, so two
+        # looks must find nothing.
+        while (self.count_starts() == self.starts if is_awaited
+               else self.has_process() or self.has_process()):
             promise(time.monotonic() < deadline, "a start that was reported never ran or never ends")
             time.sleep(0.001)
         return self.count_starts() - self.starts
@@ -135,10 +147,10 @@ class Home:
 
     def may_be_executing(self, process):
         """Whether a process without an environment may be one of this home that executes a program
-        at this moment: it is newer than the host, no zombie and no kernel thread."""
-        state, *_, flags = (process / "stat").read_text().rpartition(")")[2].split()[:7]
-        return (int(process.name) > self.host_process and state not in "ZX"
-                and not int(flags) & KERNEL_THREAD)
+        at this moment: it is no older than the host, no zombie and no kernel thread."""
+        status = status_of(process)
+        return (status.start_time >= self.host_start_time and status.state not in "ZX"
+                and not status.flags & KERNEL_THREAD)
 
     def check_surroundings(self, added=frozenset()):
         """added: files beside the launcher's folders that may be new."""

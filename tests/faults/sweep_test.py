@@ -22,7 +22,7 @@ import tempfile
 import time
 
 from homes import (BrokenPromise, Home, LOG_FILE, Programs, RECORDS_OF_NOTHING, TIME_LIMIT, finish,
-                   promise)
+                   is_bare, promise)
 
 LAYOUTS = ("plain", "corrupt", "cleaning", "first", "bare")
 ERRORS = ("EIO", "EACCES", "ENOSPC", "EMFILE", "ENOENT")
@@ -98,11 +98,12 @@ def traced_launch(home, programs, actor, options):
     return finish(process), before, after
 
 
-def check_descriptors(home, before, after):
+def check_descriptors(home, end, before, after):
     """After an error the log stays open, and nothing else."""
     promise(before.items() <= after.items(), f"a descriptor was closed: {before}, then {after}")
     opened = dict(after.items() - before.items()).values()
-    promise(set(opened) <= {str(home.path / LOG_FILE)}, f"a descriptor was left open: {opened}")
+    allowed = {str(home.path / LOG_FILE)} if end.launch != "returned" else set()
+    promise(set(opened) <= allowed, f"a descriptor was left open: {opened}")
 
 
 def read_trace(file):
@@ -153,7 +154,7 @@ class Sweep:
             home.outside[str(trace)] = None
             options = ["-o", str(trace), "-e", "trace=%file,%desc"]
             end, before, after = traced_launch(home, self.programs, actor, options)
-            check_descriptors(home, before, after)
+            check_descriptors(home, end, before, after)
             promise(end == home.undisturbed, f"an undisturbed launch: {end}")
             counts = collections.Counter()
             highest = {}
@@ -192,7 +193,13 @@ class Sweep:
         promise(failed, "the call to fail never came")
         # strace skips a close that it lets fail; a start that is still under way has its pipe open.
         if fault.call != "close" and end.outcome != "start unreported":
-            check_descriptors(home, before, after)
+            check_descriptors(home, end, before, after)
+        promise(fault.call == "close" or end.outcome != "start unreported",
+                "the start was never reported")
+        # The process's second write tells why it cannot execute its program.
+        is_reason_lost = fault.call == "write" and fault.when in ("2", "2+")
+        promise(not is_bare(home.path) or end.outcome != "started" or is_reason_lost,
+                "a start of nothing was reported")
         promise(home.await_starts(end.outcome) <= 1, "more than one start")
         home.check_surroundings(
             added=FILES_WITHOUT_HOME if without_application_support(failed) else set())
