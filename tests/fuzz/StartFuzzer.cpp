@@ -42,9 +42,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const test::Copy copy(directory.path() / "copy");
   test::Copy(copy).list(list({dictionary({1}, {2}), text("CFBundleExecutable"), text(name)}));
 
-  test::SystemLog systemLog;
-  Platform::startApplication(test::bundleIn(copy), "loadmode");
-  const std::string message = systemLog.awaitMessages(1).at(0);
+  const std::string message = withinLimit([&] {
+    test::SystemLog systemLog;
+    Platform::startApplication(test::bundleIn(copy), "loadmode");
+    return systemLog.awaitMessages(1).at(0);
+  });
   FUZZ_CHECK(message.rfind("Failed to run the app: ", 0) == 0);
   const std::lock_guard lock(executedMutex);
   if (executed.empty())
