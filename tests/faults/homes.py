@@ -15,7 +15,9 @@ NEWEST = "45.12.0.900"
 OTHER_FOLDERS_KEPT = 2
 RECORDS_OF_NOTHING = ("work/launchCount.dat", "work/launch.dat")
 KERNEL_THREAD = 0x00200000  # in the flags of /proc/PID/stat
-TIME_LIMIT = 60  # seconds; for hangs, not for slow machines
+# In seconds, for hangs, not for slow machines: for which a host awaits the outcome of its start, and
+# then for the rest.
+PATIENCE, TIME_LIMIT = 60, 120
 
 if not os.path.isdir("/launcher-test"):
     sys.exit("This deletes folders and starts what is installed: use scripts/fault-sweep.sh, "
@@ -109,11 +111,11 @@ class Home:
         file = self.path / "starts"
         return len(file.read_bytes()) if file.exists() else 0
 
-    def host(self, programs, stopped=""):
+    def host(self, programs, stopped="", patience=PATIENCE):
         """A host that launches; stopped: where it stops for a tracer, "caller" or "starter"."""
         # A session of its own: a stopped host in the group of a shell that ends would hang it up.
         environment = {**os.environ, "HOME": str(self.path), "USER": "tester",
-                       "HOST_STOPS": stopped}
+                       "HOST_STOPS": stopped, "HOST_PATIENCE": str(patience)}
         process = subprocess.Popen([programs.host, programs.library, "launchermode", "45.12.0.1000"],
                                    env=environment, cwd=self.path / "work", stdout=subprocess.PIPE,
                                    text=True, start_new_session=True)

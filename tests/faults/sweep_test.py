@@ -21,14 +21,16 @@ import sys
 import tempfile
 import time
 
-from homes import (BrokenPromise, Home, LOG_FILE, Programs, RECORDS_OF_NOTHING, TIME_LIMIT, finish,
-                   is_bare, promise)
+from homes import (BrokenPromise, Home, LOG_FILE, PATIENCE, Programs, RECORDS_OF_NOTHING, TIME_LIMIT,
+                   finish, is_bare, promise)
 
 LAYOUTS = ("plain", "corrupt", "cleaning", "first", "bare")
 ERRORS = ("EIO", "EACCES", "ENOSPC", "EMFILE", "ENOENT")
 # What a launch writes to the working folder while there is no launcher folder.
 FILES_WITHOUT_HOME = {"work/corrupt.dat", *RECORDS_OF_NOTHING}
 ACTORS = ("caller", "starter")
+# strace skips the close that it lets fail: the start may wait for the end of a pipe that stays open.
+PATIENCE_AFTER_CLOSE = 1  # seconds
 NOT_ABOUT_FILES = {"mmap", "poll"}
 CALL = re.compile(r"^(?P<thread>\d+)?\s*(?P<name>\w+)\(")
 EXECUTED = re.compile(r"^(?P<thread>\d+)?\s*(execve\(|<\.\.\. execve resumed).*= 0$")
@@ -82,9 +84,9 @@ def open_files(process):
     return {int(link.name): os.readlink(link) for link in folder.iterdir()}
 
 
-def traced_launch(home, programs, actor, options):
+def traced_launch(home, programs, actor, options, patience=PATIENCE):
     """One launch with one actor traced. Returns how it ended, and the open files before and after."""
-    process = home.host(programs, actor)
+    process = home.host(programs, actor, patience)
     before = after = {}
     if wait_until_stopped(process):
         before = open_files(process)
@@ -154,8 +156,8 @@ class Sweep:
             home.outside[str(trace)] = None
             options = ["-o", str(trace), "-e", "trace=%file,%desc"]
             end, before, after = traced_launch(home, self.programs, actor, options)
-            check_descriptors(home, end, before, after)
             promise(end == home.undisturbed, f"an undisturbed launch: {end}")
+            check_descriptors(home, end, before, after)
             counts = collections.Counter()
             highest = {}
             for thread, name in read_trace(trace):
@@ -187,15 +189,14 @@ class Sweep:
             trace.unlink(missing_ok=True)
 
     def check(self, home, fault, trace, options):
-        end, before, after = traced_launch(home, self.programs, fault.actor, options)
+        patience = PATIENCE_AFTER_CLOSE if fault.call == "close" else PATIENCE
+        end, before, after = traced_launch(home, self.programs, fault.actor, options, patience)
         failed = [line for line in trace.read_text(errors="replace").splitlines()
                   if "(INJECTED)" in line]
         promise(failed, "the call to fail never came")
-        # strace skips a close that it lets fail; a start that is still under way has its pipe open.
-        if fault.call != "close" and end.outcome != "start unreported":
+        if fault.call != "close":
+            promise(end.outcome != "start unreported", "the start was never reported")
             check_descriptors(home, end, before, after)
-        promise(fault.call == "close" or end.outcome != "start unreported",
-                "the start was never reported")
         # The process's second write tells why it cannot execute its program.
         is_reason_lost = fault.call == "write" and fault.when in ("2", "2+")
         promise(not is_bare(home.path) or end.outcome != "started" or is_reason_lost,

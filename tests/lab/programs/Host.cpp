@@ -5,7 +5,8 @@
 //
 // HOST_STOPS in the environment: the host stops itself before and after the whole launch ("caller")
 // or the start of the application ("starter"), for a tracer to attach to the thread of that name.
-// Where it is traced, it makes no system calls beside the library's.
+// Where it is traced, it makes no system calls beside the library's. HOST_PATIENCE: the seconds for
+// which it awaits the outcome of the start.
 
 // Do not include syslog.h: with _FORTIFY_SOURCE it defines functions that this file defines.
 
@@ -68,10 +69,10 @@ void stopFor(const std::string& actor) {
     std::raise(SIGSTOP);
 }
 
-// A tracer may let the start hang, so that a traced one is awaited for the length of a pause only.
-// Any other ends, however slow the machine is.
+// As long as the slowest machine needs, unless told otherwise.
 std::time_t secondsOfPatience() {
-  return tracedActor().empty() ? 60 : 3;
+  const char* const patience = std::getenv("HOST_PATIENCE");
+  return patience == nullptr ? 60 : std::atol(patience);
 }
 
 // In the pause.
