@@ -13,8 +13,8 @@ import sys
 import tempfile
 import time
 
-from homes import (BrokenPromise, End, Home, LAUNCHER_DIRECTORY, NEWEST, Programs, TIME_LIMIT,
-                   finish, promise)
+from homes import (BrokenPromise, End, Home, LAUNCHER_DIRECTORY, NEWEST, Programs, finish, promise,
+                   wait_until)
 
 KILLS = 100
 PAIRS = 200
@@ -92,10 +92,7 @@ def launch_pair(programs, layout):
     home = fresh_home(programs, layout)
     before = read_count(home)
     ends = [finish(process) for process in [home.host(programs) for _ in range(2)]]
-    deadline = time.monotonic() + TIME_LIMIT
-    while home.count_starts() < 2:
-        promise(time.monotonic() < deadline, f"one of two starts never ran: {ends}")
-        time.sleep(0.001)
+    wait_until(lambda: home.count_starts() >= 2, f"one of two starts never ran: {ends}")
     home.check_surroundings()
     home.check_removals()
     after = read_count(home)

@@ -43,16 +43,16 @@ def is_bare(home):
 
 def snapshot(home):
     """All but what a launch may change: path, kind, content."""
-    excluded = {home / LAUNCHER_DIRECTORY, home / LOG_DIRECTORY, home / "starts"}
-    if is_bare(home):
-        excluded |= {home / record for record in RECORDS_OF_NOTHING}
+    names = [LAUNCHER_DIRECTORY, LOG_DIRECTORY, "starts",
+             *(RECORDS_OF_NOTHING if is_bare(home) else ())]
+    excluded = {str(home / name) for name in names}
     found = {}
     for folder, folders, files in os.walk(home):
-        here = pathlib.Path(folder)
-        folders[:] = [name for name in folders if here / name not in excluded]
-        for path in {here / name for name in folders + files} - excluded:
-            found[str(path)] = (os.readlink(path) if path.is_symlink()
-                                else path.read_bytes() if path.is_file() else "folder")
+        folders[:] = [name for name in folders if os.path.join(folder, name) not in excluded]
+        for path in {os.path.join(folder, name) for name in folders + files} - excluded:
+            found[path] = (os.readlink(path) if os.path.islink(path)
+                           else pathlib.Path(path).read_bytes() if os.path.isfile(path)
+                           else "folder")
     return found
 
 
@@ -63,13 +63,16 @@ def may_be_removed(name, times, launched):
     return len(later) >= OTHER_FOLDERS_KEPT
 
 
-ProcessStatus = collections.namedtuple("ProcessStatus", "state flags start_time")
-
-
-def status_of(process):
-    """Of a folder in /proc. The start time is in clock ticks since the machine started."""
-    fields = (process / "stat").read_text().rpartition(")")[2].split()
-    return ProcessStatus(fields[0], int(fields[6]), int(fields[19]))
+def wait_until(condition, failure):
+    """The first answer of the condition that is true, asked for ever less often: on a loaded machine,
+    questions must not take the time that the answer needs."""
+    deadline = time.monotonic() + TIME_LIMIT
+    pause = 0.0005
+    while not (answer := condition()):
+        promise(time.monotonic() < deadline, failure)
+        time.sleep(pause)
+        pause = min(2 * pause, 0.05)
+    return answer
 
 
 def finish(process):
@@ -116,29 +119,29 @@ class Home:
         # A session of its own: a stopped host in the group of a shell that ends would hang it up.
         environment = {**os.environ, "HOME": str(self.path), "USER": "tester",
                        "HOST_STOPS": stopped, "HOST_PATIENCE": str(patience)}
+        self.older_processes = set(os.listdir("/proc"))
         process = subprocess.Popen([programs.host, programs.library, "launchermode", "45.12.0.1000"],
                                    env=environment, cwd=self.path / "work", stdout=subprocess.PIPE,
                                    text=True, start_new_session=True)
-        self.host_start_time = status_of(pathlib.Path(f"/proc/{process.pid}")).start_time
         return process
 
     def await_starts(self, outcome):
         """The number of starts of this launch, counted once the application has told of it or no
         process of this home is left."""
-        deadline = time.monotonic() + TIME_LIMIT
-        is_awaited = outcome == "started" and not is_bare(self.path)  # which has nothing to start
-        # A process may fork after it was listed and end before its environment was read, so two
-        # looks must find nothing.
-        while (self.count_starts() == self.starts if is_awaited
-               else self.has_process() or self.has_process()):
-            promise(time.monotonic() < deadline, "a start that was reported never ran or never ends")
-            time.sleep(0.001)
+        if outcome == "started" and not is_bare(self.path):  # which has nothing to start
+            wait_until(lambda: self.count_starts() > self.starts, "a reported start never ran")
+        else:
+            # A process may fork after it was listed and end before its environment was read, so two
+            # looks must find nothing.
+            wait_until(lambda: not self.has_process() and not self.has_process(),
+                       "a start never ends")
         return self.count_starts() - self.starts
 
     def has_process(self):
-        """Whether a process of this home runs; a start that is reported as failed may go on."""
+        """Whether the launch left a process; a start that is reported as failed may go on."""
         mark = f"HOME={self.path}\0".encode()
-        for process in pathlib.Path("/proc").glob("[0-9]*"):
+        for entry in set(os.listdir("/proc")) - self.older_processes:
+            process = pathlib.Path("/proc") / entry
             try:
                 environment = (process / "environ").read_bytes()
                 if mark in environment or (not environment and self.may_be_executing(process)):
@@ -147,12 +150,12 @@ class Home:
                 pass
         return False
 
-    def may_be_executing(self, process):
-        """Whether a process without an environment may be one of this home that executes a program
-        at this moment: it is no older than the host, no zombie and no kernel thread."""
-        status = status_of(process)
-        return (status.start_time >= self.host_start_time and status.state not in "ZX"
-                and not status.flags & KERNEL_THREAD)
+    @staticmethod
+    def may_be_executing(process):
+        """Whether a process without an environment may be one that executes a program at this
+        moment: it is no zombie and no kernel thread."""
+        state, *_, flags = (process / "stat").read_text().rpartition(")")[2].split()[:7]
+        return state not in "ZX" and not int(flags) & KERNEL_THREAD
 
     def check_surroundings(self, added=frozenset()):
         """added: files beside the launcher's folders that may be new."""

@@ -19,10 +19,9 @@ import signal
 import subprocess
 import sys
 import tempfile
-import time
 
-from homes import (BrokenPromise, Home, LOG_FILE, PATIENCE, Programs, RECORDS_OF_NOTHING, TIME_LIMIT,
-                   finish, is_bare, promise)
+from homes import (BrokenPromise, Home, LOG_FILE, PATIENCE, Programs, RECORDS_OF_NOTHING, finish,
+                   is_bare, promise, wait_until)
 
 LAYOUTS = ("plain", "corrupt", "cleaning", "first", "bare")
 ERRORS = ("EIO", "EACCES", "ENOSPC", "EMFILE", "ENOENT")
@@ -41,18 +40,17 @@ Fault = collections.namedtuple("Fault", "actor call when error")
 
 def wait_until_stopped(process):
     """Whether the host stopped itself, rather than ended."""
-    deadline = time.monotonic() + TIME_LIMIT
-    while time.monotonic() < deadline:
-        # The host's end is left for its Popen to collect.
-        state = os.waitid(os.P_PID, process.pid, os.WEXITED | os.WSTOPPED | os.WNOWAIT | os.WNOHANG)
-        if state is not None:
-            if state.si_code == os.CLD_STOPPED:
-                os.waitid(os.P_PID, process.pid, os.WSTOPPED | os.WNOHANG)
-                return True
-            return False
-        time.sleep(0.0005)
-    process.kill()
-    raise BrokenPromise("the launch hangs")
+    # The host's end is left for its Popen to collect.
+    options = os.WEXITED | os.WSTOPPED | os.WNOWAIT | os.WNOHANG
+    try:
+        state = wait_until(lambda: os.waitid(os.P_PID, process.pid, options), "the launch hangs")
+    except BrokenPromise:
+        process.kill()
+        raise
+    if state.si_code != os.CLD_STOPPED:
+        return False
+    os.waitid(os.P_PID, process.pid, os.WSTOPPED | os.WNOHANG)
+    return True
 
 
 def is_traced(thread):
@@ -71,10 +69,9 @@ def attach(process, actor, options):
     target = ["-p", str(process.pid)] if actor == "caller" else [
         "-f", "-p", str(starter_thread(process))]
     tracer = subprocess.Popen(["strace", "-qq", *options, *target], stderr=subprocess.DEVNULL)
-    while not is_traced(target[-1]):
-        if tracer.poll() is not None:
-            sys.exit("sweep_test.py: strace cannot attach; it needs the right to trace processes.")
-        time.sleep(0.0005)
+    wait_until(lambda: is_traced(target[-1]) or tracer.poll() is not None, "strace hangs")
+    if not is_traced(target[-1]):
+        sys.exit("sweep_test.py: strace cannot attach; it needs the right to trace processes.")
     return tracer
 
 
