@@ -13,7 +13,7 @@ seed=${1:-1} mutants=${2:-100}
 [[ $seed =~ ^[0-9]+$ && $mutants =~ ^[1-9][0-9]*$ ]] || wrong_usage
 files=("${@:3}")
 [ "${#files[@]}" -gt 0 ] ||
-  mapfile -t files < <(git ls-files 'ThinClientLauncher/*.cpp' 'ThinClientLauncher/*.mm' 'tools/*.cpp')
+  mapfile -t files < <(git ls-files 'ThinClientLauncher/*.'{cpp,mm,h} 'tools/*.'{cpp,h})
 
 scripts/install-packages.sh build test gnustep mutants python
 PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
