@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Disturbs launches from outside and checks what every launch promises: fails each file-related
-# system call once, and each kind of call from some moment on, with each of five errors, over five
+# system call once with each of five errors, and together with all later ones of its kind, over five
 # layouts; kills hosts at random moments; runs two hosts at once; fills the disk. Prints one line per
 # layout and ends with status 1 at the first broken promise. Everything runs in sandboxes, whose
 # temporary folders hold the homes.

@@ -1,5 +1,5 @@
-"""Fails every file-related system call of a launch once, one at a time, with each error; then each
-kind of call from its first, or its middle one on.
+"""Fails every file-related system call of a launch: once, with each error, and then together with
+all later calls of its kind.
 
 Usage: sweep_test.py HOST LIBRARY LAYOUTER APPLICATION
 
@@ -31,6 +31,7 @@ ACTORS = ("caller", "starter")
 # strace skips the close that it lets fail: the start may wait for the end of a pipe that stays open.
 PATIENCE_AFTER_CLOSE = 1  # seconds
 NOT_ABOUT_FILES = {"mmap", "poll"}
+SHOWN_CALLS = 20  # of those that failed; an endless retry makes millions
 CALL = re.compile(r"^(?P<thread>\d+)?\s*(?P<name>\w+)\(")
 EXECUTED = re.compile(r"^(?P<thread>\d+)?\s*(execve\(|<\.\.\. execve resumed).*= 0$")
 
@@ -146,7 +147,8 @@ class Sweep:
         return Home(home)
 
     def faults_of(self, layout):
-        """Every call of an undisturbed launch, with each error."""
+        """Every call of an undisturbed launch: failing once, with each error, and together with all
+        later calls of its kind, with one of the errors."""
         for actor in ACTORS:
             home = self.fresh_home(layout, f"{layout}-calls-{actor}")
             trace = home.path / "trace"
@@ -163,9 +165,9 @@ class Sweep:
             promise(sum(highest.values()) > 10, "the tracer saw no launch")
             shutil.rmtree(home.path, ignore_errors=True)  # the application may still write
             for name, count in sorted(highest.items()):
-                moments = [*range(1, count + 1), "1+", f"{count // 2 + 1}+"]
-                yield from (Fault(actor, name, str(moment), error)
-                            for moment in moments for error in ERRORS)
+                for moment in range(1, count + 1):
+                    yield from (Fault(actor, name, str(moment), error) for error in ERRORS)
+                    yield Fault(actor, name, f"{moment}+", ERRORS[moment % len(ERRORS)])
 
     def run(self, layout, fault):
         """One disturbed launch and the next, undisturbed one. Returns how the first ended."""
@@ -180,7 +182,7 @@ class Sweep:
                       if "(INJECTED)" in line] if trace.exists() else []
             raise BrokenPromise(f"layout {layout}, {fault.call} number {fault.when} of the "
                                 f"{fault.actor} with {fault.error}: {broken}\n"
-                                + "\n".join(failed)) from None
+                                + "\n".join(failed[:SHOWN_CALLS])) from None
         finally:
             shutil.rmtree(home.path, ignore_errors=True)
             trace.unlink(missing_ok=True)
@@ -218,7 +220,7 @@ class Sweep:
                 pool.shutdown(wait=True, cancel_futures=True)
                 raise
         ends = ", ".join(f"{count} {outcome}" for outcome, count in sorted(outcomes.items()))
-        print(f"{layout}: {len(faults) // len(ERRORS)} calls, {len(faults)} faults: {ends}",
+        print(f"{layout}: {len(faults) // (len(ERRORS) + 1)} calls, {len(faults)} faults: {ends}",
               flush=True)
 
 
