@@ -33,7 +33,6 @@ PATIENCE_AFTER_CLOSE = 1  # seconds
 NOT_ABOUT_FILES = {"mmap", "poll"}
 SHOWN_CALLS = 20  # of those that failed; an endless retry makes millions
 CALL = re.compile(r"^(?P<thread>\d+)?\s*(?P<name>\w+)\(")
-EXECUTED = re.compile(r"^(?P<thread>\d+)?\s*(execve\(|<\.\.\. execve resumed).*= 0$")
 
 # when: as strace takes it, "3" for the third call alone, "3+" for all from the third on.
 Fault = collections.namedtuple("Fault", "actor call when error")
@@ -66,9 +65,10 @@ def starter_thread(process):
 
 def attach(process, actor, options):
     """A tracer on the actor of a stopped host."""
-    # Without -f only the named thread is traced; with it, the starter's forks are as well.
+    # Without -f only the named thread is traced; with it, the starter's forks are as well, up to the
+    # point where the application runs.
     target = ["-p", str(process.pid)] if actor == "caller" else [
-        "-f", "-p", str(starter_thread(process))]
+        "-f", "-b", "execve", "-p", str(starter_thread(process))]
     tracer = subprocess.Popen(["strace", "-qq", *options, *target], stderr=subprocess.DEVNULL)
     wait_until(lambda: is_traced(target[-1]) or tracer.poll() is not None, "strace hangs")
     if not is_traced(target[-1]):
@@ -107,15 +107,11 @@ def check_descriptors(home, end, before, after):
 
 
 def read_trace(file):
-    """The threads and names of the traced calls that concern files, up to the point where the
-    application itself runs."""
-    started = set()
+    """The threads and names of the traced calls that concern files."""
     for line in file.read_text(errors="replace").splitlines():
         call = CALL.match(line)
-        if call and call["thread"] not in started and call["name"] not in NOT_ABOUT_FILES:
+        if call and call["name"] not in NOT_ABOUT_FILES:
             yield call["thread"], call["name"]
-        if executed := EXECUTED.match(line):
-            started.add(executed["thread"])
 
 
 def without_application_support(failed):
