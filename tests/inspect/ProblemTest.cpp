@@ -257,7 +257,7 @@ TEST_F(Problem, UnwritableRecord) {
 TEST_F(Problem, RecordIsNoFile) {
   const test::Copy copy = completeCopy("a");
   const fs::path record = copy.dir() / "launchCount.dat";
-  const auto warnings = [this] { return shownAll(report()["warnings"]); };
+  const auto warnings = [] { return shownAll(report()["warnings"]); };
   ASSERT_EQ(::mkfifo(record.c_str(), 0666), 0);
   EXPECT_THAT(warnings(), ElementsAre(StartsWith("not-countable")));
   fs::remove(record);
