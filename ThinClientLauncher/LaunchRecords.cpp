@@ -47,7 +47,7 @@ static bool isBlank(int character) {
 // As formatted input reads it: blanks and zeros may come first, a number that is too large is the
 // largest, a negative one wraps. Of a record that does not end, no more than the limit is read.
 static std::uint32_t leadingNumber(std::streambuf& record) {
-  constexpr int LIMIT = 4 * 1024 * 1024;
+  constexpr int LIMIT = 1024 * 1024;
   constexpr std::uint32_t LARGEST = std::numeric_limits<std::uint32_t>::max();
   int length = 0;
   const auto next = [&] { return length++ < LIMIT ? record.sbumpc() : EOF; };
