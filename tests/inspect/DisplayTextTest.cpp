@@ -92,6 +92,7 @@ TEST(Wrap, CutsLongWords) {
   EXPECT_THAT(wrap("/bcdefghij", 4), ElementsAre("/bcd", "efgh", "ij"));
   EXPECT_THAT(wrap("abcd/ef", 4), ElementsAre("abcd", "/ef"));
   EXPECT_THAT(wrap("日本日本", 5), ElementsAre("日本", "日本"));
+  EXPECT_THAT(wrap("日a本", 1), ElementsAre("日", "a", "本"));
 }
 
 TEST(Wrap, UnlimitedWidth) {

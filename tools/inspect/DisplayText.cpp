@@ -116,25 +116,27 @@ static std::string withoutTrailingBlanks(std::string_view line) {
   return std::string(line.substr(0, line.find_last_not_of(' ') + 1));
 }
 
-// How much of a text that is wider than a line goes to its first line.
-static std::size_t lineLength(std::string_view text, std::size_t fittingBytes) {
-  const auto start = text.substr(0, fittingBytes);
-  const auto afterBlanks = text.find_first_not_of(' ', fittingBytes);
-  if (afterBlanks != fittingBytes)
+// How much of a text goes to its first line: one glyph at least.
+static std::size_t lineLength(std::string_view text, std::size_t width) {
+  const std::size_t bytes = fitting(text, width).first;
+  if (bytes == text.size())
+    return bytes;
+  if (bytes == 0)
+    return firstGlyph(text).bytes.size();
+  const auto afterBlanks = text.find_first_not_of(' ', bytes);
+  if (afterBlanks != bytes)
     return std::min(afterBlanks, text.size());
-  const auto gap = start.find_last_of(" /");
-  return gap == std::string_view::npos || gap == 0 ? fittingBytes : gap + 1;
+  const auto gap = text.substr(0, bytes).find_last_of(" /");
+  return gap == std::string_view::npos || gap == 0 ? bytes : gap + 1;
 }
 
 std::vector<std::string> wrap(std::string_view text, std::size_t width) {
   std::vector<std::string> lines;
-  for (auto bytes = fitting(text, width).first; bytes < text.size();
-       bytes = fitting(text, width).first) {
-    const std::size_t length = lineLength(text, bytes);
+  do {
+    const std::size_t length = lineLength(text, width);
     lines.push_back(withoutTrailingBlanks(text.substr(0, length)));
     text.remove_prefix(length);
-  }
-  lines.push_back(withoutTrailingBlanks(text));
+  } while (!text.empty());
   return lines;
 }
 

@@ -20,8 +20,8 @@ std::size_t displayWidth(std::string_view text);
 // Cut to a number of columns with "..." at its end.
 std::string shorten(const std::string& text, std::size_t width);
 
-// Escaped text in lines of at most this width (at least 2), broken after a blank or a slash where
-// there is one.
+// Escaped text in lines of at most this width, broken after a blank or a slash where there is one.
+// A character that is wider stands alone.
 std::vector<std::string> wrap(std::string_view text, std::size_t width);
 
 } // namespace LauncherInspect
