@@ -27,8 +27,9 @@ TMPDIR=$(mktemp -d /dev/shm/launcher-fuzz.XXXXXX)
 export TMPDIR seconds results
 trap 'rm -rf "$TMPDIR"' EXIT
 
-# The targets hold themselves to the promised processor time; the limits here, which a busy machine
-# and the sanitizers' own memory must not reach, end what would never end.
+# The targets hold themselves to the promised processor time, and -malloc_limit_mb is the promised
+# memory. The other limits, which a busy machine and the sanitizers' own memory must not reach, end
+# what would never end.
 fuzz() {
   local target=$1 seeds=$PWD/tests/fuzz/corpus/$1 found=build/fuzz/corpus/$1
   mkdir -p "$found"

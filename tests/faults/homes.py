@@ -15,8 +15,8 @@ NEWEST = "45.12.0.900"
 OTHER_FOLDERS_KEPT = 2
 RECORDS_OF_NOTHING = ("work/launchCount.dat", "work/launch.dat")
 KERNEL_THREAD = 0x00200000  # in the flags of /proc/PID/stat
-# In seconds, for hangs, not for slow machines: for which a host awaits the outcome of its start, and
-# then for the rest.
+# In seconds: how long a host awaits the outcome of its start, and how long anything else may take.
+# Both are for hangs, not for slow machines.
 PATIENCE, TIME_LIMIT = 60, 120
 
 if not os.path.isdir("/launcher-test"):
@@ -120,10 +120,9 @@ class Home:
         environment = {**os.environ, "HOME": str(self.path), "USER": "tester",
                        "HOST_STOPS": stopped, "HOST_PATIENCE": str(patience)}
         self.older_processes = set(os.listdir("/proc"))
-        process = subprocess.Popen([programs.host, programs.library, "launchermode", "45.12.0.1000"],
-                                   env=environment, cwd=self.path / "work", stdout=subprocess.PIPE,
-                                   text=True, start_new_session=True)
-        return process
+        return subprocess.Popen([programs.host, programs.library, "launchermode", "45.12.0.1000"],
+                                env=environment, cwd=self.path / "work", stdout=subprocess.PIPE,
+                                text=True, start_new_session=True)
 
     def await_starts(self, outcome):
         """The number of starts of this launch, counted once the application has told of it or no

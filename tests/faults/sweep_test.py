@@ -114,6 +114,10 @@ def read_trace(file):
             yield call["thread"], call["name"]
 
 
+def read_failed_calls(file):
+    return [line for line in file.read_text(errors="replace").splitlines() if "(INJECTED)" in line]
+
+
 def without_application_support(failed):
     """By its rules the launcher has no launcher folder at a moment when the file system denies that
     Application Support is there. A list of corrupt versions due at that moment goes to the working
@@ -174,8 +178,7 @@ class Sweep:
         try:
             return self.check(home, fault, trace, options)
         except BrokenPromise as broken:
-            failed = [line for line in trace.read_text(errors="replace").splitlines()
-                      if "(INJECTED)" in line] if trace.exists() else []
+            failed = read_failed_calls(trace) if trace.exists() else []
             raise BrokenPromise(f"layout {layout}, {fault.call} number {fault.when} of the "
                                 f"{fault.actor} with {fault.error}: {broken}\n"
                                 + "\n".join(failed[:SHOWN_CALLS])) from None
@@ -186,8 +189,7 @@ class Sweep:
     def check(self, home, fault, trace, options):
         patience = PATIENCE_AFTER_CLOSE if fault.call == "close" else PATIENCE
         end, before, after = traced_launch(home, self.programs, fault.actor, options, patience)
-        failed = [line for line in trace.read_text(errors="replace").splitlines()
-                  if "(INJECTED)" in line]
+        failed = read_failed_calls(trace)
         promise(failed, "the call to fail never came")
         if fault.call != "close":
             promise(end.outcome != "start unreported", "the start was never reported")

@@ -84,6 +84,7 @@ TEST(Wrap, AfterBlanksAndSlashes) {
   EXPECT_THAT(wrap("one   two", 4), ElementsAre("one", "two"));
   EXPECT_THAT(wrap("~/one/two/three", 8), ElementsAre("~/one/", "two/", "three"));
   EXPECT_THAT(wrap("fits", 4), ElementsAre("fits"));
+  EXPECT_THAT(wrap("fits   ", 4), ElementsAre("fits"));
   EXPECT_THAT(wrap("", 4), ElementsAre(""));
 }
 
