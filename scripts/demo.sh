@@ -42,7 +42,11 @@ build_everything() {
 
 make_folders() {
   versions=()
-  folder=$(cd "$(mktemp -d)" && pwd -P)
+  folder=$(mktemp -d) || {
+    echo "demo.sh: Nothing was started: set TMPDIR to a folder that can be written." >&2
+    exit 1
+  }
+  folder=$(cd "$folder" && pwd -P)
   trap clean_up EXIT
   home=$folder/alice
   launcher="$home/Library/Application Support/VantuOrlixVDILauncher"
