@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <ctime>
+#include <thread>
 #include <utility>
 
 namespace {
@@ -41,6 +42,7 @@ void sleepReally() {
 
 } // namespace test::FakeSleep
 
+#ifdef __linux__
 // Standard libraries sleep with one function or the other.
 extern "C" int nanosleep(const timespec* request, timespec* remaining) {
   return isFaked(request) ? 0 : test::original(&nanosleep, "nanosleep")(request, remaining);
@@ -52,3 +54,13 @@ clock_nanosleep(clockid_t clock, int flags, const timespec* request, timespec* r
                                         : test::original(&clock_nanosleep, "clock_nanosleep")(
                                               clock, flags, request, remaining);
 }
+
+#else
+// The standard library's own function, which replaces that of the Mac's libc++ for the objects that
+// the linker binds to it.
+void std::this_thread::sleep_for(const chrono::nanoseconds& time) {
+  const timespec request{time.count() / 1'000'000'000, time.count() % 1'000'000'000};
+  if (!isFaked(&request))
+    ::nanosleep(&request, nullptr);
+}
+#endif

@@ -5,7 +5,7 @@
 
 // Fakes the launcher's fixed pause in a program that is linked with this. A sleep of any other
 // length stays what it is. A program whose launcher is a library that it loads must export its
-// symbols.
+// symbols; on a Mac it cannot fake that library's pause.
 
 namespace test::FakeSleep {
 

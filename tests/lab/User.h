@@ -1,6 +1,6 @@
 #pragma once
 
-// The user "nobody", whom permissions bind.
+// A user whom permissions bind: on Linux, "nobody".
 
 #include <grp.h>
 #include <unistd.h>

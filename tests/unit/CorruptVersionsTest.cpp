@@ -73,6 +73,7 @@ TEST_F(CorruptVersions, CreateNoFolder) {
 }
 
 TEST_F(CorruptVersions, AreReportedOnFullDisk) {
+  NEEDS_LINUX("/dev/full");
   fs::create_symlink("/dev/full", file);
   launcher.writeCorruptVersions({"45.11.0.1"});
   EXPECT_THAT(messages(), ElementsAre(success(1)));

@@ -2,8 +2,6 @@
 #include "FakeSleep.h"
 #include "Fork.h"
 #include "LauncherTest.h"
-#include "Process.h"
-#include "SystemLog.h"
 #include "ThinClientLauncher.h"
 #include "ThinClientLauncherEntryPoint.h"
 
@@ -33,10 +31,15 @@ constexpr const char* LOAD_MODE = "load mode, load main dll";
 constexpr const char* NOTHING_FOUND = "Best candidate:  (version: 0.0.0.0)";
 constexpr const char* NOT_CLEANED = "not started from launcher folder, do not clean";
 
-// Counted once a thread has run: with the first one, a sanitizer may start its own for good.
+// Counted once a thread has run: with the first one, a sanitizer may start its own for good. On a
+// Mac the tests start no application.
 std::size_t threadCount() {
+#ifdef __linux__
   std::thread([] {}).join();
   return static_cast<std::size_t>(std::distance(fs::directory_iterator("/proc/self/task"), {}));
+#else
+  return 0;
+#endif
 }
 
 class EntryPoint : public test::LauncherTest {
@@ -171,13 +174,11 @@ TEST_F(EntryPoint, TakesNullForNoArgument) {
 
 // --- The sequence of a launch ---
 
-TEST_F(EntryPoint, PausesBetweenStartAndRecords) {
-  test::SystemLog systemLog;
+TEST_F(EntryPoint, PausesBeforeItRecords) {
   const fs::path copy = makeCopy("copy", "45.11.0.1");
   for (const char* name : {"a", "b", "c"})
     fs::create_directory(launcherDirectory() / name);
   test::FakeSleep::setAction([&] {
-    EXPECT_EQ(systemLog.await(1).size(), 1U) << "the outcome of a start";
     EXPECT_THAT(launchLog().back(), StartsWith("Best candidate: "));
     EXPECT_FALSE(fs::exists(copy / "launchCount.dat"));
     EXPECT_EQ(test::directoriesIn(launcherDirectory()).size(), 4U);
@@ -247,17 +248,6 @@ TEST_F(EntryPoint, RecordsInWorkingFolderWithoutApplicationSupport) {
             NOTHING_FOUND,
             "VDI Launch count updated to: 1 for directory: "));
   });
-}
-
-// A user without a home folder: the password file knows nothing of the number.
-TEST_F(EntryPoint, LogsNothingWithoutLibrary) {
-  const test::Result result = test::run(
-      {{"unshare", "--user", "--map-user=4000000", APPLICATION_PROGRAM, "loadmode"},
-       home.path(),
-       {{"HOME", ""}, {"LOADER_OPERATIONS", "entry"}}});
-  EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_FALSE(fs::exists(home.path() / home.loadLog().filename()));
-  EXPECT_FALSE(fs::exists(home.path() / "Logs"));
 }
 
 TEST_F(EntryPoint, LaunchesWithoutLog) {

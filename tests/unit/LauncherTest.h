@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Home.h"
+#include "LauncherHelper.h"
 #include "Logger.h"
 #include "ThinClientLauncherBase.h"
 
@@ -10,6 +11,13 @@
 #include <string>
 #include <vector>
 
+// At the start of a test for which a Mac lacks something.
+#ifdef __linux__
+#define NEEDS_LINUX(reason)
+#else
+#define NEEDS_LINUX(reason) GTEST_SKIP() << "it needs Linux: " << (reason)
+#endif
+
 namespace test {
 
 // A home folder of its own, an open log in it and no login name to mask.
@@ -17,6 +25,9 @@ class LauncherTest : public testing::Test {
 protected:
   LauncherTest() { Logger::open(logFile(), true); }
   ~LauncherTest() override { Logger::close(); }
+
+  // On a Mac, Foundation names the home folder. No test goes on in the user's own.
+  void SetUp() override { ASSERT_EQ(LauncherHelper::getLogPath(), home.logDirectory()); }
 
   std::filesystem::path logFile() const { return home.path() / "test-log.txt"; }
   std::filesystem::path launcherDirectory() const { return home.launcherDirectory(); }

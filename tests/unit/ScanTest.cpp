@@ -58,6 +58,7 @@ TEST_F(Scan, ListsSubFolders) {
 }
 
 TEST_F(Scan, ListsFoldersOfAnyName) {
+  NEEDS_LINUX("a Mac's file system refuses a name that is not UTF-8");
   for (const char* name : {".hidden", "two words", "line\nfeed", "\xFF"})
     fs::create_directories(launcherDirectory() / name);
   EXPECT_EQ(found().size(), 4U);
