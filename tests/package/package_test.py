@@ -187,13 +187,43 @@ class Package(unittest.TestCase):
                        next(self.prefix.rglob(LAUNCHER)))
             self.assertRegex(code, r"<ThinClientLauncherEntryPoint>:\n.*endbr64")
 
+    def testSuitesStandAlone(self):
+        """A suite that lacks a package leaves itself out alone, unless the tests were asked for."""
+        pkg_config = self.folder / "pkg-config"
+        pkg_config.write_text('#!/bin/sh\n[ "${*#*libplist}" = "$*" ] && exec pkg-config "$@"\n')
+        pkg_config.chmod(0o755)
+        absent = ("LAUNCHER_zsh", "LAUNCHER_strace", "LAUNCHER_python3", "BLOCKS_RUNTIME_LIBRARY")
+        folder = self.folder / "build"
+        configure = ["cmake", "-S", SOURCE, "-B", folder, f"-DPKG_CONFIG_EXECUTABLE={pkg_config}",
+                     "-DLAUNCHER_BUILD_BENCHMARKS=OFF", *(f"-D{name}=OFF" for name in absent)]
+        left_out = {
+            "the tests of the property list reader": "libplist-dev",
+            "the fuzz target of property lists": "libplist-dev",
+            "the tests of the macOS bridge": "libblocksruntime-dev",
+            "the tests of the command's documents and system calls": "strace zsh",
+            "the tests of the package": "python3",
+            "the tests of the documents": "python3"}
+        output = run(*configure)
+        self.assertEqual(dict(re.findall(r"Left out: (.*) \(needs (.*)\)", output)), left_out)
+        built = set(re.findall(r"\w+_tests", run("ctest", "--test-dir", folder, "-N")))
+        self.assertEqual(
+            built, {"unit_tests", "e2e_tests", "inspect_tests", "kits_tests", "hostile_tests"})
+        asked = subprocess.run([*configure, "-DLAUNCHER_BUILD_TESTS=ON"], text=True,
+                               capture_output=True, check=False)
+        self.assertNotEqual(asked.returncode, 0)
+        for packages in left_out.values():
+            self.assertIn(f"missing: {packages}.", " ".join(asked.stderr.split()))
+
     def testPartsNamePackages(self):
-        """A build that lacks a package names one that the scripts know."""
-        named = set(re.findall(r"^ +([a-z0-9-]+) \w+(?:_FOUND|_\w+|COMPILER)$",
-                               (SOURCE / "cmake/Parts.cmake").read_text(), re.MULTILINE))
+        """A part that lacks a package names one that the scripts know."""
+        files = [*SOURCE.glob("*/CMakeLists.txt"), *SOURCE.glob("*/*/CMakeLists.txt")]
+        lists = re.findall(r'\nlauncher_needs\(\w+ "[^"]*"([^)]*)',
+                           "".join(file.read_text() for file in files))
+        named = {package for pairs in lists for package in pairs.split()[::2]}
+        named -= {"Linux", "LAUNCHER_BUILD_TOOLS=ON"}
         known = set(re.findall(r"^\w+ ([a-z0-9+.-]+)", (SOURCE / "scripts/install-packages.sh")
                                .read_text().replace("-LLVM", ""), re.MULTILINE))
-        self.assertGreater(len(named), 8)
+        self.assertGreater(len(named), 15)
         self.assertLessEqual(named, known)
 
 
