@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Makes the Debian packages, in build/packages, and lets lintian check them. Also builds the library
-# in two folders and compares the files byte by byte.
+# Makes the Debian packages, in build/packages, lets lintian check them and checks that what they bring is
+# hardened. Also builds the library in two folders and compares the files byte by byte.
 # Usage: scripts/check-packages.sh
 set -euo pipefail
 source "$(dirname "$0")/usage.sh"
@@ -34,4 +34,8 @@ echo "Two builds in different folders are the same."
 
 (cd "$packages" && cpack --config one/build/demo/CPackConfig.cmake >/dev/null)
 lintian --allow-root --fail-on error "$packages"/*.deb
+for package in "$packages"/*.deb; do
+  dpkg-deb --extract "$package" "$packages/files"
+done
+scripts/check-hardening.sh "$packages"/files/usr/{lib/*/libThinClientLauncher.dylib,bin/launcher-inspect}
 ls "$packages"/*.deb

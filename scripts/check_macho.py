@@ -168,6 +168,7 @@ def checks_of_slice(binary, content, expected):
     yield "loads the five system libraries alone", faults_of_loads(binary)
     yield "exports exactly the list", faults_of_exports(binary, expected)
     yield "an unwind entry for every function", faults_of_unwinding(binary)
+    yield "a stack protector", unless("___stack_chk_fail" in imports(binary), "not imported")
     if architecture_of(binary) == "arm64":  # the only one that macOS refuses to run unsigned
         yield "ad-hoc signature and page hashes", faults_of_signature(binary, content)
 

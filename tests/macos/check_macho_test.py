@@ -159,7 +159,7 @@ class Checker(unittest.TestCase):
     def test_accepts_the_library(self):
         status, output = self.run_checker(self.library, self.exports, "/home/builder")
         self.assertEqual((status, "FAILED" in output), (0, False))
-        self.assertEqual(len(output.splitlines()), 25)
+        self.assertEqual(len(output.splitlines()), 27)
 
     # --- Faults of a slice ---
 
@@ -170,6 +170,11 @@ class Checker(unittest.TestCase):
                     found = self.faults(damaged(self.data, architecture, damage))
                     unsigned = [fault for fault in found if fault[1] != SIGNATURE]
                     self.assertEqual(unsigned, [(architecture, what, faults)])
+
+    def test_stack_protector(self):
+        found = self.faults(self.data.replace(b"___stack_chk_fail", b"___stack_chk_fall"))
+        slices = [where for where, what, _ in found if what == "a stack protector"]
+        self.assertEqual(sorted(slices), ["arm64", "x86_64"])
 
     def test_debugger_entry(self):
         accepted = damaged(
