@@ -209,8 +209,8 @@ class Sweep:
         Home.lay_out(layout, self.template(layout), self.programs)
         faults = list(self.faults_of(layout))
         outcomes = collections.Counter()
-        # A tracer and its host take turns: two at once keep two cores busy.
-        with concurrent.futures.ThreadPoolExecutor(max_workers=2) as pool:
+        # A launch mostly waits, for its tracer and for the report of its start.
+        with concurrent.futures.ThreadPoolExecutor(max_workers=4 * os.cpu_count()) as pool:
             try:
                 for outcome in pool.map(lambda fault: self.run(layout, fault), faults):
                     outcomes[outcome] += 1
