@@ -1,99 +1,147 @@
 #!/usr/bin/env bash
-# Tries a stranger's first steps in bare Debian systems, made with debootstrap in build/distributions:
+# Tries a stranger's first steps on clones of the last commit in bare Debian systems, which debootstrap
+# makes in build/distributions:
 #   - a plain build with the fewest packages that it needs, and its installation
-#   - in the newest, the Debian packages and docs/embedding.md: hosts, a plug-in and a launch
-#   - with --scripts, scripts/demo.sh and scripts/test.sh, which takes half an hour
-# Needs root and the network, for Debian packages only. Nothing is installed on this machine but
-# debootstrap and bubblewrap.
-# SYSTEM: the name of a Debian release; without one, the current stable and the one before it. The
-# last named counts as the newest.
-# Usage: scripts/check-distributions.sh [--scripts] [SYSTEM ...]
+#   - in the last system, the Debian packages and docs/embedding.md: hosts, a plug-in and a launch
+#   - with --scripts, scripts/demo.sh and scripts/test.sh instead; with --ci, .ci/run instead: for root
+#     and for "newcomer", an ordinary user with sudo, each in a home that is closed to others
+# Needs root and the network, for packages only. Nothing is installed on this machine but debootstrap.
+# SYSTEM: the name of a Debian release, without one bookworm, trixie and testing. "root@" or
+# "newcomer@" before it leaves the other user out.
+# Usage: scripts/check-distributions.sh [--scripts | --ci] [SYSTEM ...]
 set -euo pipefail
 source "$(dirname "$0")/usage.sh"
 cd "$(dirname "$0")/.."
 
-with_scripts=no
-if [ "${1-}" = --scripts ]; then
-  with_scripts=yes
-  shift
-fi
+case "${1-}" in
+  --scripts) commands=(scripts/demo.sh scripts/test.sh); shift ;;
+  --ci) commands=(.ci/run); shift ;;
+  *) commands=() ;;
+esac
 systems=("$@")
-[ $# -gt 0 ] || systems=(bookworm trixie)
+[ $# -gt 0 ] || systems=(bookworm trixie testing)
 for system in "${systems[@]}"; do
-  [[ $system =~ ^[a-z]+$ ]] || wrong_usage
+  [[ $system =~ ^((root|newcomer)@)?[a-z]+$ ]] || wrong_usage
 done
-newest=${systems[-1]}
 roots=$PWD/build/distributions
+log=$roots/log
 
-# Usage: make_system NAME: a bare system and a copy of the sources in it.
+logged() { "$@" >"$log" 2>&1 || { tail -n 60 "$log" >&2; exit 1; }; }
+
+# Usage: make_system NAME: a bare system with the two users. It trusts the certificates that were added
+# to this machine.
 make_system() {
   local root=$roots/$1
-  if [ ! -e "$root/made" ]; then
-    rm -rf "$root"
-    echo "Making a bare $1"
-    debootstrap --variant=minbase "$1" "$root" >"$root.log" 2>&1 ||
-      { tail -n 20 "$root.log" >&2; return 1; }
-    touch "$root/made"
-  fi
+  [ ! -e "$root/made" ] || return 0
+  rm -rf "$root"
+  echo "Making a bare $1"
+  logged debootstrap --variant=minbase "$1" "$root"
+  chroot "$root" useradd --create-home --key HOME_MODE=0700 --shell /bin/bash newcomer
+  install -D -m 0440 /dev/stdin "$root/etc/sudoers.d/newcomer" <<<'newcomer ALL=(ALL) NOPASSWD: ALL'
+  # The lists of testing expire within days, also those of a mirror that lags behind.
+  echo 'Acquire::Check-Valid-Until "false";' >"$root/etc/apt/apt.conf.d/lagging-mirror"
+  cp -a /usr/local/share/ca-certificates "$root/usr/local/share/"
+  touch "$root/made"
 }
 
-# Usage: run_in NAME COMMANDS: runs them in $roots/run, a copy of the bare system, in a copy of the
-# sources.
-run_in() {
-  local copy=$roots/run
-  rm -rf "$copy"
-  cp -a "$roots/$1" "$copy"
-  mkdir -p "$copy/project"
-  git ls-files -z --cached --others --exclude-standard | xargs -0 cp --parents -t "$copy/project"
-  cp -L /etc/resolv.conf "$copy/etc/resolv.conf"
-  cp "$roots"/*.deb "$copy/project/" 2>/dev/null || true
-  bwrap --bind "$copy" / --dev /dev --proc /proc --perms 1777 --tmpfs /tmp --tmpfs /run \
-    --cap-add ALL --chdir /project --clearenv --setenv HOME /root --setenv LC_ALL C.UTF-8 \
-    --setenv PATH /usr/sbin:/usr/bin:/sbin:/bin --setenv DEBIAN_FRONTEND noninteractive \
-    bash -euo pipefail -c "$2"
+# Becomes USER in the system ROOT. Its name spaces are made by hand: in bubblewrap's, sudo has no
+# effect; in a plain chroot, the tests get none of their own.
+# shellcheck disable=SC2016 # expanded by the inner shell
+enter='
+  mount --bind "$1" "$1" && cd "$1"
+  mount -t proc proc proc
+  mount -t tmpfs -o mode=1777 tmp tmp
+  mount -t tmpfs -o mode=755 run run
+  mount -t tmpfs -o mode=755 dev dev
+  for device in null zero full random urandom tty; do
+    touch "dev/$device" && mount --bind "/dev/$device" "dev/$device"
+  done
+  mkdir dev/pts dev/shm
+  mount -t devpts -o newinstance,ptmxmode=0666 devpts dev/pts
+  mount -t tmpfs -o mode=1777 shm dev/shm
+  ln -s pts/ptmx dev/ptmx && ln -s /proc/self/fd dev/fd
+  pivot_root . mnt && umount --lazy /mnt
+  exec su --login "$2" --command "set -euo pipefail; $3" </dev/null'
+
+# Usage: run_as USER COMMANDS: in $roots/run.
+run_as() { unshare --mount --pid --fork --kill-child bash -euc "$enter" bash "$roots/run" "$@"; }
+
+# Usage: prepare SYSTEM USER PACKAGE ...: makes $roots/run a copy of the bare system with these
+# packages, and with a clone in the user's home.
+prepare() {
+  local project=$roots/run/root/project
+  [ "$2" = root ] || project=$roots/run/home/$2/project
+  rm -rf "$roots/run"
+  cp -a "$roots/$1" "$roots/run"
+  cp -L /etc/resolv.conf "$roots/run/etc/resolv.conf"
+  echo "127.0.0.1 localhost $(uname -n)" >"$roots/run/etc/hosts" # sudo asks for this machine's name
+  logged run_as root "apt-get update
+    DEBIAN_FRONTEND=noninteractive apt-get install --yes --no-install-recommends ${*:3}"
+  git clone --quiet --no-local . "$project"
+  chown -R --reference="$project/.." "$project"
 }
 
-plain_build='
-apt-get update -qq
-apt-get install --yes -qq --no-install-recommends g++ cmake make pkg-config libglib2.0-dev >/dev/null 2>&1
+plain_build='cd project
 cmake -S . -B build | grep "Left out"
 cmake --build build >/dev/null
 cmake --install build --prefix /usr/local >/dev/null
-ls /usr/local/lib
-'
+ls /usr/local/lib'
 
-make_packages='
-scripts/install-packages.sh build packages >/dev/null 2>&1
-cmake --preset demo -DCMAKE_INSTALL_PREFIX=/usr >/dev/null
-cmake --build --preset demo >/dev/null
-(cd build/demo && cpack >/dev/null 2>&1)
-'
+make_packages='cd project
+scripts/install-packages.sh build packages
+cmake --preset demo -DCMAKE_INSTALL_PREFIX=/usr
+cmake --build --preset demo
+cd build/demo
+cpack'
 
-use_packages='
-apt-get update -qq
-{
-apt-get install --yes ./libthinclientlauncher1_*.deb ./libthinclientlauncher-dev_*.deb ./launcher-inspect_*.deb
-apt-get install --yes g++ cmake make pkg-config python3
-} >/dev/null 2>&1
+use_packages='cd project
 dpkg-query --show libthinclientlauncher1 libthinclientlauncher-dev launcher-inspect
-scripts/run_docs.py docs/embedding.md
-'
+scripts/run_docs.py docs/embedding.md'
 
-both_commands='
-scripts/demo.sh | tail -n 1
-scripts/test.sh | grep -E "tests passed|[(]Failed[)]"
-'
+# Usage: try_first_steps SYSTEM
+try_first_steps() {
+  echo "$1: a plain build and its installation"
+  prepare "$1" root g++ cmake make pkg-config libglib2.0-dev
+  run_as root "$plain_build"
+}
+
+# Usage: try_packages SYSTEM
+try_packages() {
+  echo "$1: the Debian packages, docs/embedding.md"
+  prepare "$1" root
+  logged run_as root "$make_packages"
+  rm -rf "$roots/packages"
+  mkdir "$roots/packages"
+  cp "$roots"/run/root/project/build/demo/*.deb "$roots/packages/"
+  prepare "$1" root g++ cmake make pkg-config python3
+  cp -r "$roots/packages" "$roots/run/"
+  logged run_as root 'apt-get install --yes /packages/*.deb'
+  run_as root "$use_packages"
+}
+
+# Usage: try_scripts SYSTEM USER
+try_scripts() {
+  local command
+  prepare "$1" "$2" git sudo
+  for command in "${commands[@]}"; do
+    SECONDS=0
+    logged run_as "$2" "cd project; $command"
+    echo "$2@$1: $command: $((SECONDS / 60))m$((SECONDS % 60))s"
+    grep -E 'was started and entered|tests passed|no finding|PASSED|^Two builds' "$log"
+  done
+}
 
 scripts/install-packages.sh roots
 mkdir -p "$roots"
-rm -f "$roots"/*.deb
 for system in "${systems[@]}"; do
-  make_system "$system"
-  echo "$system: a plain build and its installation"
-  run_in "$system" "$plain_build"
-  [ "$with_scripts" = no ] || run_in "$system" "$both_commands"
+  name=${system#*@}
+  make_system "$name"
+  if [ "${#commands[@]}" -eq 0 ]; then
+    try_first_steps "$name"
+    continue
+  fi
+  for user in root newcomer; do
+    [[ $system = *@* && $system != "$user@"* ]] || try_scripts "$name" "$user"
+  done
 done
-echo "$newest: the Debian packages, docs/embedding.md"
-run_in "$newest" "$make_packages"
-cp "$roots"/run/project/build/demo/*.deb "$roots"
-run_in "$newest" "$use_packages"
+[ "${#commands[@]}" -gt 0 ] || try_packages "$name"
