@@ -5,7 +5,8 @@ set -euo pipefail
 source "$(dirname "$0")/usage.sh"
 cd "$(dirname "$0")/.."
 
-# One line per package: purpose, name, reason. LLVM stands for the version that is used.
+# One line per package: purpose, name, reason. LLVM stands for the version of llvm-version.sh. The
+# others float within the system's release, which changes them only to mend them.
 packages() { if [ "$(uname)" = Darwin ]; then mac_packages; else debian_packages; fi; }
 
 # The compiler is part of Xcode's command line tools.

@@ -36,34 +36,51 @@ class Scripts(unittest.TestCase):
             self.assertNotEqual(result.stderr, "", script)
 
 
-class ClangVersion(unittest.TestCase):
-    """On a system whose package tools are these shell commands."""
+def compiler(version, runtime="libc++1", depends="libc6, {} (>= 1:1), libc++abi-N-dev"):
+    """What apt-cache shows of a version of clang and libc++."""
+    records = {f"{name}-{version}": f"Version: 1:{version}.1.7" for name in ("clang", "clang-tidy")}
+    for name in "libc++", "libc++abi":
+        records[f"{name}-{version}-dev"] = f"Depends: {depends.format(runtime)}"
+    return records
 
-    def version(self, dpkg_query, apt_cache):
+
+class ClangVersion(unittest.TestCase):
+    """On a system whose package tool knows these records."""
+
+    def version(self, *records):
         with tempfile.TemporaryDirectory() as folder:
-            for name, commands in (("dpkg-query", dpkg_query), ("apt-cache", apt_cache)):
-                tool = pathlib.Path(folder) / name
-                tool.write_text(f"#!/bin/sh\n{commands}\n")
-                tool.chmod(0o755)
+            tool = pathlib.Path(folder) / "apt-cache"
+            tool.write_text(f'#!/bin/sh\nstatus=0\nfor name in "$@"; do case $name in -*|show) ;; '
+                            f'*) cat "{folder}/$name.record" || status=100 ;; esac; done\n'
+                            'exit $status\n')
+            tool.chmod(0o755)
+            for name, text in dict(item for each in records for item in each.items()).items():
+                record = pathlib.Path(folder) / f"{name}.record"
+                record.write_text(f"Package: {name}\n{text}\nMaintainer: x\n\n")
             environment = {**os.environ, "PATH": f"{folder}:{os.environ['PATH']}"}
             return subprocess.run([SCRIPTS / "llvm-version.sh"], capture_output=True, text=True,
                                   check=False, env=environment)
 
-    def testNewestInstalled(self):
-        result = self.version("echo installed clang-16; echo installed clang-19-doc; "
-                              "echo installed clang-17; echo not-installed clang-18",
-                              "echo clang-19")
-        self.assertEqual((result.stdout, result.returncode), ("17\n", 0))
+    def assertChosen(self, version, *records):
+        result = self.version(*records)
+        self.assertEqual((result.stdout, result.stderr, result.returncode), (f"{version}\n", "", 0))
 
-    def testNewestInstallable(self):
-        for dpkg_query in ("exit 1", "echo installed clang-14", "echo unknown clang-16"):
-            result = self.version(dpkg_query, "echo clang-9; echo clang-16; echo clang-15-doc")
-            self.assertEqual((result.stdout, result.returncode), ("16\n", 0), dpkg_query)
+    def testFirstKnown(self):
+        runtimes = {"libc++1-19": "Version: 1:19.1.7-3", "libc++1": "Version: 1:22.1.8-1"}
+        self.assertChosen(19, compiler(22), compiler(19, "libc++1-19"), compiler(16), runtimes)
+        self.assertChosen(22, compiler(22), compiler(23), compiler(16), runtimes)
+        self.assertChosen(22, compiler(22), compiler(19), runtimes)
+        self.assertChosen(22, compiler(22, depends="{}"), runtimes)
 
     def testNone(self):
-        result = self.version("exit 1", "echo clang-14")
-        self.assertEqual((result.stdout, result.returncode), ("", 1))
-        self.assertIn("run apt-get update first", result.stderr)
+        runtimes = {"libc++1-19": "Version: 1:19.1.7-3", "libc++1": "Version: 1:21.22.8"}
+        incomplete = compiler(19, "libc++1-19")
+        del incomplete["libc++abi-19-dev"]
+        for records in ((), (compiler(16), compiler(21)), (compiler(22), compiler(21)), (incomplete,),
+                        (compiler(22, "libc++1-19"),), (compiler(22, "libc++1-22"),)):
+            result = self.version(*records, runtimes)
+            self.assertEqual((result.stdout, result.returncode), ("", 1), records)
+            self.assertRegex(result.stderr, r"^llvm-version.sh: .* 19 22: run apt-get update.*\n$")
 
 
 if __name__ == "__main__":
