@@ -7,7 +7,7 @@ Each document gets an empty folder and an empty home, and one shell for all of i
 the language "sh" is run; a block "text" after it shows its output, where a line "..." stands for any
 lines. Times and the home's place are normalised. A comment before a block says what else happens:
 
-  <!-- run by FILE -->                    FILE, of the project, has the same commands
+  <!-- run by FILE -->                    FILE, of the project, has each of the commands
   <!-- run in the project's folder -->    run there, with --project; otherwise skipped
   <!-- not run: REASON -->                skipped
 
@@ -51,6 +51,13 @@ def blocks_of(text):
         else:
             last = None
     return blocks
+
+
+def commands_of(text):
+    """The single commands of a script, without comments and redirections."""
+    lines = (re.sub(r"(^|\s)#.*", "", line) for line in text.splitlines())
+    parts = (part.strip() for line in lines for part in re.split(r"&&|[|;]|\d?>", line))
+    return set(filter(None, parts))
 
 
 def normalised(text, folder):
@@ -107,10 +114,8 @@ class Runner:
 
     def check_run_elsewhere(self, document, block):
         other = PROJECT / block.note.split()[2]
-        text = other.read_text()
-        for line in block.commands.splitlines():
-            if line not in text:
-                self.fail(document, block, f"{other.name} does not run: {line}")
+        for command in commands_of(block.commands) - commands_of(other.read_text()):
+            self.fail(document, block, f"{other.name} does not run: {command}")
 
     def run(self, document, blocks, folder):
         home = pathlib.Path(tempfile.mkdtemp(dir=self.folder)) / "alice"

@@ -62,7 +62,10 @@ class Runner(unittest.TestCase):
         self.assertFault(sh("true", note="not run: "))
         self.assertFault(sh("true", note="unknown"))
         self.assertHolds(sh("scripts/test.sh", note="run by .ci/run"))
-        self.assertFault(sh("scripts/nonexistent.sh", note="run by .ci/run"))
+        self.assertHolds(sh("scripts/test.sh  # every test\nscripts/test.sh libcxx",
+                            note="run by .ci/run"))
+        for command in "scripts/nonexistent.sh", "scripts/test", "test.sh", "What CI runs":
+            self.assertFault(sh(command, note="run by .ci/run"))
 
     def testRunsInProject(self):
         block = sh("ls -d scripts", "other", "run in the project's folder")

@@ -4,6 +4,7 @@ version of clang is found on systems of every kind."""
 
 import os
 import pathlib
+import shutil
 import subprocess
 import tempfile
 import unittest
@@ -81,6 +82,17 @@ class ClangVersion(unittest.TestCase):
             result = self.version(*records, runtimes)
             self.assertEqual((result.stdout, result.returncode), ("", 1), records)
             self.assertRegex(result.stderr, r"^llvm-version.sh: .* 19 22: run apt-get update.*\n$")
+
+
+class TestPresets(unittest.TestCase):
+    def testNoTestsIsAnError(self):
+        with tempfile.TemporaryDirectory() as folder:
+            shutil.copy(SCRIPTS.parent / "CMakePresets.json", folder)
+            (pathlib.Path(folder) / "build/release").mkdir(parents=True)
+            (pathlib.Path(folder) / "build/release/CTestTestfile.cmake").touch()
+            result = subprocess.run(["ctest", "--preset", "release"], cwd=folder, check=False,
+                                    capture_output=True, text=True)
+            self.assertEqual(result.returncode, 8, result.stderr)
 
 
 if __name__ == "__main__":

@@ -1,16 +1,27 @@
 #include <gmock/gmock.h>
 
+#include <cstdlib>
+#include <iostream>
+
+// A filter that matches no test is an error. A shard may be empty.
+static int runTests() {
+  const int status = RUN_ALL_TESTS();
+  if (testing::GTEST_FLAG(list_tests) || std::getenv("GTEST_TOTAL_SHARDS") != nullptr ||
+      testing::UnitTest::GetInstance()->test_to_run_count() > 0)
+    return status;
+  std::cerr << "No test matches the filter " << testing::GTEST_FLAG(filter) << '\n';
+  return 1;
+}
+
 #ifdef __linux__
 #include "Sandbox.h"
-
-#include <iostream>
 
 // The tests run in a sandbox. They can be listed without one.
 int main(int argc, char** argv) try {
   testing::InitGoogleMock(&argc, argv);
   if (!testing::GTEST_FLAG(list_tests))
     test::Sandbox::enter();
-  return RUN_ALL_TESTS();
+  return runTests();
 } catch (const std::exception& failure) {
   std::cerr << failure.what() << '\n';
   return 1;
@@ -36,7 +47,7 @@ class Machine : public testing::Environment {
 int main(int argc, char** argv) {
   testing::InitGoogleMock(&argc, argv);
   testing::AddGlobalTestEnvironment(new Machine);
-  return RUN_ALL_TESTS();
+  return runTests();
 }
 
 #endif
