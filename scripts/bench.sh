@@ -3,10 +3,7 @@
 # docs/performance.md and docs/performance.png. Exit status 1 when a promise does not hold.
 # Takes about five minutes. Other work on the machine changes the times more than the ratios.
 # Usage: scripts/bench.sh
-set -euo pipefail
-source "$(dirname "$0")/usage.sh"
-expect_no_arguments "$@"
-cd "$(dirname "$0")/.."
+source "$(dirname "$0")/usage.sh" || exit
 
 scripts/install-packages.sh build bench
 cmake --preset bench >/dev/null

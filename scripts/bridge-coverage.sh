@@ -1,17 +1,14 @@
 #!/usr/bin/env bash
 # Lists the lines of the macOS bridge that no test executes; fails if there are any.
 # Usage: scripts/bridge-coverage.sh
-set -euo pipefail
-source "$(dirname "$0")/usage.sh"
-expect_no_arguments "$@"
-cd "$(dirname "$0")/.."
+source "$(dirname "$0")/usage.sh" || exit
 
 build=$PWD/build/bridge-coverage
 tests=$build/tests/macos/macos_bridge_tests
 profile=$build/bridge.profdata
 
 scripts/install-packages.sh build test gnustep coverage
-PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
+use_llvm
 cmake --preset bridge-coverage >/dev/null
 cmake --build --preset bridge-coverage --target macos_bridge_tests
 rm -f "$build"/*.profraw

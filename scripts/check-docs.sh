@@ -2,12 +2,10 @@
 # Runs every command block of the documents and compares the output that they show, and makes the
 # reference of the published headers, in build/reference, without a warning.
 # Usage: scripts/check-docs.sh
-set -euo pipefail
-source "$(dirname "$0")/usage.sh"
-expect_no_arguments "$@"
-cd "$(dirname "$0")/.."
+source "$(dirname "$0")/usage.sh" || exit
 
 scripts/install-packages.sh build test gnustep docs
+use_llvm
 mkdir -p build/reference
 doxygen docs/Doxyfile
 cmake --preset release >/dev/null

@@ -1,9 +1,7 @@
 #!/usr/bin/env bash
 # Checks the format of every C, C++ and Objective-C++ source; with --fix, corrects it.
 # Usage: scripts/check-format.sh [--fix]
-set -euo pipefail
-source "$(dirname "$0")/usage.sh"
-cd "$(dirname "$0")/.."
+source "$(dirname "$0")/usage.sh" || exit
 
 case "$*" in
   '') mode=(--dry-run --Werror) ;;
@@ -13,5 +11,5 @@ esac
 
 scripts/install-packages.sh python
 scripts/fetch-python.sh scripts/clang-format-requirements.txt build/clang-format
-git ls-files -z '*.h' '*.c' '*.cpp' '*.mm' |
+project_files '*.h' '*.c' '*.cpp' '*.mm' |
   xargs -0 build/clang-format/clang_format/data/bin/clang-format "${mode[@]}"

@@ -2,10 +2,7 @@
 # Builds the library for macOS on Linux, for both architectures, checks the file and runs the machine
 # code for x86_64.
 # Usage: scripts/check-macos.sh
-set -euo pipefail
-source "$(dirname "$0")/usage.sh"
-expect_no_arguments "$@"
-cd "$(dirname "$0")/.."
+source "$(dirname "$0")/usage.sh" || exit
 
 sysroot=build/macos-sysroot
 wheels=build/macos-wheels
@@ -14,8 +11,8 @@ library=build/macos-cross/ThinClientLauncher/libThinClientLauncher.dylib
 unit_tests=build/macos-cross/tests/unit/unit_tests
 exports=ThinClientLauncher/macos/exports.txt
 
-scripts/install-packages.sh build macos python test gnustep clang leaks
-PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
+scripts/install-packages.sh build macos python test gnustep libcxx leaks
+use_llvm
 scripts/fetch-python.sh scripts/lief-requirements.txt "$lief"
 rm -rf "$wheels"
 python3 -m pip --quiet --disable-pip-version-check download --no-deps --only-binary=:all: \

@@ -2,10 +2,7 @@
 # Makes the Debian packages, in build/packages, lets lintian check them and checks that what they bring is
 # hardened. Also builds the library in two folders and compares the files byte by byte.
 # Usage: scripts/check-packages.sh
-set -euo pipefail
-source "$(dirname "$0")/usage.sh"
-expect_no_arguments "$@"
-cd "$(dirname "$0")/.."
+source "$(dirname "$0")/usage.sh" || exit
 
 scripts/install-packages.sh build packages
 packages=$PWD/build/packages
@@ -14,7 +11,7 @@ mkdir -p "$packages"/{one,another}
 
 # Usage: build_in FOLDER [TARGET ...]: builds a copy of the sources there, without a cache.
 build_in() {
-  git ls-files -z --cached --others --exclude-standard | xargs -0 cp --parents -t "$1"
+  copy_project "$1"
   (
     cd "$1"
     export CCACHE_DISABLE=1

@@ -1,15 +1,12 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and shows one launch in a temporary home folder.
 # Usage: scripts/demo.sh [--keep]    (--keep leaves the demo's folder in place)
-# Exit status: 0 when the started application entered load mode, 1 otherwise, 2 for wrong usage.
 #
 # It starts nothing if the launcher would choose a copy outside that folder, such as an installed
 # one. As every launch, it leaves the line "launch app succeed" in the system log. On a Mac, where
 # the system gives the application the real user's home folder, the log of load mode there gets two
 # lines. Redirecting either would need rights that a demo does not ask for.
-set -euo pipefail
-source "$(dirname "$0")/usage.sh"
-cd "$(dirname "$0")/.."
+source "$(dirname "$0")/usage.sh" || exit
 
 build=build/demo
 client_version=45.12.0.1000

@@ -5,12 +5,10 @@
 # layout and ends with status 1 at the first broken promise. Everything runs in sandboxes, whose
 # temporary folders hold the homes.
 # Usage: scripts/fault-sweep.sh
-set -euo pipefail
-source "$(dirname "$0")/usage.sh"
-expect_no_arguments "$@"
-cd "$(dirname "$0")/.."
+source "$(dirname "$0")/usage.sh" || exit
 
 scripts/install-packages.sh build test gnustep
+use_llvm
 cmake --preset release >/dev/null
 cmake --build --preset release --target fault_programs
 

@@ -2,8 +2,7 @@
 # Fetches what a requirements file pins, by version and hash, from the Python package index into a
 # folder, unless that folder has it already.
 # Usage: scripts/fetch-python.sh REQUIREMENTS FOLDER
-set -euo pipefail
-source "$(dirname "$0")/usage.sh"
+source "$(dirname "$0")/usage.sh" || exit
 [ $# -eq 2 ] || wrong_usage
 requirements=$1 folder=$2
 

@@ -1,10 +1,8 @@
 #!/usr/bin/env bash
-# Runs every fuzz target for the given time (60 s, or an hour: scripts/fuzz.sh 3600), two at a time.
+# Runs every fuzz target, or the named ones, for the given time (60 s, or an hour: scripts/fuzz.sh 3600), two at a time.
 # Inputs that reach new code stay in build/fuzz/corpus; one that breaks a promise ends the run.
 # Usage: scripts/fuzz.sh [SECONDS [TARGET ...]]
-set -euo pipefail
-source "$(dirname "$0")/usage.sh"
-cd "$(dirname "$0")/.."
+source "$(dirname "$0")/usage.sh" || exit
 
 seconds=${1:-60}
 [[ $seconds =~ ^[1-9][0-9]*$ ]] || wrong_usage
@@ -14,10 +12,10 @@ done
 targets=("${@:2}")
 [ "${#targets[@]}" -gt 0 ] || mapfile -t targets < <(ls tests/fuzz/corpus)
 
-scripts/install-packages.sh build test gnustep clang fuzz
-PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
+scripts/install-packages.sh build test gnustep fuzz
+use_llvm
 cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz
+cmake --build --preset fuzz --target "${targets[@]/#/fuzz_}"
 
 results=$PWD/build/fuzz/results
 rm -rf "$results"

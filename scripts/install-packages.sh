@@ -1,9 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing for the named purposes, with apt-get or Homebrew, and says what that is.
 # Usage: scripts/install-packages.sh PURPOSE ...
-set -euo pipefail
-source "$(dirname "$0")/usage.sh"
-cd "$(dirname "$0")/.."
+source "$(dirname "$0")/usage.sh" || exit
 
 # One line per package: purpose, name, reason. LLVM stands for the version of llvm-version.sh. The
 # others float within the system's release, which changes them only to mend them.
@@ -52,10 +50,10 @@ packages dpkg-dev finds the libraries that a package depends on
 packages lintian checks the packages
 roots bubblewrap enters a bare system
 roots debootstrap makes one
-clang clang-tidy-LLVM static analysis
-clang clang-LLVM second compiler
-clang libc++-LLVM-dev the standard library of macOS
-clang libc++abi-LLVM-dev its runtime part
+tidy clang-tidy-LLVM static analysis
+libcxx clang-LLVM second compiler
+libcxx libc++-LLVM-dev the standard library of macOS
+libcxx libc++abi-LLVM-dev its runtime part
 gnustep clang-LLVM compiles the bridge for macOS, which gcc cannot
 gnustep gobjc the Objective-C runtime
 gnustep libgnustep-base-dev Foundation, to run that bridge on Linux
@@ -63,38 +61,20 @@ gnustep libblocksruntime-dev the runtime of its completion handler
 mutants bubblewrap shows the machine's files read-only to the tests of a mutant
 coverage libclang-rt-LLVM-dev counts executed lines
 coverage llvm-LLVM lists them
-macos clang-LLVM compiles for macOS as well
 macos lld-LLVM links for macOS
 macos llvm-LLVM joins the architectures and lists symbols
-macos libc++-LLVM-dev headers of the standard library of macOS
-macos libc++abi-LLVM-dev the names of its runtime part
 leaks valgrind finds memory lost or misused in programs as they ship
+fuzz clang-LLVM compiles the fuzz targets
 fuzz libplist-dev reads property lists, as an oracle
 fuzz libclang-rt-LLVM-dev libFuzzer and the sanitizers of clang
 bench libbenchmark-dev micro-benchmarks with repetitions and random interleaving
 bench libplist-dev reads property lists in the baseline
 bench libplist-utils plistutil, which the compared scripts call
+bench python3 writes the figures
 bench gnuplot-nox draws the plot
 bench binutils strips the library and lists its relocations
 LIST
 }
-
-packages_for() {
-  local purpose
-  for purpose in "$@"; do
-    packages | awk -v purpose="$purpose" '$1 == purpose { print $2 }' | grep . ||
-      { echo "install-packages.sh: no such purpose here: $purpose" >&2; exit 2; }
-  done
-}
-
-# A fresh system has no list of packages yet.
-llvm_version() {
-  scripts/llvm-version.sh 2>/dev/null && return
-  as_root apt-get update -qq >&2
-  scripts/llvm-version.sh
-}
-
-missing=()
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then
@@ -102,9 +82,23 @@ as_root() {
   elif command -v sudo >/dev/null; then
     sudo "$@"
   else
-    echo "install-packages.sh: needs root or sudo to run: $*" >&2
-    exit 1
+    echo "needs root or sudo"
+    return 1
   fi
+}
+
+# Asks nothing, changes no configuration file of the user, waits for another run, and tells what apt
+# says if it fails.
+apt() {
+  local output
+  output=$(as_root flock /var/lib/apt env DEBIAN_FRONTEND=noninteractive apt-get -q \
+    -o DPkg::Lock::Timeout=600 -o Dpkg::Options::=--force-confdef -o Dpkg::Options::=--force-confold \
+    "$@" </dev/null 2>&1) || fail "apt-get $1 failed:"$'\n'"$(tail -n 40 <<<"$output")"
+}
+
+fail() {
+  echo "install-packages.sh: $1" >&2
+  exit 1
 }
 
 is_installed() {
@@ -119,27 +113,38 @@ install() {
   if [ "$(uname)" = Darwin ]; then
     brew install --quiet "$@"
   else
-    as_root apt-get update -qq
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
-      "$@" >/dev/null
+    apt update
+    apt install --yes --no-install-recommends --no-remove "$@"
   fi
 }
 
 require_installer() {
   local installer=apt-get systems='Debian 12, Ubuntu 24.04 or later'
   [ "$(uname)" != Darwin ] || installer=brew systems='macOS with Homebrew'
-  command -v "$installer" >/dev/null && return
-  echo "install-packages.sh: needs $installer ($systems)." >&2
-  exit 1
+  command -v "$installer" >/dev/null || fail "needs $installer ($systems)."
 }
 
-[ $# -gt 0 ] || wrong_usage
-wanted=$(packages_for "$@" | sort -u)
+wrong_purpose() {
+  echo "install-packages.sh: the purposes are: $(packages | cut -d ' ' -f 1 | sort -u | xargs)" >&2
+  exit 2
+}
+
+[ $# -gt 0 ] || wrong_purpose
+wanted=
+for purpose in "$@"; do
+  names=$(packages | awk -v purpose="$purpose" '$1 == purpose { print $2 }')
+  [ -n "$names" ] || wrong_purpose
+  wanted+=$names$'\n'
+done
 require_installer
 if [[ $wanted == *-LLVM* ]]; then
-  version=$(llvm_version)
+  # A fresh system has no list of packages yet.
+  scripts/llvm-version.sh >/dev/null 2>&1 || apt update
+  version=$(scripts/llvm-version.sh)
   wanted=${wanted//LLVM/$version}
 fi
+wanted=$(sort -u <<<"$wanted")
+missing=()
 for package in $wanted; do
   is_installed "$package" || missing+=("$package")
 done

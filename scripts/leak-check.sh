@@ -1,11 +1,9 @@
 #!/usr/bin/env bash
 # One launch under valgrind: no memory lost, no invalid access. Usage: scripts/leak-check.sh
-set -euo pipefail
-source "$(dirname "$0")/usage.sh"
-expect_no_arguments "$@"
-cd "$(dirname "$0")/.."
+source "$(dirname "$0")/usage.sh" || exit
 
 scripts/install-packages.sh build test gnustep leaks
+use_llvm
 cmake --preset release >/dev/null
 cmake --build --preset release --target fault_programs
 

@@ -2,9 +2,7 @@
 # Prints the version of clang and its tools that the scripts use: the first of the known ones that
 # the system offers or has complete.
 # Usage: scripts/llvm-version.sh
-set -euo pipefail
-source "$(dirname "$0")/usage.sh"
-expect_no_arguments "$@"
+source "$(dirname "$0")/usage.sh" || exit
 
 # The versions with which the whole of .ci/run has passed, the best first. A new one enters by a
 # commit, after such a run.

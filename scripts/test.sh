@@ -2,9 +2,7 @@
 # Installs what is missing, builds and runs every test; on a Mac, those that run there.
 # Usage: scripts/test.sh [PRESET]
 # Presets: release (the default), debug, libcxx, sanitize, sanitize-threads; on a Mac, macos.
-set -euo pipefail
-source "$(dirname "$0")/usage.sh"
-cd "$(dirname "$0")/.."
+source "$(dirname "$0")/usage.sh" || exit
 
 if [ "$(uname)" = Darwin ]; then
   preset=${1:-macos}
@@ -12,14 +10,14 @@ if [ "$(uname)" = Darwin ]; then
 else
   preset=${1:-release}
   purposes=(build test gnustep)
-  [ "$preset" != libcxx ] || purposes+=(clang)
+  [ "$preset" != libcxx ] || purposes+=(libcxx)
 fi
 
 presets=' release debug libcxx sanitize sanitize-threads macos '
 [[ $# -le 1 && $presets == *" $preset "* ]] || wrong_usage
 
 scripts/install-packages.sh "${purposes[@]}"
-[ "$(uname)" = Darwin ] || PATH=/usr/lib/llvm-$(scripts/llvm-version.sh)/bin:$PATH
+[ "$(uname)" = Darwin ] || use_llvm
 cmake --preset "$preset" >/dev/null
 cmake --build --preset "$preset"
 ctest --preset "$preset" --parallel "$(getconf _NPROCESSORS_ONLN)"
