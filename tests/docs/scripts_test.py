@@ -84,6 +84,90 @@ class ClangVersion(unittest.TestCase):
             self.assertRegex(result.stderr, r"^llvm-version.sh: .* 19 22: run apt-get update.*\n$")
 
 
+class WithoutTools(unittest.TestCase):
+    """In a source archive, where every tool but these does nothing, succeeds or fails, and prints
+    nothing. What removes files may do so in the archive and in the temporary folder alone."""
+
+    TOOLS = ("awk basename bash cat chmod cmp cp cut date dirname env find getconf git grep head id "
+             "install ln ls mkdir mktemp mv nproc sed sort stat tail tar tee touch tr uname wc xargs")
+    STUBS = {"apt-get": "exit 1", "dpkg-query": "echo install ok installed",
+             "clang-tidy": "", "shellcheck": 'printf "%s\\n" "$@"',
+             "python3": 'while [ $# -gt 1 ]; do [ "$1" != --target ] || mkdir -p "$2"; shift; done',
+             "rm": f'''for path; do case $(realpath -m -- "$path") in
+                "$ROOT"/*|/dev/shm/launcher-fuzz.*) ;; *) [[ $path == -* ]] || {{ echo "rm: refused $path" >&2; exit 1; }}
+                esac; done; {shutil.which("rm")} "$@"'''}
+    ARGUMENTS = {"fetch-python.sh": ["scripts/mutants-requirements.txt", "build/python"],
+                 "install-packages.sh": ["build", "gnustep"]}
+
+    def setUp(self):
+        self.root = pathlib.Path(tempfile.mkdtemp())
+        self.addCleanup(shutil.rmtree, self.root)
+        (self.root / "bin").mkdir()
+        for name in self.TOOLS.split():
+            (self.root / "bin" / name).symlink_to(shutil.which(name))
+        for name, commands in self.STUBS.items():
+            self.addTool(name, commands)
+        self.project = self.root / "project"
+        shutil.copytree(SCRIPTS.parent, self.project,
+                        ignore=shutil.ignore_patterns(".git", "build"))
+        (self.project / "scripts/llvm-version.sh").write_text("#!/bin/bash\necho none\n")
+        self.files = [path for path in self.project.rglob("*") if path.is_file()]
+        self.environment = {
+            "PATH": str(self.root / "bin"), "ROOT": str(self.root), "HOME": str(self.root),
+            "TMPDIR": str(self.root), "BASH_FUNC_command_not_found_handle%%": "() { true; }"}
+
+    def addTool(self, name, commands):
+        tool = self.root / "bin" / name
+        tool.write_text(f"#!/bin/bash\nPATH={os.environ['PATH']}\n{commands}\n")
+        tool.chmod(0o755)
+
+    def run_in_copy(self, name):
+        with open(self.root / "output", "w+") as output:
+            process = subprocess.run(
+                [self.project / name, *self.ARGUMENTS.get(pathlib.Path(name).name, [])], check=False,
+                stdin=subprocess.DEVNULL, stdout=output, stderr=output, timeout=60,
+                env=self.environment, cwd=self.root)
+            output.seek(0)
+            said = output.read()
+        self.assertEqual([path for path in self.files if not path.exists()], [], f"{name}: {said}")
+        self.assertIn(process.returncode, (0, 1), f"{name}: {said}")
+        self.assertNotRegex(said, "rm: refused|not a git repository|unbound variable", name)
+        self.assertTrue(process.returncode == 0 or said, f"{name} says nothing")
+        return process.returncode, said
+
+    def run_all(self):
+        names = [f"scripts/{path.name}" for path in SCRIPTS.glob("*.sh") if os.access(path, os.X_OK)]
+        return {name: self.run_in_copy(name) for name in [*names, ".ci/run"]}
+
+    def testNoTemporaryFolder(self):
+        self.environment["TMPDIR"] = "/nonexistent"
+        results = self.run_all()
+        self.assertIn("set TMPDIR to a folder", results["scripts/demo.sh"][1])
+
+    def testFailingTools(self):
+        self.environment["BASH_FUNC_command_not_found_handle%%"] = (
+            "() { echo failed: $1 >&2; return 77; }")
+        for name in "clang-tidy", "python3", "shellcheck":
+            (self.root / "bin" / name).unlink()
+        results = self.run_all()
+        self.assertEqual({name for name in results if results[name][0] == 0},
+                         {"scripts/install-packages.sh", "scripts/llvm-version.sh"})
+
+    def testShowsWhatAptSays(self):
+        self.addTool("dpkg-query", "exit 1")
+        self.addTool("id", "echo 0")
+        self.addTool("flock", 'cat; [[ "$*" != *" install "* ]] || { echo "No $DISPLAY"; exit 100; }')
+        self.environment["DISPLAY"] = "room on the disk"
+        status, said = self.run_in_copy("scripts/install-packages.sh")
+        self.assertEqual(status, 1, said)
+        self.assertRegex(said, r"apt-get install failed:\nNo room on the disk\n$")
+
+    def testFindsSourcesWithoutRepository(self):
+        status, said = self.run_in_copy("scripts/check-shell.sh")
+        self.assertEqual(status, 0, said)
+        self.assertTrue({"./scripts/demo.sh", "./.ci/run"} <= set(said.splitlines()), said)
+
+
 class TestPresets(unittest.TestCase):
     def testNoTestsIsAnError(self):
         with tempfile.TemporaryDirectory() as folder:
