@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs every command block of the documents and compares the output that they show, and makes the
-# reference of the published headers, in build/reference, without a warning.
+# Runs the command blocks of the documents that belong in the project's folder, as the tests run the
+# others, and makes the reference of the published headers, in build/reference, without a warning.
 # Usage: scripts/check-docs.sh
 source "$(dirname "$0")/usage.sh" || exit
 
@@ -9,6 +9,5 @@ use_llvm
 mkdir -p build/reference
 doxygen docs/Doxyfile
 cmake --preset release >/dev/null
-cmake --build --preset release
-build/release/tests/lab/programs/sandbox \
-  scripts/run_docs.py --build build/release --project README.md CONTRIBUTING.md docs/*.md
+cmake --build --preset release --target sandbox
+build/release/tests/lab/programs/sandbox scripts/run_docs.py --project README.md CONTRIBUTING.md

@@ -8,7 +8,7 @@ the language "sh" is run; a block "text" after it shows its output, where a line
 lines. Times and the home's place are normalised. A comment before a block says what else happens:
 
   <!-- run by FILE -->                    FILE, of the project, has each of the commands
-  <!-- run in the project's folder -->    run there, with --project; otherwise skipped
+  <!-- run in the project's folder -->    run there with --project, which runs no other blocks
   <!-- not run: REASON -->                skipped
 
 --build installs this build first and lets the commands find it. Exit status: 0 everything holds,
@@ -98,19 +98,16 @@ class Runner:
 
     def run_all(self, document):
         blocks = blocks_of(document.read_text())
-        here = [block for block in blocks if not block.note]
+        wanted = "run in the project's folder" if self.project else ""
+        run = [block for block in blocks if block.note == wanted]
         for block in blocks:
             if block.note.startswith("run by "):
                 self.check_run_elsewhere(document, block)
-            elif block.note == "run in the project's folder" and self.project:
-                self.run(document, [block], PROJECT)
-            elif block.note:
-                if not re.match(r"run in the project's folder$|not run: .", block.note):
-                    self.fail(document, block, f"unknown note: {block.note}")
-                print(f"{document.name}: {block.note}: {block.commands.splitlines()[0]}")
-        folder = pathlib.Path(tempfile.mkdtemp(dir=self.folder))
-        self.run(document, here, folder)
-        print(f"{document.name}: {len(here)} blocks run")
+            elif not re.match(r"(run in the project's folder|not run: .+)?$", block.note):
+                self.fail(document, block, f"unknown note: {block.note}")
+        folder = PROJECT if self.project else pathlib.Path(tempfile.mkdtemp(dir=self.folder))
+        self.run(document, run, folder)
+        print(f"{document.name}: {len(run)} of {len(blocks)} blocks run")
 
     def check_run_elsewhere(self, document, block):
         other = PROJECT / block.note.split()[2]
