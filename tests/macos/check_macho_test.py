@@ -66,6 +66,13 @@ class Slice:
         trie = bytes(self.binary.dyld_info.export_trie)
         self.replace(trie, trie.replace(b"EntryPoint", b"EntryPaint"))
 
+    def uncover_last_function(self):
+        """Lets the unwind entries end where it starts: that address is the last of their index."""
+        section = self.binary.get_section("__unwind_info")
+        index, count = struct.unpack_from("<2I", bytes(section.content), 20)
+        start = self.binary.function_starts.functions[-1]
+        self.put("<I", section.offset + index + 12 * (count - 1), start)
+
     # --- The signature's code directory; fields count from its start ---
 
     def directory(self):
@@ -103,8 +110,6 @@ FAULTS_OF_EITHER_SLICE = [
      lambda s: s.rename_export()),
     (UNWINDING, "where functions start is unknown",
      lambda s: s.put("<I", s.command(TYPES.FUNCTION_STARTS), 0x2B)),
-    (UNWINDING, "___clang_call_terminatf has none",  # the one that may have none, renamed
-     lambda s: s.replace(b"___clang_call_terminate", b"___clang_call_terminatf")),
 ]
 FAULTS_OF_THEIR_DIFFERENCE = [
     (IMPORTS, "_strftime, _strftimf", b"_strftime", b"_strftimf"),
@@ -175,6 +180,15 @@ class Checker(unittest.TestCase):
         found = self.faults(self.data.replace(b"___stack_chk_fail", b"___stack_chk_fall"))
         slices = [where for where, what, _ in found if what == "a stack protector"]
         self.assertEqual(sorted(slices), ["arm64", "x86_64"])
+
+    def test_missing_unwind_entry(self):
+        for architecture in ("x86_64", "arm64"):
+            with self.subTest(architecture):
+                copy = damaged(self.data, architecture, Slice.uncover_last_function)
+                found = [fault for fault in self.faults(copy) if fault[1] != SIGNATURE]
+                ((where, what, faults),) = found
+                self.assertEqual((where, what), (architecture, UNWINDING))
+                self.assertRegex(faults, "^_[^ ,]+ has none$")
 
     def test_debugger_entry(self):
         accepted = damaged(
