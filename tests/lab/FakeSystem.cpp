@@ -44,9 +44,13 @@ bool isDetached(const pthread_attr_t* attributes) {
 
 // --- In place of the C++ library's ---
 
-void* operator new(std::size_t size) {
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   const bool denied = fake::storage.answer == Answer::NO && ::gettid() != ::getpid();
-  void* const memory = denied ? nullptr : ::malloc(size);
+  return denied ? nullptr : ::malloc(size);
+}
+
+void* operator new(std::size_t size) {
+  void* const memory = ::operator new(size, std::nothrow);
   if (memory == nullptr)
     throw std::bad_alloc();
   return memory;
