@@ -83,6 +83,15 @@ void EndToEnd::inHost(const Body& body) {
   });
 }
 
+void EndToEnd::inUnprivilegedHost(const Body& body) const {
+  inHost([&] {
+    asUnprivilegedUser(home.path(), [&] {
+      body();
+      awaitThreads();
+    });
+  });
+}
+
 std::string EndToEnd::launch(std::vector<std::string> arguments) {
   using EntryPoint = int (*)(int, char**);
   const auto entry = reinterpret_cast<EntryPoint>(::dlsym(library, "ThinClientLauncherEntryPoint"));

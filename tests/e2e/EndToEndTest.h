@@ -46,6 +46,10 @@ protected:
   // Runs the body in a host that has loaded the launcher library, and waits for its threads.
   static void inHost(const Body& body);
 
+  // The same in a host whose user permissions bind, with the home as working folder. It has loaded
+  // the library before: that user may be unable to reach it.
+  void inUnprivilegedHost(const Body& body) const;
+
   // One launch in a host: "returned 0", or which exception left the library.
   static std::string launch(std::vector<std::string> arguments = {"launchermode"});
 

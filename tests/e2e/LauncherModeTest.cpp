@@ -106,20 +106,18 @@ TEST_F(LauncherMode, GoesOnWithoutCopies) {
 TEST_F(LauncherMode, LetsErrorsOut) {
   makeCopy("/Applications");
   fs::create_directories(home.launcherDirectory());
-  asUnprivilegedUser(home.path(), [this] {
-    inHost([this] {
-      std::optional<ScopedPermissions> locked(
-          std::in_place, home.launcherDirectory(), fs::perms::none);
-      EXPECT_EQ(launch({"launchermode", "45.12.0.5"}), "filesystem_error Permission denied");
-      const auto firstLog = launchLog();
-      EXPECT_EQ(firstLog.back(), "hvd Client Version provided: 45.12.0.5");
+  inUnprivilegedHost([this] {
+    std::optional<ScopedPermissions> locked(
+        std::in_place, home.launcherDirectory(), fs::perms::none);
+    EXPECT_EQ(launch({"launchermode", "45.12.0.5"}), "filesystem_error Permission denied");
+    const auto firstLog = launchLog();
+    EXPECT_EQ(firstLog.back(), "hvd Client Version provided: 45.12.0.5");
 
-      locked.reset();
-      EXPECT_EQ(launch(), "returned 0");
-      EXPECT_EQ(launchLog(), firstLog) << "the log of the launch that failed was still open";
-      EXPECT_EQ(launch(), "returned 0");
-      EXPECT_EQ(launchLog().back(), "not started from launcher folder, do not clean");
-    });
+    locked.reset();
+    EXPECT_EQ(launch(), "returned 0");
+    EXPECT_EQ(launchLog(), firstLog) << "the log of the launch that failed was still open";
+    EXPECT_EQ(launch(), "returned 0");
+    EXPECT_EQ(launchLog().back(), "not started from launcher folder, do not clean");
   });
   EXPECT_EQ(systemLog->await(2).size(), 2U);
   EXPECT_EQ(reports().size(), 2U);

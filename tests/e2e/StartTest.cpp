@@ -259,7 +259,7 @@ TEST_F(Start, RunsScript) {
 
 TEST_F(Start, RunsUnreadableExecutable) {
   fs::permissions(executableIn(makeCopy("/Applications")), fs::perms(0111));
-  asUnprivilegedUser(home.path(), [] { launchInHost(); });
+  inUnprivilegedHost([] { EXPECT_EQ(launch(), "returned 0"); });
   EXPECT_EQ(outcome(), SUCCESS);
   EXPECT_EQ(report().count("argument 1"), 1U);
 }
@@ -495,13 +495,12 @@ TEST_F(Start, HasDefaultScheduling) {
 // Only a privileged user may leave this scheduling.
 TEST_F(Start, NeedsNoRightToSchedule) {
   makeCopy();
-  asUnprivilegedUser(home.path(), [] {
-    launchInHost([] {
-      const rlimit none{};
-      ASSERT_EQ(::setrlimit(RLIMIT_NICE, &none), 0);
-      const sched_param parameters{};
-      ASSERT_EQ(::sched_setscheduler(0, SCHED_IDLE, &parameters), 0);
-    });
+  inUnprivilegedHost([] {
+    const rlimit none{};
+    ASSERT_EQ(::setrlimit(RLIMIT_NICE, &none), 0);
+    const sched_param parameters{};
+    ASSERT_EQ(::sched_setscheduler(0, SCHED_IDLE, &parameters), 0);
+    EXPECT_EQ(launch(), "returned 0");
   });
   EXPECT_EQ(outcome(), SUCCESS);
 }
