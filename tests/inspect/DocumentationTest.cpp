@@ -179,7 +179,8 @@ TEST(Documentation, SchemaFitsSample) {
 }
 
 TEST(Documentation, SchemaRejectsOthers) {
-  const auto good =
+  // Not in the order of Report, for which clang 22 warns of a deprecated look-up by a pointer.
+  const nlohmann::json good =
       LauncherInspect::makeReport(test::sampleFacts(), "", LauncherInspect::Paths::Absolute);
   const std::pair<const char*, const char*> rows[] = {
       {"/home", "\"~\""},
@@ -191,8 +192,8 @@ TEST(Documentation, SchemaRejectsOthers) {
       {"/cleanUp/more", "1"}};
   for (const auto& [member, value] : rows) {
     auto report = good;
-    report[LauncherInspect::Report::json_pointer(member)] = LauncherInspect::Report::parse(value);
-    EXPECT_NE(validate(LauncherInspect::toJson(report)).status, 0) << member;
+    report[nlohmann::json::json_pointer(member)] = nlohmann::json::parse(value);
+    EXPECT_NE(validate(report.dump()).status, 0) << member;
   }
 }
 
