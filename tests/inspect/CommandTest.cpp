@@ -166,7 +166,7 @@ TEST_F(Command, PrintsVersionAndHelp) {
           HasSubstr("--working-directory DIR"),
           HasSubstr("1.0.0.1 is any"),
           HasSubstr("0 a copy would start, 1 none would, 2 wrong usage,"),
-          HasSubstr(" 3 it cannot be told.")));
+          HasSubstr("\n3 it cannot be told.")));
   for (const auto& line : test::splitLines(help.out))
     EXPECT_LE(line.size(), 80U) << line;
 }

@@ -14,7 +14,7 @@ static const char* const DESCRIPTION =
 
 static const char* const EXIT_STATUSES =
     "Exit status: 0 a copy would start, 1 none would, 2 wrong usage,\n"
-    "             3 it cannot be told.";
+    "3 it cannot be told.";
 
 static CLI::Option* addDirectory(
     CLI::App& app, const char* name, std::optional<fs::path>& directory, const char* help) {
