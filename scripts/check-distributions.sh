@@ -9,9 +9,7 @@
 # SYSTEM: the name of a Debian release, without one bookworm, trixie and testing. "root@" or
 # "newcomer@" before it leaves the other user out.
 # Usage: scripts/check-distributions.sh [--scripts | --ci] [SYSTEM ...]
-set -euo pipefail
-source "$(dirname "$0")/usage.sh"
-cd "$(dirname "$0")/.."
+source "$(dirname "$0")/usage.sh" || exit
 
 case "${1-}" in
   --scripts) commands=(scripts/demo.sh scripts/test.sh); shift ;;
@@ -24,7 +22,8 @@ for system in "${systems[@]}"; do
   [[ $system =~ ^((root|newcomer)@)?[a-z]+$ ]] || wrong_usage
 done
 roots=$PWD/build/distributions
-log=$roots/log
+copy=$roots/copy.$$ # of a system
+log=$copy.log
 
 logged() { "$@" >"$log" 2>&1 || { tail -n 60 "$log" >&2; exit 1; }; }
 
@@ -63,18 +62,18 @@ enter='
   pivot_root . mnt && umount --lazy /mnt
   exec su --login "$2" --command "set -euo pipefail; $3" </dev/null'
 
-# Usage: run_as USER COMMANDS: in $roots/run.
-run_as() { unshare --mount --pid --fork --kill-child bash -euc "$enter" bash "$roots/run" "$@"; }
+# Usage: run_as USER COMMANDS: in $copy.
+run_as() { unshare --mount --pid --fork --kill-child bash -euc "$enter" bash "$copy" "$@"; }
 
-# Usage: prepare SYSTEM USER PACKAGE ...: makes $roots/run a copy of the bare system with these
+# Usage: prepare SYSTEM USER PACKAGE ...: makes $copy a copy of the bare system with these
 # packages, and with a clone in the user's home.
 prepare() {
-  local project=$roots/run/root/project
-  [ "$2" = root ] || project=$roots/run/home/$2/project
-  rm -rf "$roots/run"
-  cp -a "$roots/$1" "$roots/run"
-  cp -L /etc/resolv.conf "$roots/run/etc/resolv.conf"
-  echo "127.0.0.1 localhost $(uname -n)" >"$roots/run/etc/hosts" # sudo asks for this machine's name
+  local project=$copy/root/project
+  [ "$2" = root ] || project=$copy/home/$2/project
+  rm -rf "$copy"
+  cp -a "$roots/$1" "$copy"
+  cp -L /etc/resolv.conf "$copy/etc/resolv.conf"
+  echo "127.0.0.1 localhost $(uname -n)" >"$copy/etc/hosts" # sudo asks for this machine's name
   logged run_as root "apt-get update
     DEBIAN_FRONTEND=noninteractive apt-get install --yes --no-install-recommends ${*:3}"
   git clone --quiet --no-local . "$project"
@@ -110,11 +109,9 @@ try_packages() {
   echo "$1: the Debian packages, docs/embedding.md"
   prepare "$1" root
   logged run_as root "$make_packages"
-  rm -rf "$roots/packages"
-  mkdir "$roots/packages"
-  cp "$roots"/run/root/project/build/demo/*.deb "$roots/packages/"
+  mv "$copy/root/project/build/demo" "$copy.packages"
   prepare "$1" root g++ cmake make pkg-config python3
-  cp -r "$roots/packages" "$roots/run/"
+  mv "$copy.packages" "$copy/packages"
   logged run_as root 'apt-get install --yes /packages/*.deb'
   run_as root "$use_packages"
 }
@@ -145,3 +142,4 @@ for system in "${systems[@]}"; do
   done
 done
 [ "${#commands[@]}" -gt 0 ] || try_packages "$name"
+rm -rf "$copy" "$log"
