@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
 # Checks that programs and libraries for Linux are hardened as cmake/Hardening.cmake asks for.
 # Usage: scripts/check-hardening.sh FILE ...
-set -euo pipefail
-source "$(dirname "$0")/usage.sh"
+source "$(dirname "$0")/usage.sh" || exit
 [[ $# -gt 0 && $1 != -* ]] || wrong_usage
 
 # Usage: expect WHAT PATTERN: in what is known of the file.

@@ -12,9 +12,9 @@ done
 targets=("${@:2}")
 [ "${#targets[@]}" -gt 0 ] || mapfile -t targets < <(ls tests/fuzz/corpus)
 
-scripts/install-packages.sh build test gnustep fuzz
+scripts/install-packages.sh build fuzz
 use_llvm
-cmake --preset fuzz >/dev/null
+cmake --preset fuzz -DLAUNCHER_BUILD_TESTS=AUTO >/dev/null # without the suites
 cmake --build --preset fuzz --target "${targets[@]/#/fuzz_}"
 
 results=$PWD/build/fuzz/results

@@ -64,6 +64,7 @@ coverage llvm-LLVM lists them
 macos lld-LLVM links for macOS
 macos llvm-LLVM joins the architectures and lists symbols
 leaks valgrind finds memory lost or misused in programs as they ship
+fuzz googletest part of the laboratory of the tests
 fuzz clang-LLVM compiles the fuzz targets
 fuzz libplist-dev reads property lists, as an oracle
 fuzz libclang-rt-LLVM-dev libFuzzer and the sanitizers of clang
