@@ -93,6 +93,11 @@ cmake --build --preset demo
 cd build/demo
 cpack'
 
+install_packages='cd /packages
+apt-get install --yes ./libthinclientlauncher1_*.deb ./libthinclientlauncher-dev_*.deb ./launcher-inspect_*.deb
+apt-get install --yes g++ cmake make pkg-config python3
+'
+
 use_packages='cd project
 dpkg-query --show libthinclientlauncher1 libthinclientlauncher-dev launcher-inspect
 scripts/run_docs.py docs/embedding.md'
@@ -110,9 +115,9 @@ try_packages() {
   prepare "$1" root
   logged run_as root "$make_packages"
   mv "$copy/root/project/build/demo" "$copy.packages"
-  prepare "$1" root g++ cmake make pkg-config python3
+  prepare "$1" root
   mv "$copy.packages" "$copy/packages"
-  logged run_as root 'apt-get install --yes /packages/*.deb'
+  logged run_as root "$install_packages"
   run_as root "$use_packages"
 }
 
