@@ -22,8 +22,11 @@ static std::optional<std::int32_t> componentNumber(const std::string& component)
   const char* first = component.data();
   const char* const last = first + component.size();
   first = std::find_if(first, last, [](char c) { return c != ' ' && (c < '\t' || c > '\r'); });
-  if (first != last && *first == '+' && (++first == last || *first == '-'))
-    return std::nullopt;
+  if (first != last && *first == '+') {
+    ++first;
+    if (first != last && *first == '-')
+      return std::nullopt;
+  }
   std::int32_t number = 0;
   if (std::from_chars(first, last, number).ec != std::errc())
     return std::nullopt;

@@ -53,7 +53,8 @@ std::string decoded(std::string_view content) {
   std::string text, element = "<text>" + withoutComments(content) + "</text>";
   g_autoptr(GMarkupParseContext) context =
       g_markup_parse_context_new(&parser, G_MARKUP_TREAT_CDATA_AS_TEXT, &text, nullptr);
-  require(g_markup_parse_context_parse(context, element.data(), gssize(element.size()), nullptr));
+  require(g_markup_parse_context_parse(
+      context, element.data(), static_cast<gssize>(element.size()), nullptr));
   return text;
 }
 
@@ -83,7 +84,7 @@ std::pair<std::string_view, bool> takeTag(std::string_view& rest) {
   require(skip(rest, "<", "") && rest.size() > 1);
   const auto endsName = [](char c) { return g_ascii_isspace(c) || c == '/' || c == '>'; };
   const auto nameEnd = std::find_if(rest.begin() + 1, rest.end(), endsName);
-  std::pair tag(rest.substr(0, std::size_t(nameEnd - rest.begin())), false);
+  std::pair tag(rest.substr(0, static_cast<std::size_t>(nameEnd - rest.begin())), false);
   rest.remove_prefix(tag.first.size());
   while (!rest.empty() && rest.front() != '>') { // quoted values may hold it
     const std::string_view first = rest.substr(0, 1);
@@ -175,7 +176,9 @@ std::string textOf(std::string_view list, const Object& object) {
     units[i] = static_cast<gunichar2>(numberAt(list, object.body + i * unitSize, unitSize));
   glong converted = 0, written = 0; // a NUL ends the conversion
   g_autofree char* text = g_utf16_to_utf8(units.data(), -1, &converted, &written, nullptr);
-  require(text && converted == glong(object.count) && (unitSize == 2 || written == converted));
+  require(
+      text && converted == static_cast<glong>(object.count) &&
+      (unitSize == 2 || written == converted));
   return text;
 }
 
@@ -199,11 +202,11 @@ std::string readFile(const std::string& file) {
   require(::stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode), ListProblem::Unreadable);
   require(status.st_size <= 256 * 1024, ListProblem::TooLarge);
   const Descriptor input(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  std::string list(std::size_t(status.st_size), '\0');
+  std::string list(static_cast<std::size_t>(status.st_size), '\0');
   for (std::size_t got = 0; got < list.size();) {
     const ssize_t more = TEMP_FAILURE_RETRY(::read(input, list.data() + got, list.size() - got));
     require(more > 0, ListProblem::Unreadable);
-    got += std::size_t(more);
+    got += static_cast<std::size_t>(more);
   }
   return list;
 }

@@ -14,6 +14,8 @@
 
 namespace LauncherInspect {
 
+namespace {
+
 // A value of a message, worked out only where the message shows it.
 template <typename Function>
 struct Lazy {
@@ -21,6 +23,8 @@ struct Lazy {
 };
 template <typename Function>
 Lazy(Function) -> Lazy<Function>;
+
+} // namespace
 
 } // namespace LauncherInspect
 
@@ -122,6 +126,7 @@ private:
   }
 
   // The same folder, where it is listed first.
+  // NOLINTNEXTLINE(bugprone-return-const-ref-from-parameter): it lives as long as the facts
   const Candidate& firstListed(const Candidate& candidate) const {
     return candidate.twin ? facts.candidates[*candidate.twin] : candidate;
   }
