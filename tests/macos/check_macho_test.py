@@ -185,10 +185,8 @@ class Checker(unittest.TestCase):
         for architecture in ("x86_64", "arm64"):
             with self.subTest(architecture):
                 copy = damaged(self.data, architecture, Slice.uncover_last_function)
-                found = [fault for fault in self.faults(copy) if fault[1] != SIGNATURE]
-                ((where, what, faults),) = found
-                self.assertEqual((where, what), (architecture, UNWINDING))
-                self.assertRegex(faults, "^_[^ ,]+ has none$")
+                found = [" ".join(fault) for fault in self.faults(copy) if fault[1] != SIGNATURE]
+                self.assertRegex(" ".join(found), f"^{architecture} {UNWINDING} _[^ ]+ has none$")
 
     def test_debugger_entry(self):
         accepted = damaged(
