@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
+#include <list>
 #include <vector>
 
 namespace LauncherInspect {
@@ -27,7 +28,7 @@ struct Line {
   std::string verdict;
   Style style;
 };
-using Lines = std::vector<Line>;
+using Lines = std::list<Line>;
 
 } // namespace
 
@@ -82,7 +83,7 @@ std::string toBriefText(const Report& report, const Terminal& terminal) {
   Lines lines;
   for (const auto& candidate : report.at("candidates"))
     lines.push_back(lineOf(candidate));
-  std::stable_sort(lines.begin(), lines.end(), comesFirst);
+  lines.sort(comesFirst); // those of equal rank stay in order
 
   Page page(terminal);
   if (report.at("chosen").is_null())

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <map>
 #include <pwd.h>
 #include <set>
@@ -219,12 +220,12 @@ static void separateTies(CleanUpPreview& cleanUp) {
       cleanUp.removed.back().launchTime != cleanUp.kept.front().launchTime)
     return;
   const FileTime cut = cleanUp.kept.front().launchTime;
+  const auto isTied = [cut](const auto& folder) { return folder.launchTime == cut; };
   for (auto* folders : {&cleanUp.removed, &cleanUp.kept}) {
-    const auto firstTied = std::stable_partition(
-        folders->begin(), folders->end(), [cut](const auto& f) { return f.launchTime != cut; });
-    cleanUp.tiedKept = static_cast<std::size_t>(folders->end() - firstTied);
-    cleanUp.tied.insert(cleanUp.tied.end(), firstTied, folders->end());
-    folders->erase(firstTied, folders->end());
+    std::copy_if(folders->begin(), folders->end(), std::back_inserter(cleanUp.tied), isTied);
+    const auto end = std::remove_if(folders->begin(), folders->end(), isTied);
+    cleanUp.tiedKept = static_cast<std::size_t>(folders->end() - end);
+    folders->erase(end, folders->end());
   }
 }
 

@@ -126,8 +126,8 @@ private:
   }
 
   // The same folder, where it is listed first.
-  // NOLINTNEXTLINE(bugprone-return-const-ref-from-parameter): it lives as long as the facts
   const Candidate& firstListed(const Candidate& candidate) const {
+    // NOLINTNEXTLINE(bugprone-return-const-ref-from-parameter): it is one of the facts
     return candidate.twin ? facts.candidates[*candidate.twin] : candidate;
   }
 
