@@ -53,7 +53,7 @@ make_folders() {
   mkdir -p "$launcher" "$home/work"
 }
 
-# shellcheck disable=SC2317 # the trap calls it
+# shellcheck disable=SC2317,SC2329 # the trap calls it
 clean_up() {
   if [ "$keep" = yes ]; then
     printf '\nThe folder of the demo is kept: %s\n' "$folder"
