@@ -118,6 +118,7 @@ class WithoutTools(unittest.TestCase):
 
     def addTool(self, name, commands):
         tool = self.root / "bin" / name
+        tool.unlink(missing_ok=True)  # a link to the machine's own
         tool.write_text(f"#!/bin/bash\nPATH={os.environ['PATH']}\n{commands}\n")
         tool.chmod(0o755)
 
