@@ -31,7 +31,13 @@ void syslog(int priority, const char* format, ...) {
   va_end(arguments);
 }
 
-// What a hardened library calls instead.
+// What a hardened library calls instead: from clang with newer headers the first, from gcc the
+// second.
+void __vsyslog_chk(int priority, int flag, const char* format, va_list arguments) {
+  (void)flag;
+  report(priority, format, arguments);
+}
+
 void __syslog_chk(int priority, int flag, const char* format, ...) {
   (void)flag;
   va_list arguments;

@@ -16,6 +16,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdarg>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -116,8 +117,13 @@ extern "C" void syslog(int priority, const char*, ...) {
   noteOutcome(priority);
 }
 
-// What a library calls that is compiled with _FORTIFY_SOURCE.
+// What a library calls that is compiled with _FORTIFY_SOURCE: by gcc, and by clang with newer
+// headers.
 extern "C" void __syslog_chk(int priority, int, const char*, ...) {
+  noteOutcome(priority);
+}
+
+extern "C" void __vsyslog_chk(int priority, int, const char*, std::va_list) {
   noteOutcome(priority);
 }
 
