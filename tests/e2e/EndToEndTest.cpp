@@ -86,6 +86,7 @@ void EndToEnd::inHost(const Body& body) {
 void EndToEnd::inUnprivilegedHost(const Body& body) const {
   inHost([&] {
     asUnprivilegedUser(home.path(), [&] {
+      noteThreadsAtRest();
       body();
       awaitThreads();
     });

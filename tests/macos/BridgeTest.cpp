@@ -4,6 +4,12 @@
 
 namespace fs = std::filesystem;
 
+// The thread sanitizer asks for it. GNUstep and the Objective-C runtime take locks of their own in
+// differing order and are not instrumented.
+extern "C" const char* __tsan_default_suppressions() {
+  return "deadlock:libgnustep-base\ndeadlock:libobjc\nrace:libgnustep-base\nrace:libobjc\n";
+}
+
 namespace test {
 
 // One home for all tests: GNUstep asks only once where the user's folders lie.
