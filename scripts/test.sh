@@ -20,4 +20,5 @@ scripts/install-packages.sh "${purposes[@]}"
 [ "$(uname)" = Darwin ] || use_llvm
 cmake --preset "$preset" >/dev/null
 cmake --build --preset "$preset"
-ctest --preset "$preset" --parallel "$(getconf _NPROCESSORS_ONLN)"
+# Many tests wait for processes: two for each core keep it busy.
+ctest --preset "$preset" --parallel "$((2 * $(getconf _NPROCESSORS_ONLN)))"
