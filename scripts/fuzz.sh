@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Runs every fuzz target, or the named ones, for the given time (60 s, or an hour: scripts/fuzz.sh 3600), two at a time.
+# Runs every fuzz target, or the named ones, for the given time (60 s, or an hour:
+# scripts/fuzz.sh 3600), two at a time.
 # Inputs that reach new code stay in build/fuzz/corpus; one that breaks a promise ends the run.
 # Usage: scripts/fuzz.sh [SECONDS [TARGET ...]]
 source "$(dirname "$0")/usage.sh" || exit

@@ -48,8 +48,7 @@ shell shellcheck static analysis of the scripts
 docs doxygen makes the reference of the interfaces
 packages dpkg-dev finds the libraries that a package depends on
 packages lintian checks the packages
-roots bubblewrap enters a bare system
-roots debootstrap makes one
+roots debootstrap makes a bare system
 tidy clang-tidy-LLVM static analysis
 libcxx clang-LLVM second compiler
 libcxx libc++-LLVM-dev the standard library of macOS
