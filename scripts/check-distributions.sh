@@ -60,7 +60,8 @@ enter='
   mount -t tmpfs -o mode=1777 shm dev/shm
   ln -s pts/ptmx dev/ptmx && ln -s /proc/self/fd dev/fd
   pivot_root . mnt && umount --lazy /mnt
-  exec su --login "$2" --command "set -euo pipefail; $3" </dev/null'
+  su --login "$2" --command "set -euo pipefail; $3" </dev/null
+  exit # this shell, process 1, collects the orphans of the tests; su would not'
 
 # Usage: run_as USER COMMANDS: in $copy.
 run_as() { unshare --mount --pid --fork --kill-child bash -euc "$enter" bash "$copy" "$@"; }
