@@ -4,20 +4,15 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
 #include <thread>
 
-// The number of calls in progress, or RELEASING.
-static std::atomic<int> uses{0};
-constexpr int RELEASING = -1;
-
 namespace {
 
-// Never destroyed.
+// Not destroyed with the library.
 template <typename Object>
 union Lasting {
   Lasting() : object() {}
@@ -33,30 +28,6 @@ Lasting<std::string> lastingBuffer;
 
 std::ofstream& Logger::logFile = lastingFile.object;
 std::string& Logger::logBuffer = lastingBuffer.object;
-
-const Logger::Release Logger::releaseAtEnd{};
-
-Logger::Release::~Release() {
-  int none = 0;
-  if (!uses.compare_exchange_strong(none, RELEASING))
-    return;
-  close();
-  logBuffer.shrink_to_fit(); // it is empty between calls
-  uses = 0;
-}
-
-// A call that begins while the process exits waits for the release, which takes a moment.
-Logger::Use::Use() {
-  int others = 0;
-  while (!uses.compare_exchange_weak(others, others + 1)) {
-    if (others == RELEASING)
-      others = 0;
-  }
-}
-
-Logger::Use::~Use() {
-  --uses;
-}
 
 void Logger::open(const std::filesystem::path& file, bool truncate) {
   validateAndCreatePath(file);
@@ -108,7 +79,8 @@ void Logger::replaceAll(std::string& text, const std::string& what) {
   std::size_t position = 0;
   while (position <= text.size()) {
     if (what.empty()) {
-      // Required: an empty USER loops forever. The yield keeps the compiler from removing the loop.
+      // A known oddity, kept: an empty name is masked for ever. Without the yield, the compiler may
+      // remove the loop.
       std::this_thread::yield();
       continue;
     }

@@ -9,16 +9,6 @@
 // reported; a named pipe cannot. Not thread-safe.
 class Logger {
 public:
-  // Exists while a call writes to the log. The end of the process and the unloading of the library
-  // close the log, except during a call: it may run on another thread while the process exits.
-  class Use {
-  public:
-    Use();
-    ~Use();
-    Use(const Use&) = delete;
-    Use& operator=(const Use&) = delete;
-  };
-
   // Creates the file's folder if it is missing, then opens the file, emptied (truncate) or for
   // appending. A file that cannot be opened leaves the log closed. If a log is open already, it
   // stays open, and every line is dropped until close(). Raises filesystem_error when the folder
@@ -44,13 +34,9 @@ public:
   static void reopen(const std::filesystem::path& file);
 
 private:
-  struct Release {
-    ~Release();
-  };
-
   static void openFile(const std::filesystem::path& file, std::ios::openmode mode);
 
+  // Never destroyed: a call may go on on another thread while the process exits.
   static std::ofstream& logFile;
   static std::string& logBuffer; // the line being assembled; empty between calls
-  static const Release releaseAtEnd;
 };

@@ -170,4 +170,22 @@ TEST_F(UnnamedHome, MayNotBeFound) {
   }
 }
 
+// The log of a launch that failed is still open.
+TEST_F(UnnamedHome, LogsNothingElsewhere) {
+  const fs::path count = makeCopy().dir() / "launchCount.dat";
+  fs::create_symlink(count.filename(), count);
+  inHost([&] {
+    EXPECT_EQ(launch(), "filesystem_error Too many levels of symbolic links");
+    const auto log = launchLog();
+    launchWith({::geteuid(), "", 100});
+    EXPECT_EQ(launchLog(), log);
+
+    ::setenv("HOME", home.path().c_str(), 1);
+    fs::remove(count);
+    EXPECT_EQ(launch(), "returned 0");
+    EXPECT_GT(launchLog().size(), log.size());
+  });
+  EXPECT_EQ(systemLog->await(2).size(), 2U);
+}
+
 } // namespace test

@@ -6,6 +6,8 @@
 #include <random>
 #include <thread>
 
+namespace fs = std::filesystem;
+
 using testing::Each;
 using testing::UnorderedElementsAre;
 
@@ -52,6 +54,19 @@ TEST_F(Unload, UnmapsUnusedLibrary) {
     EXPECT_TRUE(isLibraryMapped());
     closeLibrary();
     EXPECT_FALSE(isLibraryMapped());
+  });
+}
+
+// Only a launch that an error ends leaves something open: its log.
+TEST_F(Unload, ClosesLogLeftOpen) {
+  fs::remove_all(home.launcherDirectory());
+  fs::create_symlink(home.launcherDirectory().filename(), home.launcherDirectory());
+  inHost([] {
+    const auto before = part(currentState(), "descriptor");
+    EXPECT_EQ(launch(), "filesystem_error Too many levels of symbolic links");
+    EXPECT_EQ(part(currentState(), "descriptor").size(), before.size() + 1);
+    closeLibrary();
+    EXPECT_EQ(part(currentState(), "descriptor"), before);
   });
 }
 
@@ -113,7 +128,7 @@ TEST_F(Unload, AllowsExitDuringLaunch) {
     });
   }
   awaitProcesses();
-  const std::filesystem::path parent = home.path() / "Library";
+  const fs::path parent = home.path() / "Library";
   EXPECT_THAT(
       directoriesIn(parent), UnorderedElementsAre(home.applicationSupport(), parent / "Logs"));
   EXPECT_THAT(
