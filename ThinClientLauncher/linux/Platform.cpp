@@ -57,24 +57,29 @@ fs::path applicationSupportDirectory() {
 
 // --- Files ---
 
-// libstdc++'s file clock has 64 bits and represents the years 1882 to 2466; file systems have more.
-fs::file_time_type modificationTime(const fs::path& file) {
+// libstdc++ refuses times after the year 2262 and garbles those before 1882, although file systems
+// have them. Its file clock holds the years 1882 to 2466.
+static fs::file_time_type farTime(std::int64_t seconds, std::chrono::nanoseconds fraction) {
   using Time = fs::file_time_type;
+  using Seconds = std::chrono::duration<Time::rep>;
   constexpr std::int64_t FAR_PAST =
       std::numeric_limits<std::int64_t>::min() / 2; // does not overflow
-  using Seconds = std::chrono::duration<Time::rep>;
-  struct stat status {};
-  if (::stat(file.c_str(), &status) != 0)
-    throw fs::filesystem_error(
-        "cannot read the modification time", file, {errno, std::generic_category()});
-  static const std::chrono::seconds offset = fileClockOffset();
-  const std::int64_t seconds = std::max(status.st_mtim.tv_sec, FAR_PAST);
-  const Seconds time = Seconds(seconds) + offset;
+  const Seconds time = Seconds(std::max(seconds, FAR_PAST)) + fileClockOffset();
   if (time >= std::chrono::floor<Seconds>(Time::max().time_since_epoch()))
     return Time::max();
   if (time <= std::chrono::ceil<Seconds>(Time::min().time_since_epoch()))
     return Time::min() + std::chrono::nanoseconds(1);
-  return Time(time) + std::chrono::nanoseconds(status.st_mtim.tv_nsec);
+  return Time(time) + fraction;
+}
+
+fs::file_time_type modificationTime(const fs::path& file) {
+  constexpr std::int64_t YEAR_1901 = std::numeric_limits<std::int32_t>::min();
+  constexpr std::int64_t YEAR_2242 = std::int64_t{1} << 33;
+  struct stat status {};
+  if (::stat(file.c_str(), &status) == 0 &&
+      (status.st_mtim.tv_sec < YEAR_1901 || status.st_mtim.tv_sec > YEAR_2242))
+    return farTime(status.st_mtim.tv_sec, std::chrono::nanoseconds(status.st_mtim.tv_nsec));
+  return fs::last_write_time(file);
 }
 
 // --- Libraries ---
