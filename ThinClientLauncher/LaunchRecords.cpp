@@ -1,25 +1,20 @@
-#include "ThinClientLauncherBase.h"
+#include "LaunchRecords.h"
 
-#include "LauncherConstants.h"
 #include "LauncherHelper.h"
 #include "LogMessages.h"
 #include "Logger.h"
 #include "NamedPipe.h"
 #include "Platform.h"
+#include "ThinClientLauncherBase.h"
 
-#include <cstdio>
+#include <array>
 #include <ctime>
 #include <fstream>
-#include <limits>
 #include <locale>
 #include <set>
-#include <streambuf>
+#include <sstream>
 
 namespace fs = std::filesystem;
-
-constexpr const char* LAUNCH_DAT_FILE_NAME = "launch.dat";
-constexpr const char* LAUNCHED_COUNT_FILE_NAME = "launchCount.dat";
-constexpr const char* CORRUPT_DAT_FILE_NAME = "corrupt.dat";
 
 // The file, created or emptied; closed if that is impossible.
 static std::ofstream openForWriting(const fs::path& file) {
@@ -40,29 +35,18 @@ static bool writeNumber(const fs::path& file, Number number) {
   return true;
 }
 
-static bool isBlank(int character) {
-  return character == ' ' || (character >= '\t' && character <= '\r');
-}
-
-// As formatted input reads it: blanks and zeros may come first, a number that is too large is the
-// largest, a negative one wraps. Of a record that does not end, no more than the limit is read.
-static std::uint32_t leadingNumber(std::streambuf& record) {
-  constexpr int LIMIT = 1024 * 1024;
-  constexpr std::uint32_t LARGEST = std::numeric_limits<std::uint32_t>::max();
-  int length = 0;
-  const auto next = [&] { return length++ < LIMIT ? record.sbumpc() : EOF; };
-
-  int character = next();
-  while (isBlank(character))
-    character = next();
-  const bool isNegative = character == '-';
-  if (isNegative || character == '+')
-    character = next();
-  std::uint64_t number = 0;
-  for (; character >= '0' && character <= '9' && number <= LARGEST; character = next())
-    number = 10 * number + static_cast<std::uint64_t>(character - '0');
-  const auto magnitude = static_cast<std::uint32_t>(number);
-  return number > LARGEST ? LARGEST : isNegative ? 0U - magnitude : magnitude;
+// At most the first MiB, in case the file is a link to a device that never ends; nothing if it
+// cannot be read.
+static std::string readRecord(const fs::path& file) {
+  constexpr std::size_t LIMIT = 1024 * 1024;
+  std::ifstream stream(file);
+  std::string text;
+  std::array<char, 4096> part{};
+  while (stream && text.size() < LIMIT) {
+    stream.read(part.data(), part.size());
+    text.append(part.data(), static_cast<std::size_t>(stream.gcount()));
+  }
+  return stream.bad() ? std::string() : text;
 }
 
 std::uint32_t ThinClientLauncherBase::getLaunchCount(const Path& dir) const {
@@ -70,13 +54,11 @@ std::uint32_t ThinClientLauncherBase::getLaunchCount(const Path& dir) const {
   const fs::file_status status = fs::status(file);
   if (!fs::exists(status) || fs::is_fifo(status))
     return 0;
-  std::filebuf record;
-  record.open(file, std::ios::in);
-  try {
-    return leadingNumber(record);
-  } catch (const std::ios::failure&) { // a folder, or a disk that fails
-    return 0;
-  }
+  std::istringstream record(readRecord(file));
+  record.imbue(std::locale::classic());
+  std::uint32_t count = 0;
+  record >> count; // 0 for no number, the largest one for one that is too large
+  return count;
 }
 
 void ThinClientLauncherBase::incrementLaunchCount(const Path& dir) const {

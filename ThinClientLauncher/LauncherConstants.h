@@ -7,7 +7,6 @@
 constexpr const char* ORIGINAL_INSTALLATION_DIR = "/Applications";
 constexpr const char* LAUNCHER_FOLDER_NAME = "VantuOrlixVDILauncher";
 constexpr const char* VDI_MAIN_APP_NAME = "OrlixVDIPlugin.app";
-constexpr const char* SAFE_START_FILE_NAME = "started.dat";
 constexpr const char* VDI_LOGE_FOLDER_NAME = "Logs/VantuOrlixVDI";
 
 // Libraries loaded at run time, and the entry symbol looked up in each.

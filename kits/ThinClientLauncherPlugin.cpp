@@ -1,5 +1,6 @@
 #include "ThinClientLauncherPlugin.h"
 
+#include "LaunchRecords.h"
 #include "LauncherConstants.h"
 #include "LauncherHelper.h"
 #include "Platform.h"
