@@ -41,60 +41,25 @@ protected:
 } // namespace
 
 TEST_F(CleanUp, KeepsTwoMostRecent) {
-  makeLaunchedDirectory("an hour ago", hours(1));
-  makeDirectory("never");
-  makeLaunchedDirectory("a week ago", WEEK);
-  launcher.cleanUpLauncherDirectory(launched);
-  EXPECT_THAT(left(), UnorderedElementsAre("launched", "an hour ago", "a week ago"));
-  EXPECT_THAT(messages(), IsEmpty());
-}
-
-TEST_F(CleanUp, RemovesAllOthers) {
-  for (int day = 1; day <= 20; ++day)
-    makeLaunchedDirectory("day " + std::to_string(day), hours(24 * day));
-  launcher.cleanUpLauncherDirectory(launched);
-  EXPECT_THAT(left(), UnorderedElementsAre("launched", "day 1", "day 2"));
-}
-
-TEST_F(CleanUp, KeepsLaunchedCopy) {
-  fs::remove(launched / "launch.dat");
-  makeLaunchedDirectory("a", hours(1));
-  makeLaunchedDirectory("b", hours(2));
-  makeLaunchedDirectory("c", hours(3));
-  launcher.cleanUpLauncherDirectory(launched);
-  EXPECT_THAT(left(), UnorderedElementsAre("launched", "a", "b"));
-}
-
-TEST_F(CleanUp, ComparesPathElements) {
-  for (const char* name : {"a", "b", "c"})
-    makeLaunchedDirectory(name, hours(1));
-  fs::last_write_time(launched / "launch.dat", fs::file_time_type::clock::now() - WEEK);
-  launcher.cleanUpLauncherDirectory(launcherDirectory().string() + "//launched");
-  EXPECT_EQ(left().size(), 3U);
-  EXPECT_TRUE(fs::exists(launched));
-}
-
-TEST_F(CleanUp, KeepsTwoOthers) {
   makeDirectory("never");
   makeLaunchedDirectory("a week ago", WEEK);
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_THAT(left(), UnorderedElementsAre("launched", "never", "a week ago"));
+  for (int day = 1; day <= 20; ++day)
+    makeLaunchedDirectory("day " + std::to_string(day), hours(24 * day));
+  launcher.cleanUpLauncherDirectory(launched);
+  EXPECT_THAT(left(), UnorderedElementsAre("launched", "day 1", "day 2"));
+  EXPECT_THAT(messages(), IsEmpty());
 }
 
-TEST_F(CleanUp, RemovesTwoOfFourTied) {
-  for (const char* name : {"a", "b", "c", "d"})
-    makeDirectory(name);
-  launcher.cleanUpLauncherDirectory(launched);
+// However old it is, and however its path is written.
+TEST_F(CleanUp, KeepsLaunchedCopy) {
+  fs::remove(launched / "launch.dat");
+  for (const char* name : {"a", "b", "c"})
+    makeLaunchedDirectory(name, hours(1));
+  launcher.cleanUpLauncherDirectory(launcherDirectory().string() + "//launched");
   EXPECT_EQ(left().size(), 3U);
   EXPECT_TRUE(fs::exists(launched));
-}
-
-TEST_F(CleanUp, CountsAnyFolder) {
-  makeLaunchedDirectory("with bundle", WEEK);
-  for (const char* name : {"a", "b"})
-    test::writeFile(launcherDirectory() / name / "launch.dat", "");
-  launcher.cleanUpLauncherDirectory(launched);
-  EXPECT_THAT(left(), UnorderedElementsAre("launched", "a", "b"));
 }
 
 TEST_F(CleanUp, GoesByLaunchTime) {
@@ -109,11 +74,8 @@ TEST_F(CleanUp, KeepsFiles) {
   for (const char* name : {"corrupt.dat", "libThinClientLauncher.dylib", "other"})
     test::writeFile(launcherDirectory() / name, "");
   fs::create_symlink(home.path() / "missing", launcherDirectory() / "dangling");
-  makeDirectory("a");
-  makeDirectory("b");
-  launcher.cleanUpLauncherDirectory(launched);
-  EXPECT_EQ(left().size(), 7U);
-  makeDirectory("c");
+  for (const char* name : {"a", "b", "c"})
+    makeDirectory(name);
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_THAT(
       left(),
@@ -122,23 +84,28 @@ TEST_F(CleanUp, KeepsFiles) {
   EXPECT_EQ(left().size(), 7U);
 }
 
-TEST_F(CleanUp, ReadsTimeThroughLink) {
+// Each is a folder with the launch time of its target, the one to the launched copy too.
+TEST_F(CleanUp, CountsLinks) {
   const fs::path target = home.path() / "elsewhere";
   fs::rename(makeLaunchedDirectory("moved", hours(1)), target);
   fs::create_directory_symlink(target, launcherDirectory() / "link");
+  fs::create_directory_symlink(launched, launcherDirectory() / "link to launched");
   makeLaunchedDirectory("a", hours(2));
-  makeLaunchedDirectory("b", hours(3));
   launcher.cleanUpLauncherDirectory(launched);
-  EXPECT_THAT(left(), UnorderedElementsAre("launched", "link", "a"));
+  EXPECT_THAT(left(), UnorderedElementsAre("launched", "link", "link to launched"));
 }
 
-// It is excluded by its path: a link to it is another folder, with the same launch time.
-TEST_F(CleanUp, CountsLinkToLaunchedCopy) {
-  fs::create_directory_symlink(launched, launcherDirectory() / "link");
-  makeLaunchedDirectory("a", hours(1));
-  makeLaunchedDirectory("b", hours(2));
+TEST_F(CleanUp, KeepsTargetsOfLinks) {
+  const fs::path precious = home.path() / "outside" / "folder" / "file";
+  test::writeFile(precious, "precious");
+  for (const char* name : {"a", "b"})
+    makeLaunchedDirectory(name, hours(1));
+  for (const fs::path& folder : {launcherDirectory(), makeDirectory("old")})
+    fs::create_directory_symlink(home.path() / "outside", folder / "link");
+  fs::create_directory_symlink(launcherDirectory(), launcherDirectory() / "old" / "loop");
   launcher.cleanUpLauncherDirectory(launched);
-  EXPECT_THAT(left(), UnorderedElementsAre("launched", "link", "a"));
+  EXPECT_THAT(left(), UnorderedElementsAre("launched", "a", "b"));
+  EXPECT_EQ(test::readFile(precious), "precious");
 }
 
 TEST_F(CleanUp, SkipsLaunchElsewhere) {
@@ -158,27 +125,18 @@ TEST_F(CleanUp, AcceptsNoLauncherFolder) {
   fs::remove_all(launcherDirectory());
   launcher.cleanUpLauncherDirectory(launched);
   EXPECT_FALSE(fs::exists(launcherDirectory()));
-  EXPECT_THAT(messages(), IsEmpty());
-}
-
-TEST_F(CleanUp, AcceptsNoLibrary) {
   fs::remove_all(home.path() / "Library");
   launcher.cleanUpLauncherDirectory("");
   EXPECT_THAT(messages(), IsEmpty());
 }
 
-TEST_F(CleanUp, RaisesForLockedLauncherFolder) {
-  test::asUnprivilegedUser(home.path(), [&] {
-    const test::ScopedPermissions scoped(launcherDirectory(), fs::perms::owner_exec);
-    EXPECT_THROW(launcher.cleanUpLauncherDirectory(launched), fs::filesystem_error);
-  });
-}
-
-TEST_F(CleanUp, RaisesForLockedCopy) {
+TEST_F(CleanUp, RaisesForLockedFolder) {
   const fs::path locked = makeDirectory("locked");
   test::asUnprivilegedUser(home.path(), [&] {
-    const test::ScopedPermissions scoped(locked, fs::perms::none);
-    EXPECT_THROW(launcher.cleanUpLauncherDirectory(launched), fs::filesystem_error);
+    for (const auto& folder : {launcherDirectory(), locked}) {
+      const test::ScopedPermissions scoped(folder, fs::perms::none);
+      EXPECT_THROW(launcher.cleanUpLauncherDirectory(launched), fs::filesystem_error) << folder;
+    }
   });
 }
 
