@@ -26,10 +26,12 @@ protected:
 TEST_F(LoadMode, EntersMainLibrary) {
   // Never looked at in load mode.
   writeFile(home.launcherDirectory() / LAUNCHER_NAME, "no library");
+  const ScopedEnvironment watched("LIBRARY_LOG", home.loadLog().string());
   inHost([] { EXPECT_EQ(launch(), "returned 0"); });
   EXPECT_EQ(outcome(), SUCCESS);
   EXPECT_EQ(awaitProcesses(), 0);
-  EXPECT_THAT(readLines(home.path() / "record"), ElementsAre("call 1: 1 null", "visible"));
+  EXPECT_THAT(
+      readLines(home.path() / "record"), ElementsAre("call 1: 1 null", "log open", "visible"));
   EXPECT_THAT(
       readMessages(home.loadLog()),
       ElementsAre("ThinClientLauncher DLL entry point called", "load mode, load main dll"));

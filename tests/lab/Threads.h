@@ -2,13 +2,17 @@
 
 #include "Eventually.h"
 
+#ifdef __linux__
 #include <filesystem>
 #include <iterator>
 #include <string>
 #include <thread>
 #include <unistd.h>
+#endif
 
 namespace test {
+
+#ifdef __linux__
 
 inline int countAllThreads() {
   const std::filesystem::directory_iterator tasks("/proc/self/task");
@@ -30,5 +34,14 @@ inline void noteThreadsAtRest() {
 inline int countThreads() {
   return countAllThreads() - threadsAtRest + 1;
 }
+
+#else
+// On a Mac the tests start no application, and so no thread.
+inline void noteThreadsAtRest() {}
+
+inline int countThreads() {
+  return 1;
+}
+#endif
 
 } // namespace test

@@ -49,16 +49,7 @@ TEST_F(CorruptVersions, AreDistinctInByteOrder) {
   }
 }
 
-TEST_F(CorruptVersions, ReplaceEarlierOnes) {
-  test::writeFile(file, "44.2.0.100|45.10.0.32950|something longer");
-  launcher.writeCorruptVersions({"45.11.0.1"});
-  EXPECT_EQ(content(), "45.11.0.1");
-  EXPECT_THAT(messages(), ElementsAre(success(1)));
-}
-
 TEST_F(CorruptVersions, OfEmptyListChangeNothing) {
-  launcher.writeCorruptVersions({});
-  EXPECT_FALSE(fs::exists(file));
   test::writeFile(file, "45.11.0.1");
   launcher.writeCorruptVersions({});
   EXPECT_EQ(content(), "45.11.0.1");

@@ -1,9 +1,9 @@
-#include "Eventually.h"
 #include "FakeSleep.h"
 #include "Fork.h"
 #include "LauncherTest.h"
 #include "ThinClientLauncher.h"
 #include "ThinClientLauncherEntryPoint.h"
+#include "Threads.h"
 
 #include <type_traits>
 
@@ -11,6 +11,7 @@ namespace fs = std::filesystem;
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
@@ -31,25 +32,17 @@ constexpr const char* LOAD_MODE = "load mode, load main dll";
 constexpr const char* NOTHING_FOUND = "Best candidate:  (version: 0.0.0.0)";
 constexpr const char* NOT_CLEANED = "not started from launcher folder, do not clean";
 
-// Counted once a thread has run: with the first one, a sanitizer may start its own for good. On a
-// Mac the tests start no application.
-std::size_t threadCount() {
-#ifdef __linux__
-  std::thread([] {}).join();
-  return static_cast<std::size_t>(std::distance(fs::directory_iterator("/proc/self/task"), {}));
-#else
-  return 0;
-#endif
-}
-
 class EntryPoint : public test::LauncherTest {
 protected:
-  EntryPoint() { Logger::close(); }
+  EntryPoint() {
+    Logger::close();
+    test::noteThreadsAtRest();
+  }
 
   // The start of an application ends with its thread.
   ~EntryPoint() override {
     test::FakeSleep::setAction(nullptr);
-    EXPECT_TRUE(test::eventually([&] { return threadCount() <= threadsBefore; }));
+    EXPECT_TRUE(test::eventually([] { return test::countThreads() == 1; }));
   }
 
   // Calls the entry point with an argument vector that ends at the last argument, so that a
@@ -76,12 +69,6 @@ protected:
   static std::string best(const fs::path& copy, const std::string& version) {
     return "Best candidate: " + copy.string() + " (version: " + version + ")";
   }
-
-  std::size_t pauses() const { return test::FakeSleep::count() - pausesBefore; }
-
-private:
-  const std::size_t threadsBefore = threadCount();
-  const std::size_t pausesBefore = test::FakeSleep::count();
 };
 
 } // namespace
@@ -122,9 +109,10 @@ TEST_F(EntryPoint, KnowsLoadModeByItsWord) {
     EXPECT_EQ(call(row.arguments), 0);
     EXPECT_EQ(fs::exists(home.loadLog()), row.loadMode);
     EXPECT_EQ(fs::exists(home.launchLog()), !row.loadMode);
-    EXPECT_THAT(
-        firstOf(row.loadMode ? loadLog() : launchLog(), 2),
-        ElementsAre(CALLED, row.loadMode ? LOAD_MODE : LAUNCHER_MODE));
+    if (row.loadMode)
+      EXPECT_THAT(loadLog(), ElementsAre(CALLED, LOAD_MODE, HasSubstr(" load library failed ")));
+    else
+      EXPECT_THAT(firstOf(launchLog(), 2), ElementsAre(CALLED, LAUNCHER_MODE));
   }
 }
 
@@ -183,21 +171,21 @@ TEST_F(EntryPoint, PausesBeforeItRecords) {
     EXPECT_FALSE(fs::exists(copy / "launchCount.dat"));
     EXPECT_EQ(test::directoriesIn(launcherDirectory()).size(), 4U);
   });
+  const auto pauses = test::FakeSleep::count();
   EXPECT_EQ(call({}), 0);
-  EXPECT_EQ(pauses(), 1U);
+  EXPECT_EQ(test::FakeSleep::count(), pauses + 1);
   EXPECT_TRUE(fs::exists(copy / "launchCount.dat"));
   EXPECT_EQ(test::directoriesIn(launcherDirectory()).size(), 3U);
 }
 
 TEST_F(EntryPoint, RecordsBeforeItCleans) {
   const fs::path copy = makeCopy("copy", "45.11.0.1");
-  for (const char* name : {"a", "b", "c"})
-    test::writeFile(launcherDirectory() / name / "content" / "file", "");
+  for (const char* name : {"a", "b"})
+    makeCopy(name, "45.9").launched(std::chrono::hours(1));
+  const fs::path content = launcherDirectory() / "old" / "content";
+  test::writeFile(content / "file", "");
   test::asUnprivilegedUser(home.path(), [&] {
-    const auto stuck = fs::perms::owner_read | fs::perms::owner_exec;
-    const test::ScopedPermissions a(launcherDirectory() / "a" / "content", stuck);
-    const test::ScopedPermissions b(launcherDirectory() / "b" / "content", stuck);
-    const test::ScopedPermissions c(launcherDirectory() / "c" / "content", stuck);
+    const test::ScopedPermissions stuck(content, fs::perms::owner_read | fs::perms::owner_exec);
     EXPECT_EQ(call({}), 0);
     const auto lines = launchLog();
     ASSERT_GE(lines.size(), 2U);
@@ -220,18 +208,6 @@ TEST_F(EntryPoint, FallsBackToViableCopies) {
   EXPECT_EQ(launchCount(b), "1");
 }
 
-TEST_F(EntryPoint, ChoosesTheFirstOfEqualCopies) {
-  for (const char* clientVersion : {"45.12", "45.10"}) {
-    SCOPED_TRACE(clientVersion); // a compatible one, and one with which it falls back
-    fs::remove_all(launcherDirectory());
-    for (const char* name : {"x", "c", "m", "a"})
-      makeCopy(name, "45.11.0.1");
-    const fs::path first = test::directoriesIn(launcherDirectory()).front();
-    EXPECT_EQ(call({"launchermode", clientVersion}), 0);
-    EXPECT_EQ(launchCount(first), "1");
-  }
-}
-
 TEST_F(EntryPoint, RecordsInWorkingFolderWithoutApplicationSupport) {
   fs::remove_all(home.applicationSupport());
   const fs::path working = home.path() / "working";
@@ -240,13 +216,7 @@ TEST_F(EntryPoint, RecordsInWorkingFolderWithoutApplicationSupport) {
     EXPECT_EQ(call({}), 0);
     EXPECT_EQ(launchCount(working), "1");
     EXPECT_TRUE(fs::exists(working / "launch.dat"));
-    EXPECT_THAT(
-        launchLog(),
-        ElementsAre(
-            CALLED,
-            LAUNCHER_MODE,
-            NOTHING_FOUND,
-            "VDI Launch count updated to: 1 for directory: "));
+    EXPECT_EQ(launchLog().back(), "VDI Launch count updated to: 1 for directory: ");
   });
 }
 
@@ -257,32 +227,16 @@ TEST_F(EntryPoint, LaunchesWithoutLog) {
   EXPECT_EQ(launchCount(copy), "1");
 }
 
-TEST_F(EntryPoint, OnlyLoadsInLoadMode) {
-  const fs::path copy = makeCopy("copy", "45.11.0.1");
-  EXPECT_EQ(call({"loadmode"}), 0);
-  EXPECT_FALSE(fs::exists(copy / "launchCount.dat"));
-  EXPECT_EQ(pauses(), 0U);
-  EXPECT_THAT(
-      loadLog(),
-      ElementsAre(CALLED, LOAD_MODE, testing::HasSubstr(" load library failed dleeror: ")));
-}
-
 // --- One call after the other ---
 
-TEST_F(EntryPoint, EmptiesItsLogAtEveryCall) {
+TEST_F(EntryPoint, EmptiesAndClosesItsLog) {
   call({"launchermode", "45.12"});
   call({"loadmode"});
   EXPECT_THAT(firstOf(launchLog(), 2), ElementsAre(CALLED, LAUNCHER_MODE));
   call({});
+  Logger::log("after the call");
   EXPECT_THAT(launchLog(), ElementsAre(CALLED, LAUNCHER_MODE, NOTHING_FOUND, NOT_CLEANED));
   EXPECT_THAT(firstOf(loadLog(), 2), ElementsAre(CALLED, LOAD_MODE));
-}
-
-TEST_F(EntryPoint, ClosesItsLog) {
-  call({});
-  const Lines before = launchLog();
-  Logger::log("after the call");
-  EXPECT_EQ(launchLog(), before);
 }
 
 TEST_F(EntryPoint, RaisesForLogFolder) {

@@ -1,6 +1,5 @@
 #include "Home.h"
 #include "LauncherHelper.h"
-#include "Process.h"
 
 #include <gtest/gtest.h>
 
@@ -25,15 +24,4 @@ TEST(HomeDirectory, ComesFromPasswordFile) {
     const test::ScopedEnvironment home("HOME", value);
     EXPECT_EQ(LauncherHelper::getLogPath(), expected / "Library" / "Logs/VantuOrlixVDI");
   }
-}
-
-// The password file knows nothing of this user.
-TEST(HomeDirectory, MayBeMissing) {
-  const test::ScopedDirectory folder;
-  const test::Result result = test::run(
-      {{"unshare", "--user", "--map-user=4000000", APPLICATION_PROGRAM, "loadmode"},
-       folder.path(),
-       {{"HOME", ""}, {"LOADER_OPERATIONS", "entry"}}});
-  EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_TRUE(fs::is_empty(folder.path())) << "a log in the working folder";
 }

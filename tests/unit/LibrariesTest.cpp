@@ -1,4 +1,3 @@
-#include "Fork.h"
 #include "LauncherTest.h"
 #include "Process.h"
 
@@ -57,7 +56,8 @@ protected:
     return executable.parent_path().string() + "/../Frameworks/" + name;
   }
 
-  const fs::path application = home.path() / "App";
+  // Shown as it is for the main library, quoted for the launcher.
+  const fs::path application = home.path() / "a \"quoted\" \\ folder";
   const fs::path executable = application / "MacOS" / "application";
   const fs::path frameworks = application / "Frameworks";
   const fs::path shared = launcherDirectory() / LAUNCHER_NAME;
@@ -69,20 +69,14 @@ protected:
 
 // --- The main library ---
 
-TEST_F(Libraries, CallsMainEntry) {
+TEST_F(Libraries, CallMainEntryEachTime) {
   installMain(MAIN_LIBRARY);
-  loadMain();
-  EXPECT_THAT(recorded(), ElementsAre("call 1: 1 null", "visible"));
+  const fs::path elsewhere = home.path() / "elsewhere" / "MacOS";
+  fs::create_directories(elsewhere);
+  test::writeFile(elsewhere.parent_path() / "Frameworks" / MAIN_NAME, "no library");
+  run({{executable}, elsewhere, {{"LOADER_OPERATIONS", "main main"}}});
+  EXPECT_THAT(recorded(), ElementsAre("call 1: 1 null", "call 2: 1 null", "visible"));
   EXPECT_THAT(messages(), IsEmpty());
-}
-
-TEST_F(Libraries, IgnoresWorkingFolder) {
-  installMain(MAIN_LIBRARY);
-  test::writeFile(home.path() / "elsewhere" / "Frameworks" / MAIN_NAME, "no library");
-  workingDirectory = home.path() / "elsewhere" / "MacOS";
-  fs::create_directory(workingDirectory);
-  loadMain();
-  EXPECT_THAT(recorded(), ElementsAre("call 1: 1 null", "visible"));
 }
 
 // Without /proc the folder of the executable is unknown.
@@ -109,12 +103,6 @@ TEST_F(Libraries, AreNeverFoundInWorkingFolder) {
   EXPECT_THAT(recorded(), IsEmpty());
 }
 
-TEST_F(Libraries, StayLoaded) {
-  installMain(MAIN_LIBRARY);
-  run({{executable}, "/", {{"LOADER_OPERATIONS", "main main"}}});
-  EXPECT_THAT(recorded(), ElementsAre("call 1: 1 null", "call 2: 1 null", "visible"));
-}
-
 TEST_F(Libraries, AcceptMainWithoutEntry) {
   installMain(ENTRYLESS_LIBRARY);
   loadMain();
@@ -127,18 +115,6 @@ TEST_F(Libraries, CallNothingForMissingMain) {
   loadMain();
   EXPECT_THAT(messages(), ElementsAre(failureOf(inFrameworks(MAIN_NAME))));
   EXPECT_THAT(recorded(), IsEmpty());
-}
-
-TEST_F(Libraries, LogMainPathUnquoted) {
-  const fs::path odd = home.path() / "a \"quoted\" \\ folder";
-  fs::create_directory(odd);
-  fs::rename(application, odd / "App");
-  test::writeFile(odd / "App" / "Frameworks" / MAIN_NAME, "no library");
-  const fs::path program = odd / "App" / "MacOS" / "application";
-  run({{program}, "/", {{"LOADER_OPERATIONS", "main"}}});
-  EXPECT_THAT(
-      messages(),
-      ElementsAre(failureOf(program.parent_path().string() + "/../Frameworks/" + MAIN_NAME)));
 }
 
 TEST_F(Libraries, BindAllSymbolsAtOnce) {
@@ -159,16 +135,6 @@ TEST_F(Libraries, LetExceptionsThrough) {
   EXPECT_THAT(recorded(), ElementsAre("launcher 1 null", exception, "visible"));
 }
 
-TEST_F(Libraries, RunMainWithLogOpen) {
-  installMain(MAIN_LIBRARY);
-  const test::ScopedEnvironment watched("LIBRARY_LOG", home.loadLog().string());
-  run({{executable, "loadmode"}, "/", {{"LOADER_OPERATIONS", "entry"}, {"LOADER_LOG", "/"}}});
-  EXPECT_THAT(recorded(), ElementsAre("call 1: 1 null", "log open", "visible"));
-  EXPECT_THAT(
-      test::readMessages(home.loadLog()),
-      ElementsAre("ThinClientLauncher DLL entry point called", "load mode, load main dll"));
-}
-
 // --- The launcher library ---
 
 TEST_F(Libraries, PreferLauncherFolder) {
@@ -179,40 +145,17 @@ TEST_F(Libraries, PreferLauncherFolder) {
   EXPECT_THAT(messages(), ElementsAre(FROM_LAUNCHER_DIRECTORY));
 }
 
-TEST_F(Libraries, FallBackToOwnLauncher) {
-  install(FAKE_LAUNCHER_LIBRARY, frameworks, LAUNCHER_NAME);
-  loadLauncher({"launchermode"});
-  EXPECT_THAT(recorded(), ElementsAre("launcher 2 [launchermode] null", "visible"));
-  EXPECT_THAT(messages(), ElementsAre(FROM_EXECUTABLE));
-}
-
-TEST_F(Libraries, TakeOwnLauncherInLoadMode) {
-  install(ENTRYLESS_LIBRARY, launcherDirectory(), LAUNCHER_NAME);
-  install(FAKE_LAUNCHER_LIBRARY, frameworks, LAUNCHER_NAME);
-  loadLauncher({"loadmode", "more"});
-  EXPECT_THAT(recorded(), ElementsAre("launcher 3 [loadmode] [more] null", "visible"));
-  EXPECT_THAT(messages(), ElementsAre(FROM_EXECUTABLE));
-}
-
+// In load mode it is not examined.
 TEST_F(Libraries, RaiseForUnexaminableLauncher) {
   install(FAKE_LAUNCHER_LIBRARY, frameworks, LAUNCHER_NAME);
   fs::create_directories(launcherDirectory());
   fs::create_symlink(LAUNCHER_NAME, shared);
-  loadLauncher({"loadmode"});
-  EXPECT_THAT(recorded(), ElementsAre("launcher 2 [loadmode] null", "visible")) << "not examined";
   loadLauncher();
   EXPECT_THAT(recorded(), ElementsAre(StartsWith("exception: ")));
   EXPECT_THAT(messages(), IsEmpty());
-}
-
-TEST_F(Libraries, RaiseForLockedLauncherFolder) {
-  fs::create_directories(launcherDirectory());
-  test::asUnprivilegedUser(home.path(), [&] {
-    const test::ScopedPermissions scoped(launcherDirectory(), fs::perms::none);
-    loadLauncher();
-    EXPECT_THAT(recorded(), ElementsAre(StartsWith("exception: ")));
-    EXPECT_THAT(messages(), IsEmpty());
-  });
+  loadLauncher({"loadmode", "more"});
+  EXPECT_THAT(recorded(), ElementsAre("launcher 3 [loadmode] [more] null", "visible"));
+  EXPECT_THAT(messages(), ElementsAre(FROM_EXECUTABLE));
 }
 
 TEST_F(Libraries, TryNoOtherThanBrokenLauncher) {
@@ -231,25 +174,17 @@ TEST_F(Libraries, TakeAnyEntryForALauncher) {
   EXPECT_EQ(messages().front(), FROM_LAUNCHER_DIRECTORY);
   fs::remove(shared);
   fs::create_symlink(home.path() / "missing", shared);
-  loadLauncher();
+  loadLauncher({"launchermode"});
   EXPECT_THAT(messages(), ElementsAre(FROM_EXECUTABLE)) << "but a dangling link";
+  EXPECT_THAT(recorded(), ElementsAre("launcher 2 [launchermode] null", "visible"));
 }
 
 TEST_F(Libraries, LogMissingLauncherQuoted) {
   loadLauncher();
-  EXPECT_THAT(
-      messages(), ElementsAre(FROM_EXECUTABLE, failureOf('"' + inFrameworks(LAUNCHER_NAME) + '"')));
-}
-
-TEST_F(Libraries, EscapeQuotesInLauncherPath) {
-  const fs::path odd = home.path() / "a \"quoted\" \\ folder";
-  const test::ScopedEnvironment oddHome("HOME", odd.string());
-  const fs::path below = fs::relative(shared, home.path());
-  test::writeFile(odd / below, "no library");
-  loadLauncher();
-  const std::string shown =
-      '"' + home.path().string() + "/a \\\"quoted\\\" \\\\ folder/" + below.string() + '"';
-  EXPECT_THAT(messages(), ElementsAre(FROM_LAUNCHER_DIRECTORY, failureOf(shown)));
+  const std::string shown = '"' + home.path().string() +
+                            "/a \\\"quoted\\\" \\\\ folder/MacOS/../Frameworks/" + LAUNCHER_NAME +
+                            '"';
+  EXPECT_THAT(messages(), ElementsAre(FROM_EXECUTABLE, failureOf(shown)));
 }
 
 TEST_F(Libraries, LogLauncherWithoutEntry) {

@@ -1,5 +1,5 @@
 // A plug-in application: loads the launcher library, which gets its own arguments.
-// LOADER_OPERATIONS names other operations to perform: main, launcher, entry and start, with blanks
+// LOADER_OPERATIONS names other operations to perform: main, launcher and start, with blanks
 // between them. LOADER_LOG names a log to open before. Records exceptions, and at the end whether
 // the symbols of a loaded library are visible to all.
 
@@ -8,7 +8,6 @@
 #include "LauncherHelper.h"
 #include "Logger.h"
 #include "Record.h"
-#include "ThinClientLauncherEntryPoint.h"
 #include "Threads.h"
 
 #include <dlfcn.h>
@@ -36,10 +35,8 @@ static void perform(const std::string& operation, int argc, char** argv) {
     LauncherHelper::loadMainDllFromCurrentDirectory();
   else if (operation == "launcher")
     LauncherHelper::loadLauncherDll(argc, argv);
-  else if (operation == "start")
-    start(argv);
   else
-    ThinClientLauncherEntryPoint(argc, argv);
+    start(argv);
 }
 
 int main(int argc, char** argv) {
