@@ -29,6 +29,11 @@ protected:
   // What the libraries of the tests recorded about their calls.
   std::vector<std::string> record() const { return readLines(folder() / "record"); }
 
+  // The messages in the log of this mode.
+  static std::vector<std::string> log(const std::string& mode) {
+    return readMessages(library() / "Logs/VantuOrlixVDI" / ("vdi-launch-" + mode + "-log.txt"));
+  }
+
   // Calls an entry function with these arguments.
   template <typename Function>
   static auto enter(Function function, std::vector<std::string> arguments) {

@@ -10,18 +10,11 @@ namespace {
 
 class WholeLaunch : public test::BridgeTest {
 protected:
-  WholeLaunch() : user("USER", std::nullopt) {}
-
   static int launch(const std::vector<std::string>& arguments) {
     return enter(ThinClientLauncherEntryPoint, arguments);
   }
 
-  static std::vector<std::string> log(const std::string& mode) {
-    const std::string name = "vdi-launch-" + mode + "-log.txt";
-    return test::readMessages(library() / "Logs" / "VantuOrlixVDI" / name);
-  }
-
-  test::ScopedEnvironment user;
+  const test::ScopedEnvironment user{"USER", std::nullopt};
 };
 
 TEST_F(WholeLaunch, StartsAndCleansUp) {
