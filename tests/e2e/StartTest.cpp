@@ -11,7 +11,6 @@
 #include <csignal>
 #include <fcntl.h>
 #include <fstream>
-#include <ostream>
 #include <pthread.h>
 #include <sched.h>
 #include <sys/resource.h>
@@ -19,6 +18,7 @@
 
 namespace fs = std::filesystem;
 
+using testing::Each;
 using testing::EndsWith;
 using testing::IsEmpty;
 using testing::MatchesRegex;
@@ -30,29 +30,9 @@ namespace {
 
 using FakeSystem::Answer;
 
-// What a host does before it launches.
-struct Preparation {
-  const char* name;
-  void (*apply)();
-};
-
-std::ostream& operator<<(std::ostream& out, const Preparation& preparation) {
-  return out << preparation.name;
-}
-
-template <typename Named>
-std::string nameOf(const testing::TestParamInfo<Named>& test) {
-  return test.param.name;
-}
-
 void nothing() {}
 
 void ignoreSignal(int) {}
-
-void setAllSignals(void (*handler)(int)) {
-  for (int signal = 1; signal < NSIG; ++signal)
-    std::signal(signal, handler);
-}
 
 // To something that no application gets.
 void redirectStreams() {
@@ -134,22 +114,19 @@ TEST_F(Start, GivesOwnSession) {
   EXPECT_EQ(application["folder"], "/");
 }
 
-class Streams : public Start, public testing::WithParamInterface<Preparation> {};
-
-TEST_P(Streams, AreNull) {
+TEST_F(Start, GivesNullStreams) {
   makeCopy();
-  auto application = launchOne(GetParam().apply);
-  EXPECT_THAT(application["descriptor 0"], StartsWith("/dev/null read"));
-  EXPECT_THAT(application["descriptor 1"], MatchesRegex("/dev/null (read-)?write"));
-  EXPECT_THAT(application["descriptor 2"], MatchesRegex("/dev/null (read-)?write"));
-  EXPECT_EQ(part(application, "descriptor ").size(), 3U);
+  launchInHost(redirectStreams);
+  launchInHost(closeStreams);
+  const auto applications = reports();
+  EXPECT_EQ(applications.size(), 2U);
+  for (auto application : applications) {
+    EXPECT_THAT(application["descriptor 0"], StartsWith("/dev/null read"));
+    EXPECT_THAT(application["descriptor 1"], MatchesRegex("/dev/null (read-)?write"));
+    EXPECT_THAT(application["descriptor 2"], MatchesRegex("/dev/null (read-)?write"));
+    EXPECT_EQ(part(application, "descriptor ").size(), 3U);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    HostHas,
-    Streams,
-    testing::Values(Preparation{"All", redirectStreams}, Preparation{"None", closeStreams}),
-    nameOf<Preparation>);
 
 TEST_F(Start, PassesEnvironment) {
   makeCopy();
@@ -168,40 +145,31 @@ TEST_F(Start, PassesNoDescriptor) {
   EXPECT_EQ(part(launchOne(openDescriptors), "descriptor ").size(), 3U);
 }
 
-class Signals : public Start, public testing::WithParamInterface<Preparation> {};
-
-TEST_P(Signals, AreDefault) {
+TEST_F(Start, GivesDefaultSignals) {
   makeCopy();
-  auto application = launchOne(GetParam().apply);
+  auto application = launchOne([] {
+    for (int signal = 1; signal < NSIG; ++signal)
+      std::signal(signal, SIG_IGN);
+    sigset_t all;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_BLOCK, &all, nullptr);
+  });
   for (const char* set : {"signals ignored", "signals handled", "signals blocked"})
     EXPECT_EQ(application[set], "0000000000000000") << set;
 }
 
-const Preparation SIGNALS[] = {
-    {"Ignored", [] { setAllSignals(SIG_IGN); }},
-    {"Handled", [] { setAllSignals(ignoreSignal); }},
-    {"Blocked", [] {
-       sigset_t all;
-       ::sigfillset(&all);
-       ::pthread_sigmask(SIG_BLOCK, &all, nullptr);
-     }}};
-
-INSTANTIATE_TEST_SUITE_P(Host, Signals, testing::ValuesIn(SIGNALS), nameOf<Preparation>);
-
 // --- Arguments ---
 
-class Argument : public Start, public testing::WithParamInterface<const char*> {};
-
-TEST_P(Argument, IsPassedWhole) {
-  auto application = start(makeCopy(), GetParam());
-  ASSERT_EQ(part(application, "argument ").size(), 2U);
-  EXPECT_EQ(application["argument 1"], GetParam());
+TEST_F(Start, PassesArgumentWhole) {
+  const std::string odd = " two  words \"and\" $(quotes), Gr\u00fc\u00dfe \u65e5\u672c ";
+  auto application = start(makeCopy(), odd);
+  EXPECT_EQ(part(application, "argument ").size(), 2U);
+  EXPECT_EQ(application["argument 1"], odd);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Text,
-    Argument,
-    testing::Values("", " two  words \"and\" $(quotes) ", "Gr\u00fc\u00dfe \u65e5\u672c"));
+TEST_F(Start, PassesEmptyArgument) {
+  EXPECT_EQ(part(start(makeCopy(), ""), "argument ").size(), 2U);
+}
 
 TEST_F(Start, OmitsNonUtf8Argument) {
   EXPECT_EQ(part(start(makeCopy(), "load\xFFmode"), "argument ").size(), 1U);
@@ -218,30 +186,11 @@ TEST_F(Start, RunsNamedExecutable) {
   EXPECT_EQ(launchOne()["executable"], named.string());
 }
 
-TEST_F(Start, DefaultsToBundleName) {
-  Copy copy = makeCopy().list(propertyList({{"CFBundleShortVersionString", "45.12.0.1"}}));
-  EXPECT_EQ(launchOne()["executable"], executableIn(copy).string());
-}
-
 TEST_F(Start, NeedsNoPropertyList) {
   const Copy copy = makeCopy();
   fs::remove(propertyListIn(copy));
   EXPECT_EQ(launchOne()["executable"], executableIn(copy).string());
 }
-
-class ExecutableName : public Start, public testing::WithParamInterface<const char*> {};
-
-TEST_P(ExecutableName, StaysInItsFolder) {
-  const Copy copy = makeCopy().list(propertyList(
-      {{"CFBundleExecutable", GetParam()}, {"CFBundleShortVersionString", "45.12.0.1"}}));
-  fs::copy_file(PROBE_PROGRAM, bundleIn(copy) / "Contents" / "x");
-  EXPECT_EQ(
-      launchNone(),
-      std::string("Failed to run the app: CFBundleExecutable is no file name: ") + GetParam());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Path, ExecutableName, testing::Values("../x", "..", ".", "/bin/true", "sub/x", "x/"));
 
 static void replaceByScript(const fs::path& executable, const std::string& content) {
   fs::remove(executable);
@@ -282,10 +231,6 @@ struct Breakage {
   const char* reason;
 };
 
-std::ostream& operator<<(std::ostream& out, const Breakage& breakage) {
-  return out << breakage.name;
-}
-
 constexpr const char* SHELL_COMMAND = "\ntouch \"$HOME/shell-ran\"\n";
 
 const Breakage BREAKAGES[] = {
@@ -320,22 +265,20 @@ const Breakage BREAKAGES[] = {
      [](const fs::path& executable) { replaceByScript(executable, "#!/missing/interpreter\n"); },
      "No such file or directory"}};
 
-class BrokenCopy : public Start, public testing::WithParamInterface<Breakage> {};
-
-TEST_P(BrokenCopy, IsReported) {
-  const Copy copy = makeCopy();
-  GetParam().apply(executableIn(copy));
-  EXPECT_EQ(launchNone(), failure(executableIn(copy), GetParam().reason));
-  EXPECT_EQ(readFile(copy.dir() / "launchCount.dat"), "1");
+TEST_F(Start, ReportsBrokenCopies) {
+  std::vector<std::string> expected;
+  for (const auto& breakage : BREAKAGES) {
+    SCOPED_TRACE(breakage.name);
+    const Copy copy = makeCopy();
+    breakage.apply(executableIn(copy));
+    launchInHost();
+    EXPECT_EQ(readFile(copy.dir() / "launchCount.dat"), "1");
+    expected.push_back(failure(executableIn(copy), breakage.reason));
+    fs::remove_all(copy);
+  }
+  EXPECT_EQ(systemLog->awaitMessages(expected.size()), expected);
+  EXPECT_THAT(reports(), IsEmpty());
   EXPECT_FALSE(fs::exists(home.path() / "shell-ran"));
-}
-
-INSTANTIATE_TEST_SUITE_P(Kind, BrokenCopy, testing::ValuesIn(BREAKAGES), nameOf<Breakage>);
-
-TEST_F(Start, ReportsWithoutStreams) {
-  const Copy copy = makeCopy();
-  fs::remove(executableIn(copy));
-  EXPECT_EQ(launchNone(closeStreams), failure(executableIn(copy), "No such file or directory"));
 }
 
 // A path is text, not a format.
@@ -473,13 +416,9 @@ TEST_F(Start, IgnoresStalledLog) {
 // The smallest size is below that of the thread-local variables, the other above the address space.
 TEST_F(Start, HasStackEnough) {
   makeCopy();
-  const auto smallest = static_cast<std::size_t>(PTHREAD_STACK_MIN);
-  EXPECT_EQ(launchOne([&] { setDefaultStackSize(smallest); }).count("argument 1"), 1U);
-}
-
-TEST_F(Start, NeedsNoHugeStack) {
-  makeCopy();
-  EXPECT_EQ(launchOne([] { setDefaultStackSize(1ULL << 48); }).count("argument 1"), 1U);
+  for (const std::size_t size : {static_cast<std::size_t>(PTHREAD_STACK_MIN), std::size_t{1} << 48})
+    launchInHost([&] { setDefaultStackSize(size); });
+  EXPECT_EQ(reports().size(), 2U);
 }
 
 // The C library also remembers what pthread_setschedparam set.
@@ -505,32 +444,26 @@ TEST_F(Start, NeedsNoRightToSchedule) {
   EXPECT_EQ(outcome(), SUCCESS);
 }
 
-class Children : public Start, public testing::WithParamInterface<Preparation> {};
-
-TEST_P(Children, AreTreatedAsBefore) {
+// However the host treats them.
+TEST_F(Start, LeavesNoChild) {
   makeCopy();
-  inHost([this] {
-    GetParam().apply();
-    auto before = currentState();
-    EXPECT_EQ(launch(), "returned 0");
-    EXPECT_EQ(outcome(), SUCCESS);
-    auto after = currentState();
-    EXPECT_EQ(part(after, "disposition"), part(before, "disposition"));
-    EXPECT_EQ(after["children"], "none");
-    EXPECT_EQ(after["threads"], before["threads"]);
-  });
-  EXPECT_EQ(reports().size(), 1U);
+  struct sigaction actions[3]{};
+  actions[0].sa_handler = SIG_IGN;
+  actions[1].sa_handler = ignoreSignal;
+  actions[2].sa_flags = SA_NOCLDWAIT;
+  for (const auto& action : actions) {
+    inHost([&] {
+      EXPECT_EQ(::sigaction(SIGCHLD, &action, nullptr), 0);
+      const auto before = part(currentState(), "disposition");
+      EXPECT_EQ(launch(), "returned 0");
+      awaitThreads();
+      auto after = currentState();
+      EXPECT_EQ(part(after, "disposition"), before);
+      EXPECT_EQ(after["children"], "none");
+    });
+  }
+  EXPECT_THAT(systemLog->awaitMessages(3), Each(SUCCESS));
+  EXPECT_EQ(reports().size(), 3U);
 }
-
-const Preparation CHILDREN[] = {
-    {"Ignored", [] { std::signal(SIGCHLD, SIG_IGN); }},
-    {"Handled", [] { std::signal(SIGCHLD, ignoreSignal); }},
-    {"LeftUnwaited", [] {
-       struct sigaction action {};
-       action.sa_flags = SA_NOCLDWAIT;
-       EXPECT_EQ(::sigaction(SIGCHLD, &action, nullptr), 0);
-     }}};
-
-INSTANTIATE_TEST_SUITE_P(Host, Children, testing::ValuesIn(CHILDREN), nameOf<Preparation>);
 
 } // namespace test
