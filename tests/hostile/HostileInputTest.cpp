@@ -72,10 +72,6 @@ Placement linkTo(const char* target) {
   return [=](const fs::path& path) { fs::create_symlink(target, path); };
 }
 
-void placeDirectory(const fs::path& path) {
-  test::writeFile(path / "content", "in a folder");
-}
-
 void placePipe(const fs::path& path) {
   ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
 }
@@ -259,10 +255,8 @@ TEST(HostileInput, LaunchCounts) {
       "launches",
       "launchCount.dat",
       {
-          {"a folder", placeDirectory, "0"},
           {"1 GB of zero bytes, sparse", sparseFile(GIGABYTE), "0"},
           {"1 GB, sparse, that starts with a number", sparseFile(GIGABYTE, "7"), "7"},
-          {"binary garbage", file("\x80\xFF" + randomBytes(100'000)), "0"},
           {"a megabyte of digits", file(std::string(1'000'000, '9')), "4294967295"},
           {"a megabyte of zeros and a number", file(std::string(1'000'000, '0') + "12"), "12"},
           {"a megabyte of blanks and a number", file(std::string(1'000'000, ' ') + "12"), "12"},
@@ -270,8 +264,6 @@ TEST(HostileInput, LaunchCounts) {
           {"100 MB of zeros", hugeFile('0'), "0"},
           {"100 MB of blanks", hugeFile(' '), "0"},
           {"an endless device", linkTo("/dev/zero"), "0"},
-          {"a socket", placeSocket, "0"},
-          {"a dangling link", linkTo("nowhere"), "0"},
       });
 }
 
@@ -280,14 +272,9 @@ TEST(HostileInput, SafeStarts) {
       "started",
       "started.dat",
       {
-          {"a file", file(""), "yes"},
           {"1 GB, sparse", sparseFile(GIGABYTE), "yes"},
-          {"a folder", placeDirectory, "yes"},
           {"a named pipe", placePipe, "yes"},
-          {"a socket", placeSocket, "yes"},
           {"a link to a device", linkTo("/dev/zero"), "yes"},
-          {"a link to a folder", linkTo("/"), "yes"},
-          {"a dangling link", linkTo("nowhere"), "no"},
       });
 }
 

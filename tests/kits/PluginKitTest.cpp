@@ -97,24 +97,15 @@ TEST_F(PluginKit, RecordsLinkedBundle) {
   EXPECT_FALSE(isMarked(target));
 }
 
-TEST_F(PluginKit, SparesWorkingFolder) {
-  const Copy own = makeCopy(workingFolder);
+TEST_F(PluginKit, SparesOtherFolders) {
   makeCopy();
-  EXPECT_EQ(recordFrom(own), THIN_CLIENT_LAUNCHER_PLUGIN_NO_COPY);
-  EXPECT_FALSE(isMarked(own));
-}
-
-TEST_F(PluginKit, SparesApplications) {
-  const Copy own = makeCopy("/Applications");
-  EXPECT_EQ(recordFrom(own), THIN_CLIENT_LAUNCHER_PLUGIN_NO_COPY);
-  EXPECT_FALSE(isMarked(own));
-}
-
-TEST_F(PluginKit, SparesDeeperFolders) {
-  const Copy own = makeCopy(home.launcherDirectory() / "45.12/inner");
-  EXPECT_EQ(recordFrom(own), THIN_CLIENT_LAUNCHER_PLUGIN_NO_COPY);
-  EXPECT_FALSE(isMarked(own));
-  EXPECT_FALSE(isMarked(own.dir().parent_path()));
+  for (const fs::path& folder :
+       {workingFolder, fs::path("/Applications"), home.launcherDirectory() / "45.12/inner"}) {
+    const Copy own = makeCopy(folder);
+    EXPECT_EQ(recordFrom(own), THIN_CLIENT_LAUNCHER_PLUGIN_NO_COPY) << folder;
+    EXPECT_FALSE(isMarked(folder)) << folder;
+    EXPECT_FALSE(isMarked(folder.parent_path())) << folder;
+  }
 }
 
 // Only the bundle of this name is what the launcher starts.
