@@ -32,11 +32,6 @@ protected:
     return test::bundleIn(copy) / "Contents/Frameworks";
   }
 
-  void installLauncher(const fs::path& folder) const {
-    fs::create_directories(folder);
-    fs::copy_file(FAKE_LAUNCHER_LIBRARY, folder / "libThinClientLauncher.dylib");
-  }
-
   test::ScopedHome home;
   const fs::path workingFolder = home.path() / "work";
   const fs::path record = home.path() / "record";
@@ -127,23 +122,9 @@ TEST_F(PluginKit, ReportsUnwritableCopy) {
   });
 }
 
-TEST_F(PluginKit, LoadModeEntersOwnCopy) {
-  const Copy own = makeCopy();
-  installLauncher(frameworks(own));
-  test::writeFile(home.launcherDirectory() / "libThinClientLauncher.dylib", "not loaded");
-  EXPECT_EQ(run(test::executableIn(own), {"loadmode"}), 0);
-  EXPECT_EQ(test::readFile(record), "launcher 2 [loadmode] null\n");
-}
-
 TEST_F(PluginKit, EntersSharedCopy) {
   const Copy own = makeCopy();
-  installLauncher(home.launcherDirectory());
+  fs::copy_file(FAKE_LAUNCHER_LIBRARY, home.launcherDirectory() / "libThinClientLauncher.dylib");
   EXPECT_EQ(run(test::executableIn(own), {"launchermode", "45.12"}), 0);
   EXPECT_EQ(test::readFile(record), "launcher 3 [launchermode] [45.12] null\n");
-}
-
-TEST_F(PluginKit, EntersNothingWithoutLibrary) {
-  const Copy own = makeCopy();
-  EXPECT_EQ(run(test::executableIn(own), {"loadmode"}), 0);
-  EXPECT_EQ(test::readFile(record), "");
 }

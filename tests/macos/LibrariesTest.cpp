@@ -10,7 +10,6 @@ namespace fake = test::FakePlatform;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::StartsWith;
 
 namespace {
@@ -46,15 +45,6 @@ protected:
 
 using MainLibrary = Libraries;
 
-TEST_F(MainLibrary, IsEntered) {
-  install(frameworks() / MAIN_NAME, MAIN_LIBRARY);
-  fs::current_path("/");
-  LauncherHelper::loadMainDllFromCurrentDirectory();
-  EXPECT_THAT(fake::calls(), ElementsAre("dlopen NOW|GLOBAL " + OWN_FRAMEWORKS + MAIN_NAME));
-  EXPECT_THAT(record(), ElementsAre("call 1: 1 null"));
-  EXPECT_THAT(log(), IsEmpty());
-}
-
 TEST_F(MainLibrary, LogsFailure) {
   LauncherHelper::loadMainDllFromCurrentDirectory();
   EXPECT_THAT(
@@ -68,24 +58,22 @@ TEST_F(MainLibrary, LogsFailure) {
 
 using LauncherLibrary = Libraries;
 
-TEST_F(LauncherLibrary, OwnInLoadMode) {
-  install(launcherDirectory() / LAUNCHER_NAME);
+TEST_F(LauncherLibrary, IsOwnInLoadModeElseShared) {
+  const fs::path shared = launcherDirectory() / LAUNCHER_NAME;
+  install(shared);
   install(frameworks() / LAUNCHER_NAME);
   loadLauncher({"app", "loadmode"});
-  EXPECT_THAT(fake::calls("dlopen "), ElementsAre("NOW|GLOBAL " + OWN_FRAMEWORKS + LAUNCHER_NAME));
-  EXPECT_THAT(log(), ElementsAre("load launcherDLL from current executable folder"));
-  EXPECT_THAT(record(), ElementsAre("launcher 2 [loadmode] null"));
-}
-
-TEST_F(LauncherLibrary, SharedInOtherMode) {
-  install(launcherDirectory() / LAUNCHER_NAME);
-  install(frameworks() / LAUNCHER_NAME);
   loadLauncher({"app", "launchermode", "45.1"});
   EXPECT_THAT(
-      fake::calls("dlopen "),
-      ElementsAre("NOW|GLOBAL " + (launcherDirectory() / LAUNCHER_NAME).string()));
-  EXPECT_THAT(log(), ElementsAre("load launcherDLL from launcher folder"));
-  EXPECT_THAT(record(), ElementsAre("launcher 3 [launchermode] [45.1] null"));
+      fake::calls("dlopen NOW|GLOBAL "),
+      ElementsAre(OWN_FRAMEWORKS + LAUNCHER_NAME, shared.string()));
+  EXPECT_THAT(
+      log(),
+      ElementsAre(
+          "load launcherDLL from current executable folder",
+          "load launcherDLL from launcher folder"));
+  EXPECT_THAT(
+      record(), ElementsAre("launcher 2 [loadmode] null", "launcher 3 [launchermode] [45.1] null"));
 }
 
 TEST_F(LauncherLibrary, LogsMissingEntry) {

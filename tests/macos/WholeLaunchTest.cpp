@@ -61,6 +61,9 @@ TEST_F(WholeLaunch, GoesOnAfterFailure) {
 TEST_F(WholeLaunch, LoadMode) {
   fs::copy_file(MAIN_LIBRARY, frameworks() / "libnexal_vdi_main.dylib");
   EXPECT_EQ(launch({"app", "loadmode"}), 0);
+  EXPECT_THAT(
+      fake::calls("dlopen "),
+      ElementsAre("NOW|GLOBAL @executable_path/../Frameworks/libnexal_vdi_main.dylib"));
   EXPECT_THAT(record(), ElementsAre("call 1: 1 null"));
   EXPECT_THAT(
       log("loadmode"),
