@@ -19,6 +19,7 @@
 namespace fs = std::filesystem;
 
 using testing::Each;
+using testing::ElementsAre;
 using testing::EndsWith;
 using testing::IsEmpty;
 using testing::MatchesRegex;
@@ -74,13 +75,6 @@ protected:
     launchInHost(prepare);
     EXPECT_EQ(outcome(), SUCCESS);
     return report();
-  }
-
-  // The outcome of one launch that does not start anything.
-  std::string launchNone(const Body& prepare = nothing) {
-    launchInHost(prepare);
-    EXPECT_THAT(reports(), IsEmpty());
-    return outcome();
   }
 
   // Starts the copy with this argument and without a host.
@@ -274,13 +268,21 @@ TEST_F(Start, ReportsBrokenCopies) {
 TEST_F(Start, ReportsPercentSigns) {
   const Copy copy = makeCopy(home.launcherDirectory() / "100%s%d%n");
   fs::remove(executableIn(copy));
-  EXPECT_EQ(launchNone(), failure(executableIn(copy), "No such file or directory"));
+  launchInHost();
+  EXPECT_EQ(outcome(), failure(executableIn(copy), "No such file or directory"));
 }
 
-TEST_F(Start, ReportsDeniedProcess) {
-  makeCopy();
-  const auto message = launchNone([] { FakeSystem::fork.answer = Answer::NO; });
-  EXPECT_THAT(message, MatchesRegex("Failed to run the app: .*fork.*\\(.*unavailable\\)"));
+TEST_F(Start, ReportsDeniedCalls) {
+  const Copy copy = makeCopy();
+  for (auto* function : {&FakeSystem::fork, &FakeSystem::session, &FakeSystem::storage})
+    launchInHost([&] { function->answer = Answer::NO; });
+  EXPECT_THAT(
+      systemLog->awaitMessages(3),
+      ElementsAre(
+          MatchesRegex("Failed to run the app: .*fork.*\\(.*unavailable\\)"),
+          failure(executableIn(copy), "the new process ended before it executed the program"),
+          "Failed to run the app: std::bad_alloc"));
+  EXPECT_THAT(reports(), IsEmpty());
 }
 
 // The host keeps its standard input.
@@ -314,19 +316,6 @@ TEST_F(Start, ReportsUnreadablePipe) {
         outcome(),
         "Failed to run the app: the outcome of the start is unknown: Bad file descriptor");
   });
-}
-
-TEST_F(Start, ReportsChildKilledBeforeExec) {
-  const Copy copy = makeCopy();
-  EXPECT_EQ(
-      launchNone([] { FakeSystem::session.answer = Answer::NO; }),
-      failure(executableIn(copy), "the new process ended before it executed the program"));
-}
-
-TEST_F(Start, ReportsDeniedMemory) {
-  makeCopy();
-  const auto message = launchNone([] { FakeSystem::storage.answer = Answer::NO; });
-  EXPECT_EQ(message, "Failed to run the app: std::bad_alloc");
 }
 
 TEST_F(Start, ReportsLostWorkingFolder) {

@@ -46,6 +46,7 @@ protected:
 
 private:
   ScopedDirectory scratch;
+  ScopedEnvironment user{"USER", std::nullopt}; // the log would mask it
 };
 
 } // namespace test

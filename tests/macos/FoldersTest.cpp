@@ -1,6 +1,7 @@
 #include "BridgeTest.h"
 #include "LauncherHelper.h"
 #include "Platform.h"
+#include "PropertyLists.h"
 
 namespace fs = std::filesystem;
 namespace fake = test::FakePlatform;
@@ -54,13 +55,8 @@ struct Row {
   ListProblem problem;
 };
 
-std::string listOf(const std::string& content) {
-  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">" + content +
-         "</plist>\n";
-}
-
 std::string listWith(const std::string& value) {
-  return listOf("<dict><key>CFBundleShortVersionString</key>" + value + "</dict>");
+  return test::xmlWithEntries(test::xmlEntry(value));
 }
 
 class Bundle : public test::BridgeTest {};
@@ -90,7 +86,7 @@ TEST_F(Bundle, GivesVersion) {
       {listWith("<data>NDUuMQ==</data>"), "", ListProblem::NoText},
       {listWith("<array><string>45.1</string></array>"), "", ListProblem::NoText},
       {test::propertyList({{"CFBundleName", "plug-in"}}), "", ListProblem::NoKey},
-      {listOf("<array/>"), "", ListProblem::Malformed},
+      {test::xmlList("<array/>"), "", ListProblem::Malformed},
       {"<plist><dict><key>CFBundleShort", "", ListProblem::Malformed},
   };
   for (const auto& row : rows) {

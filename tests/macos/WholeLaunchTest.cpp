@@ -13,8 +13,6 @@ protected:
   static int launch(const std::vector<std::string>& arguments) {
     return enter(ThinClientLauncherEntryPoint, arguments);
   }
-
-  const test::ScopedEnvironment user{"USER", std::nullopt};
 };
 
 TEST_F(WholeLaunch, StartsAndCleansUp) {

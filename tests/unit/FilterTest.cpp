@@ -37,7 +37,9 @@ TEST_F(Viability, KeepsOtherCopies) {
   const fs::path safe = makeCopy("safe", "46").launches("4294967295").startedSafely();
   const fs::path old = makeCopy("old", "45.10.0.32950").launches("7");
   const fs::path unreadable = makeCopy("unreadable", "").launches("7");
-  const std::vector<fs::path> all{fresh, safe, old, unreadable};
+  const fs::path outside = test::Copy(home.path() / "elsewhere", "45.11.0.1").launches("7");
+  const fs::path nested = test::Copy(fresh / "nested", "45.11.0.1").launches("7");
+  const std::vector<fs::path> all{fresh, safe, old, unreadable, outside, nested};
   EXPECT_EQ(launcher.filterInviableDirectories(all), all);
   EXPECT_THAT(
       messages(),
@@ -48,7 +50,9 @@ TEST_F(Viability, KeepsOtherCopies) {
           "safe start Directory: " + safe.string() + ", Launch Count: 4294967295",
           "VDI does not support CheckCorrupt: " + old.string(),
           "safe start Directory: " + old.string() + ", Launch Count: 7",
-          "safe start Directory: " + unreadable.string() + ", Launch Count: 7"));
+          "safe start Directory: " + unreadable.string() + ", Launch Count: 7",
+          "safe start Directory: " + outside.string() + ", Launch Count: 7",
+          "safe start Directory: " + nested.string() + ", Launch Count: 7"));
   EXPECT_FALSE(fs::exists(corruptFile()));
 }
 
@@ -88,19 +92,6 @@ TEST_F(Viability, JudgesCorruption) {
   }
   // Outside the launcher folder too: membership is another question.
   EXPECT_TRUE(launcher.isSupportCheckCorrupt(test::Copy(home.path() / "elsewhere", "46")));
-}
-
-TEST_F(Viability, KeepsCopiesElsewhere) {
-  const fs::path outside = home.path() / "elsewhere";
-  const fs::path nested = launcherDirectory() / "nested" / "copy";
-  for (const auto& dir : {outside, nested})
-    test::Copy(dir, "45.11.0.1").launches("7");
-  EXPECT_THAT(launcher.filterInviableDirectories({outside, nested}), ElementsAre(outside, nested));
-  EXPECT_THAT(
-      messages(),
-      ElementsAre(
-          "safe start Directory: " + outside.string() + ", Launch Count: 7",
-          "safe start Directory: " + nested.string() + ", Launch Count: 7"));
 }
 
 // --- The filter as a whole ---

@@ -12,8 +12,6 @@ namespace {
 class Error : public test::BridgeTest {
 protected:
   static int launch() { return enter(ThinClientLauncherEntryPoint, {"host"}); }
-
-  const test::ScopedEnvironment user{"USER", std::nullopt};
 };
 
 TEST_F(Error, LeavesLogOpen) {
