@@ -158,10 +158,8 @@ std::string spawn(const fs::path& executable, const std::string& argument) {
 //
 // Returns the reason for a failure; empty on success.
 std::string run(const Start& start) {
-  const fs::path name = executableName(start.bundle);
-  if (name != name.filename() || name == ".." || name == ".")
-    return "CFBundleExecutable is no file name: " + name.string();
-  return spawn(start.bundle / "Contents" / "MacOS" / name, start.argument);
+  const fs::path executable = start.bundle / "Contents" / "MacOS" / executableName(start.bundle);
+  return spawn(executable, start.argument);
 }
 
 void report(const char* failure) {

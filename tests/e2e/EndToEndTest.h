@@ -65,7 +65,7 @@ protected:
   // --- Outcome ---
 
   // Waits until the system log has the outcome of the only start so far and, in a host, until the
-  // starting thread has ended.
+  // worker thread has ended.
   std::string outcome();
 
   // Waits until every started process has ended. Returns how many failed.

@@ -115,7 +115,7 @@ class Home:
         return len(file.read_bytes()) if file.exists() else 0
 
     def host(self, programs, stopped="", patience=PATIENCE):
-        """A host that launches; stopped: where it stops for a tracer, "caller" or "starter"."""
+        """A host that launches; stopped: where it stops for a tracer, "caller" or "worker"."""
         # A session of its own: a stopped host in the group of a shell that ends would hang it up.
         environment = {**os.environ, "HOME": str(self.path), "USER": "tester",
                        "HOST_STOPS": stopped, "HOST_PATIENCE": str(patience)}

@@ -27,7 +27,7 @@ LAYOUTS = ("plain", "corrupt", "cleaning", "first", "bare")
 ERRORS = ("EIO", "EACCES", "ENOSPC", "EMFILE", "ENOENT")
 # What a launch writes to the working folder while there is no launcher folder.
 FILES_WITHOUT_HOME = {"work/corrupt.dat", *RECORDS_OF_NOTHING}
-ACTORS = ("caller", "starter")
+ACTORS = ("caller", "worker")
 # strace skips the close that it lets fail: the start may wait for the end of a pipe that stays open.
 PATIENCE_AFTER_CLOSE = 1  # seconds
 NOT_ABOUT_FILES = {"mmap", "poll"}
@@ -58,17 +58,17 @@ def is_traced(thread):
     return "TracerPid:\t0\n" not in status
 
 
-def starter_thread(process):
+def worker_thread(process):
     return next(int(thread) for thread in os.listdir(f"/proc/{process.pid}/task")
                 if int(thread) != process.pid)
 
 
 def attach(process, actor, options):
     """A tracer on the actor of a stopped host."""
-    # Without -f only the named thread is traced; with it, the starter's forks are as well, up to the
+    # Without -f only the named thread is traced; with it, the worker's forks are as well, up to the
     # point where the application runs.
     target = ["-p", str(process.pid)] if actor == "caller" else [
-        "-f", "-b", "execve", "-p", str(starter_thread(process))]
+        "-f", "-b", "execve", "-p", str(worker_thread(process))]
     tracer = subprocess.Popen(["strace", "-qq", *options, *target], stderr=subprocess.DEVNULL)
     wait_until(lambda: is_traced(target[-1]) or tracer.poll() is not None, "strace hangs")
     if not is_traced(target[-1]):

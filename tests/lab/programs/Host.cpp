@@ -4,7 +4,7 @@
 // Usage: launcher_host LIBRARY [ARGUMENT]...
 //
 // HOST_STOPS in the environment: the host stops itself before and after the whole launch ("caller")
-// or the start of the application ("starter"), for a tracer to attach to the thread of that name.
+// or the start of the application ("worker"), for a tracer to attach to the thread of that name.
 // Where it is traced, it makes no system calls beside the library's. HOST_PATIENCE: the seconds for
 // which it awaits the outcome of the start.
 
@@ -80,7 +80,7 @@ std::time_t secondsOfPatience() {
 void finishStart() {
   if (!startHeld.exchange(false))
     return;
-  stopFor("starter");
+  stopFor("worker");
   startOutcome = "start unreported";
   ::sem_post(&startReleased);
   timespec end{};
@@ -88,7 +88,7 @@ void finishStart() {
   end.tv_sec += secondsOfPatience();
   while (::sem_timedwait(&startReported, &end) != 0 && errno == EINTR) {
   }
-  stopFor("starter");
+  stopFor("worker");
 }
 
 std::string launch(EntryPoint entry, int argc, char** argv) {
