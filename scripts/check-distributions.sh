@@ -106,7 +106,7 @@ scripts/run_docs.py docs/embedding.md'
 # Usage: try_first_steps SYSTEM
 try_first_steps() {
   echo "$1: a plain build and its installation"
-  prepare "$1" root g++ cmake make pkg-config libglib2.0-dev
+  prepare "$1" root g++ cmake make pkg-config libglib2.0-dev libexpat1-dev
   run_as root "$plain_build"
 }
 

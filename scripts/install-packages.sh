@@ -26,8 +26,9 @@ debian_packages() {
 build g++ compiles the library
 build cmake configures the build
 build ninja-build runs the build
-build pkg-config finds the library of the Linux bridge
+build pkg-config finds the libraries of the Linux bridge
 build libglib2.0-dev starts processes from inside a host without zombies or leaked descriptors
+build libexpat1-dev parses property lists in XML
 build libcli11-dev reads the arguments of launcher-inspect
 build libfmt-dev lays out its text
 build libutf8proc-dev tells which characters are printable, and how wide

@@ -1,15 +1,17 @@
-# GLib starts processes and decodes XML texts.
+# GLib starts processes, expat parses XML.
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
 pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0>=2.74)
+pkg_check_modules(EXPAT REQUIRED IMPORTED_TARGET expat)
 
 target_sources(launcher_objects PRIVATE
   linux/ApplicationStart.cpp
+  linux/BinaryPropertyList.cpp
   linux/Bundle.cpp
   linux/Platform.cpp
   linux/PropertyList.cpp)
 target_link_libraries(launcher_objects PUBLIC
-  PkgConfig::GLIB Threads::Threads ${CMAKE_DL_LIBS})
+  PkgConfig::GLIB PkgConfig::EXPAT Threads::Threads ${CMAKE_DL_LIBS})
 
 # A library that defines a unique symbol is never unmapped.
 foreach(objects IN ITEMS launcher_rules launcher_objects)

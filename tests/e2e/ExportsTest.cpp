@@ -85,6 +85,7 @@ TEST(Library, NeedsFewLibraries) {
       needed,
       Each(AnyOf(
           StartsWith("libglib-2.0.so"),
+          StartsWith("libexpat.so"),
           MatchesRegex("lib(stdc\\+\\+|c\\+\\+|c\\+\\+abi|gcc_s|c|m|unwind)\\.so\\.[0-9]+"),
           MatchesRegex("ld-linux.*\\.so\\.[0-9]+"),
           MatchesRegex("lib(a|ub|t)san\\.so\\.[0-9]+"))));

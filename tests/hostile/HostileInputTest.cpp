@@ -185,8 +185,18 @@ TEST(HostileInput, ListFiles) {
 }
 
 TEST(HostileInput, XmlLists) {
-  const std::string laughs =
-      "<!DOCTYPE plist [<!ENTITY a \"ha\"><!ENTITY b \"&a;&a;\"><!ENTITY c \"&b;&b;\">]>";
+  const std::string longEntity = "<!ENTITY e \"" + std::string(100'000, 'x') + "\">";
+  std::string chain = "<!ENTITY e0 \"\">";
+  for (int i = 1; i <= 4000; ++i)
+    chain += "<!ENTITY e" + std::to_string(i) + " \"&e" + std::to_string(i - 1) + ";\">";
+  std::string defaults;
+  for (int i = 0; i < 4000; ++i)
+    defaults += "<!ATTLIST a a" + std::to_string(i) + " CDATA \"\">";
+  const auto declaring = [](const std::string& declarations, const std::string& entries) {
+    return list(
+        "<!DOCTYPE plist [" + declarations + "]><plist><dict>" + entries + "</dict></plist>");
+  };
+  const auto elements = xmlEntry("<array>" + repeated("<a/>", 30'000) + "</array>", "a");
   const std::string dictionaries =
       repeated("<dict><key>a</key>", 10000) + "<true/>" + repeated("</dict>", 10000);
   const std::string longKey = std::string(30, 'k') + "&lt;";
@@ -202,7 +212,9 @@ TEST(HostileInput, XmlLists) {
            ""},
           {"nothing but <", list(std::string(MAXIMUM_LIST_SIZE, '<')), ""},
           {"nothing but &", list(xmlWithEntries(xmlTextEntry(std::string(261'000, '&')))), ""},
-          {"entities of entities", list(laughs + xmlWithEntries(xmlTextEntry("&c;"))), ""},
+          {"a long entity, often", declaring(longEntity, xmlTextEntry(repeated("&e;", 90))), ""},
+          {"a chain of entities", declaring(chain, xmlTextEntry("&e4000;")), ""},
+          {"default attributes", declaring(defaults, elements + xmlTextEntry("45")), ""},
           {"entities", list(xmlWithEntries(xmlTextEntry(repeated("&lt;", 65000) + "&a;"))), ""},
           {"comments",
            list(xmlWithEntries(xmlTextEntry(VERSION + repeated("<!---->", 37000)))),
@@ -241,6 +253,9 @@ TEST(HostileInput, BinaryLists) {
           {"a UTF-16 text without end", list(withVersion("\x6F" + endlessCount)), ""},
           {"a dictionary without end",
            objects({"\xDF" + endlessCount + number(1, 2), text("a")}),
+           ""},
+          {"a dictionary without end, references of no byte",
+           objects({"\xDF" + endlessCount}, 0),
            ""},
           {"an array without end", besideVersion({"\xAF" + endlessCount}), VERSION},
           {"a reference beyond the table", objects({dictionary({1}, {9}), text(VERSION_KEY)}), ""},

@@ -30,6 +30,15 @@ std::string xmlWithVersion(const std::string& before) {
   return xmlWithEntries(before + xmlTextEntry(VERSION));
 }
 
+std::string inUtf16(const std::u16string& text, bool isBigEndian) {
+  std::string bytes;
+  for (const char16_t unit : text) {
+    const std::string pair = Binary::number(unit, 2);
+    bytes += isBigEndian ? pair : std::string(pair.rbegin(), pair.rend());
+  }
+  return bytes;
+}
+
 namespace Binary {
 
 std::string number(std::size_t value, std::size_t size) {
@@ -56,10 +65,7 @@ std::string text(const std::string& ascii) {
 }
 
 std::string utf16(const std::u16string& text) {
-  std::string bytes = header(0x6, text.size());
-  for (const char16_t unit : text)
-    bytes += number(unit, 2);
-  return bytes;
+  return header(0x6, text.size()) + inUtf16(text, true);
 }
 
 std::string array(const References& values) {

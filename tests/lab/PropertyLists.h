@@ -22,6 +22,8 @@ std::string xmlTextEntry(const std::string& rawText);
 // An XML list with the version and, before it, other entries.
 std::string xmlWithVersion(const std::string& before = "");
 
+std::string inUtf16(const std::u16string& text, bool isBigEndian);
+
 // The parts of a binary list. Its first object is the top, and objects refer to others by index.
 namespace Binary {
 
