@@ -21,7 +21,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 const std::string CLIENT_VERSION = "45.12.0.1000";
-constexpr int HOME_SIZES[] = {1, 10, 100, 1000, 10000};
+constexpr int HOME_SIZES[] = {1, 5, 100, 1000, 10000};
 
 const BenchHome& homeWith(int copies) {
   static std::map<int, std::unique_ptr<BenchHome>> homes;
