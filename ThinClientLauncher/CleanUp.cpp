@@ -17,7 +17,7 @@ constexpr std::size_t OTHER_FOLDERS_KEPT = 2;
 // --- Operations ---
 
 void ThinClientLauncherBase::cleanUpLauncherDirectory(const Path& launchedDir) const {
-  const auto others = CleanUp::findOthers(*this, launchedDir);
+  const auto others = CleanUp::findOthers(launchedDir);
   if (!others)
     return;
   for (const auto& old : CleanUp::makePlan(*others).removed)
@@ -35,8 +35,8 @@ void ThinClientLauncherBase::removeDirectory(const Path& dir) {
 
 namespace CleanUp {
 
-std::optional<LaunchedDirectories>
-findOthers(const ThinClientLauncherBase& launcher, const fs::path& launchedDir) {
+std::optional<LaunchedDirectories> findOthers(const fs::path& launchedDir) {
+  const ThinClientLauncherBase launcher; // whose operations need no state
   if (!launcher.isBelongLaunchDirectory(launchedDir)) {
     Logger::log(LogMessages::NOT_CLEANED);
     return std::nullopt;

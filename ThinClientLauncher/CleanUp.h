@@ -19,8 +19,7 @@ using LaunchedDirectories = std::vector<LaunchedDirectory>;
 
 // The folders in the launcher folder other than launchedDir; nothing when launchedDir lies
 // elsewhere, since then there is no clean-up.
-std::optional<LaunchedDirectories>
-findOthers(const ThinClientLauncherBase& launcher, const std::filesystem::path& launchedDir);
+std::optional<LaunchedDirectories> findOthers(const std::filesystem::path& launchedDir);
 
 struct Plan {
   LaunchedDirectories removed; // both by launch time, earliest first

@@ -9,6 +9,8 @@
 using Selection::CandidateList;
 using Selection::Path;
 
+static const ThinClientLauncherBase launcher; // whose operations need no state
+
 // --- Operations ---
 
 static Selection::Candidates asViable(const CandidateList& directories) {
@@ -20,13 +22,13 @@ static Selection::Candidates asViable(const CandidateList& directories) {
 
 CandidateList
 ThinClientLauncherBase::filterInviableDirectories(const CandidateList& candidates) const {
-  const auto judged = Selection::judgeViability(*this, candidates);
+  const auto judged = Selection::judgeViability(candidates);
   writeCorruptVersions(Selection::corruptVersions(judged));
   return Selection::viableDirectories(judged);
 }
 
 bool ThinClientLauncherBase::isDirectoryCorrupt(const Path& dir) const {
-  return Selection::checkCorrupt(*this, dir).isCorrupt;
+  return Selection::checkCorrupt(dir).isCorrupt;
 }
 
 bool ThinClientLauncherBase::isSupportCheckCorrupt(const Path& dir) const {
@@ -57,7 +59,7 @@ Path ThinClientLauncherBase::findBestCandidate(const CandidateList& candidates) 
 
 namespace Selection {
 
-CorruptCheck checkCorrupt(const ThinClientLauncherBase& launcher, const Path& dir) {
+CorruptCheck checkCorrupt(const Path& dir) {
   CorruptCheck check;
   check.applies = launcher.isBelongLaunchDirectory(dir) && launcher.isSupportCheckCorrupt(dir);
   if (!check.applies)
@@ -72,11 +74,11 @@ CorruptCheck checkCorrupt(const ThinClientLauncherBase& launcher, const Path& di
   return check;
 }
 
-static Candidate judge(const ThinClientLauncherBase& launcher, const Path& dir) {
+static Candidate judge(const Path& dir) {
   if (!LauncherHelper::isVDIPluginDirectory(dir))
     return {dir, Status::NoBundle, {}, {}};
   const std::string name = LauncherHelper::toStdString(dir);
-  const CorruptCheck check = checkCorrupt(launcher, dir);
+  const CorruptCheck check = checkCorrupt(dir);
   if (check.isCorrupt) {
     Logger::log("VDI Skipping corrupt directory: " + name);
     return {dir, Status::Corrupt, LauncherHelper::getDirectoryVersion(dir), check};
@@ -86,7 +88,7 @@ static Candidate judge(const ThinClientLauncherBase& launcher, const Path& dir) 
   return {dir, Status::Viable, {}, check};
 }
 
-static bool isViable(const Candidate& candidate) {
+bool isViable(const Candidate& candidate) {
   return candidate.status == Status::Viable;
 }
 
@@ -100,11 +102,10 @@ static void admitSetupEngines(Candidates& candidates) {
   }
 }
 
-Candidates
-judgeViability(const ThinClientLauncherBase& launcher, const CandidateList& directories) {
+Candidates judgeViability(const CandidateList& directories) {
   Candidates candidates;
   for (const auto& dir : directories)
-    candidates.push_back(judge(launcher, dir));
+    candidates.push_back(judge(dir));
   admitSetupEngines(candidates);
   return candidates;
 }

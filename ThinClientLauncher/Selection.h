@@ -45,11 +45,13 @@ struct Candidate {
 };
 using Candidates = std::vector<Candidate>; // in scan order
 
+bool isViable(const Candidate& candidate);
+
 // Judges every candidate; the corrupt rule applies to folders that hold the bundle. If none is
 // viable, setup-engine folders become viable.
-Candidates judgeViability(const ThinClientLauncherBase& launcher, const CandidateList& directories);
+Candidates judgeViability(const CandidateList& directories);
 
-CorruptCheck checkCorrupt(const ThinClientLauncherBase& launcher, const Path& dir);
+CorruptCheck checkCorrupt(const Path& dir);
 
 // The versions of the corrupt copies that have one, in candidate order and with duplicates.
 std::vector<std::string> corruptVersions(const Candidates& candidates);

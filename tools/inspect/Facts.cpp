@@ -106,10 +106,6 @@ static std::optional<Records> readRecords(const Selection::Candidate& decision) 
   return records;
 }
 
-static bool isViable(const Selection::Candidate& candidate) {
-  return candidate.status == Selection::Status::Viable;
-}
-
 static Candidate describe(const Selection::Candidate& decision) {
   Candidate candidate;
   candidate.decision = decision;
@@ -135,14 +131,14 @@ static void findTwins(std::vector<Candidate>& candidates) {
 static std::size_t countEligible(const std::vector<Candidate>& candidates) {
   std::set<std::size_t> folders;
   for (std::size_t i = 0; i < candidates.size(); ++i) {
-    if (isViable(candidates[i].decision))
+    if (Selection::isViable(candidates[i].decision))
       folders.insert(candidates[i].twin.value_or(i));
   }
   return folders.size();
 }
 
 static Selection::Candidates select(Facts& facts) {
-  const auto viable = Selection::judgeViability(launcher, launcher.scanForPossibleDirectories());
+  const auto viable = Selection::judgeViability(launcher.scanForPossibleDirectories());
   const auto compatible = Selection::judgeCompatibility(viable, facts.clientVersion);
   facts.fellBack = Selection::fallsBack(
       Selection::viableDirectories(viable), Selection::viableDirectories(compatible));
@@ -186,9 +182,8 @@ static std::vector<Path> listFolders(const Facts& facts) {
 
 static Selection::Candidate judgeAlone(const Path& dir, const std::string& clientVersion) {
   static_cast<void>(fs::is_directory(dir)); // raises what the scan would
-  auto judged =
-      Selection::judgeCompatibility(Selection::judgeViability(launcher, {dir}), clientVersion);
-  if (isViable(judged.front()))
+  auto judged = Selection::judgeCompatibility(Selection::judgeViability({dir}), clientVersion);
+  if (Selection::isViable(judged.front()))
     judged.front().version = LauncherHelper::getDirectoryVersion(dir);
   return judged.front();
 }
@@ -241,7 +236,7 @@ static void renewShared(CleanUpPreview::Folders& folders, const Path& launched) 
 }
 
 static void planCleanUp(CleanUpPreview& cleanUp, const Path& launched) {
-  auto others = CleanUp::findOthers(launcher, launched);
+  auto others = CleanUp::findOthers(launched);
   cleanUp.happens = others.has_value();
   if (!others)
     return;
