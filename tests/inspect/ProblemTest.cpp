@@ -319,12 +319,6 @@ TEST_F(Problem, NotExecutable) {
       shownAll(report()["warnings"]), ElementsAre(StartsWith("not-executable The chosen copy")));
 }
 
-TEST_F(Problem, ProgramElsewhere) {
-  completeCopy("a").list(
-      test::propertyList({{"CFBundleExecutable", "../Frameworks/libThinClientLauncher.dylib"}}));
-  EXPECT_THAT(shownAll(report()["warnings"])[1], StartsWith("no-program "));
-}
-
 // --- The same folder, listed again ---
 
 TEST_F(Problem, CountsFoldersOnce) {

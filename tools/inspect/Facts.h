@@ -2,8 +2,8 @@
 
 // What the next launch would do, as the launcher's own rules decide it, and what the last one did.
 
-#include "Bundle.h"
 #include "CleanUp.h"
+#include "CopyCheck.h"
 #include "LaunchLog.h"
 #include "Selection.h"
 

@@ -1,4 +1,4 @@
-#include "Bundle.h"
+#include "CopyCheck.h"
 
 #include "LauncherConstants.h"
 
@@ -42,11 +42,10 @@ static bool mayExist(const fs::path& file) {
 
 StartCheck checkStart(const fs::path& dir) {
   const fs::path contents = dir / VDI_MAIN_APP_NAME / "Contents";
-  const fs::path name = Platform::executableName(dir / VDI_MAIN_APP_NAME);
   StartCheck check;
-  check.program = contents / "MacOS" / name;
+  check.program = contents / "MacOS" / Platform::executableName(dir / VDI_MAIN_APP_NAME);
   check.frameworks = contents / "Frameworks";
-  check.hasProgram = name == name.filename() && mayExist(check.program);
+  check.hasProgram = mayExist(check.program);
   std::error_code error;
   check.isExecutable =
       !fs::is_directory(check.program, error) && ::access(check.program.c_str(), X_OK) == 0;
