@@ -22,9 +22,7 @@ static CLI::Option* addDirectory(
   return app.add_option_function<std::string>(name, assign, help)->type_name("DIR");
 }
 
-std::optional<Arguments> readArguments(int argc, const char* const* argv) {
-  Arguments arguments;
-  CLI::App app(DESCRIPTION, "launcher-inspect");
+static void addOptions(CLI::App& app, Arguments& arguments) {
   app.set_help_flag("-h,--help", "Print this help");
   app.set_version_flag("--version", "launcher-inspect " LAUNCHER_VERSION, "Print the version");
   app.add_option(
@@ -45,6 +43,12 @@ std::optional<Arguments> readArguments(int argc, const char* const* argv) {
   brief->excludes(explain);
   app.add_flag("--mask", arguments.mask, "Replace the login name by stars");
   app.footer(EXIT_STATUSES);
+}
+
+std::optional<Arguments> readArguments(int argc, const char* const* argv) {
+  Arguments arguments;
+  CLI::App app(DESCRIPTION, "launcher-inspect");
+  addOptions(app, arguments);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& success) {

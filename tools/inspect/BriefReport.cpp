@@ -3,9 +3,7 @@
 #include "Selection.h"
 #include "TextReport.h"
 
-#include <algorithm>
 #include <cstdlib>
-#include <functional>
 #include <list>
 #include <vector>
 
@@ -57,13 +55,6 @@ static Line lineOf(const Report& candidate) {
 
 static bool comesFirst(const Line& left, const Line& right) {
   return left.isChosen != right.isChosen ? left.isChosen : left.key > right.key;
-}
-
-static std::size_t widest(const Lines& lines, std::string Line::*text) {
-  std::size_t width = 0;
-  for (const auto& line : lines)
-    width = std::max(width, displayWidth(line.*text));
-  return width;
 }
 
 // On a terminal a folder is cut to the columns that are left, on a narrow one verdicts are too.

@@ -1,13 +1,8 @@
 #include "CandidateTable.h"
 
-#include "DisplayText.h"
-
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <iterator>
-#include <string_view>
-#include <vector>
 
 namespace LauncherInspect {
 
@@ -56,17 +51,6 @@ static Row rowOf(const Report& candidate) {
       styleOf(candidate)};
 }
 
-static std::size_t widest(const Rows& rows, std::string Row::*text) {
-  std::size_t width = 0;
-  for (const auto& row : rows)
-    width = std::max(width, displayWidth(row.*text));
-  return width;
-}
-
-static std::string withoutTrailingBlanks(std::string line) {
-  return line.erase(line.find_last_not_of(' ') + 1);
-}
-
 static void addBelow(Page& page, const std::string& text, const Style& style) {
   if (!text.empty())
     page.hanging(std::string(VERDICT_INDENT, ' '), text, style);
@@ -97,7 +81,7 @@ static void addRow(Page& page, const Row& row, const Columns& columns) {
       row.lastLaunch,
       row.safeStart,
       columns.hasVerdict ? row.verdict : "");
-  page.line(withoutTrailingBlanks(line), row.style);
+  page.line(trimmed(line), row.style);
   if (!columns.hasVerdict)
     addBelow(page, row.verdict, row.style);
   addBelow(page, row.remedy, row.style);

@@ -112,7 +112,7 @@ std::string shorten(const std::string& text, std::size_t width) {
   return text.substr(0, fitting(text, width - 3).first) + "...";
 }
 
-static std::string withoutTrailingBlanks(std::string_view line) {
+std::string trimmed(std::string_view line) {
   return std::string(line.substr(0, line.find_last_not_of(' ') + 1));
 }
 
@@ -134,7 +134,7 @@ std::vector<std::string> wrap(std::string_view text, std::size_t width) {
   std::vector<std::string> lines;
   do {
     const std::size_t length = lineLength(text, width);
-    lines.push_back(withoutTrailingBlanks(text.substr(0, length)));
+    lines.push_back(trimmed(text.substr(0, length)));
     text.remove_prefix(length);
   } while (!text.empty());
   return lines;

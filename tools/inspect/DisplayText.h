@@ -17,6 +17,9 @@ std::string escape(std::string_view text);
 // Columns that an escaped text takes.
 std::size_t displayWidth(std::string_view text);
 
+// Without the blanks at its end.
+std::string trimmed(std::string_view line);
+
 // Cut to a number of columns with "..." at its end.
 std::string shorten(const std::string& text, std::size_t width);
 

@@ -1,7 +1,5 @@
 #include "Page.h"
 
-#include "DisplayText.h"
-
 namespace LauncherInspect {
 
 constexpr std::size_t NARROWEST_TABLE = 70;

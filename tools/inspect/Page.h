@@ -1,10 +1,12 @@
 #pragma once
 
+#include "DisplayText.h"
 #include "Report.h"
 #include "Terminal.h"
 
 #include <fmt/color.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 
@@ -78,6 +80,15 @@ std::string recordOf(const Report& value);
 std::string safeStartOf(const Report& candidate);
 
 Style styleOf(const Report& candidate);
+
+// Columns that the widest of these texts takes, which are escaped.
+template <typename Rows, typename Row>
+std::size_t widest(const Rows& rows, std::string Row::*text) {
+  std::size_t width = 0;
+  for (const auto& row : rows)
+    width = std::max(width, displayWidth(row.*text));
+  return width;
+}
 
 std::string padded(const std::string& escapedText, std::size_t width);
 
