@@ -106,9 +106,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Terminal terminal{width, false};
   checkText(withinLimit([&] { return toText(makeReport(facts, ""), terminal); }), width);
   checkText(withinLimit([&] { return toBriefText(makeReport(facts, ""), terminal); }), width);
-  if (facts.candidates.empty())
+  if (facts.decisions.candidates.empty())
     return 0;
-  facts.explained = facts.candidates.size() - 1;
+  facts.explained = facts.decisions.candidates.size() - 1;
   checkText(withinLimit([&] { return toExplanation(makeReport(facts, ""), terminal); }), width);
   return 0;
 }

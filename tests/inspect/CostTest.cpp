@@ -67,9 +67,11 @@ TEST(Cost, GrowsWithCopies) {
   const Facts sample = test::sampleFacts();
   const auto report = [&sample](std::size_t copies) {
     Facts facts = sample;
-    while (facts.candidates.size() < copies) {
-      facts.candidates.push_back(sample.candidates[5]); // which is about to be corrupt
-      facts.candidates.back().decision.dir += std::to_string(facts.candidates.size());
+    while (facts.decisions.candidates.size() < copies) {
+      facts.decisions.candidates.push_back(
+          sample.decisions.candidates[5]); // which is about to be corrupt
+      facts.decisions.candidates.back().decision.dir +=
+          std::to_string(facts.decisions.candidates.size());
       facts.cleanUp.removed.push_back(sample.cleanUp.removed[0]);
     }
     writeReports(facts);
@@ -83,7 +85,7 @@ TEST(Cost, GrowsWithVersion) {
       Facts facts = test::sampleFacts();
       facts.clientVersion = repeated(text, length);
       for (const std::size_t i : {3u, 4u})
-        facts.candidates[i].decision.version = facts.clientVersion;
+        facts.decisions.candidates[i].decision.version = facts.clientVersion;
       writeReports(facts);
     };
     EXPECT_LT(growth(report, LENGTH), MOST_GROWTH) << text;

@@ -47,10 +47,10 @@ protected:
            message.value("remedy", "");
   }
 
-  static std::vector<std::string> shownAll(const Report& messages) {
+  static std::vector<std::string> codes(const Report& messages) {
     std::vector<std::string> all;
     for (const auto& message : messages)
-      all.push_back(shown(message));
+      all.push_back(message["code"]);
     return all;
   }
 
@@ -90,36 +90,29 @@ protected:
 
 TEST_F(Problem, VersionCauses) {
   home.copy("good");
-  const std::pair<std::string, const char*> rows[] = {
-      {"", "Info.plist is empty -> Check that the disk has space"},
-      {"text", "Info.plist is no well-formed property list -> Install this copy again"},
-      {std::string(256 * 1024 + 1, ' '), "Info.plist is larger than 256 KiB -> Check what"},
-      {test::xmlList("<array/>"), "Info.plist holds no dictionary -> Install this copy again"},
-      {test::xmlWithEntries(""), "Info.plist has no CFBundleShortVersionString -> Install a build"},
-      {test::xmlWithEntries(test::xmlEntry("<true/>")),
-       "CFBundleShortVersionString in Info.plist is no text ->"},
-      {test::xmlWithEntries(test::xmlEntry("<string/>")),
-       "CFBundleShortVersionString in Info.plist is empty ->"}};
   test::Copy copy = home.copy("a");
-  for (const auto& [list, cause] : rows) {
+  const auto cause = [] { return verdict(report(CLIENT), "a"); };
+  const std::pair<std::string, const char*> rows[] = {
+      {"", "Info.plist is empty -> Check that"},
+      {"text", "well-formed property list -> Install this copy again"},
+      {std::string(256 * 1024 + 1, ' '), "larger than 256 KiB -> Check what"},
+      {test::xmlList("<array/>"), "no dictionary -> Install this copy again"},
+      {test::xmlWithEntries(""), "has no CFBundleShortVersionString -> Install a build"},
+      {test::xmlWithEntries(test::xmlEntry("<true/>")), "is no text -> Install a build"},
+      {test::xmlWithEntries(test::xmlEntry("<string/>")), "String in Info.plist is empty -> In"}};
+  for (const auto& [list, text] : rows) {
     copy.list(list);
-    EXPECT_THAT(
-        verdict(report(CLIENT), "a"),
-        StartsWith(std::string("no-readable-version no readable version: ") + cause));
+    EXPECT_THAT(cause(), AllOf(StartsWith("no-readable-version "), HasSubstr(text)));
   }
-}
-
-TEST_F(Problem, VersionWithoutFile) {
-  home.copy("good");
-  const fs::path list = test::propertyListIn(home.copy("a"));
+  const fs::path list = test::propertyListIn(copy);
   fs::remove(list);
-  EXPECT_THAT(verdict(report(CLIENT), "a"), HasSubstr("the bundle has no Contents/Info.plist"));
+  EXPECT_THAT(cause(), HasSubstr("has no Contents/Info.plist -> Install this"));
   ::mkfifo(list.c_str(), 0600);
   EXPECT_THAT(
-      verdict(report(CLIENT), "a"),
-      EndsWith(
-          "Info.plist is no regular file -> Remove " + folder +
-          "/a/OrlixVDIPlugin.app/Contents/Info.plist, and install this copy again."));
+      cause(),
+      AllOf(
+          HasSubstr("is no regular file -> Remove"),
+          EndsWith(" " + folder + "/a/OrlixVDIPlugin.app/Contents/Info.plist")));
 }
 
 TEST_F(Problem, VersionUnreadable) {
@@ -127,17 +120,13 @@ TEST_F(Problem, VersionUnreadable) {
   const fs::path list = test::propertyListIn(home.copy("a"));
   asUser([&] {
     const ScopedPermissions closed(list, CLOSED);
-    EXPECT_THAT(
-        verdict(report(CLIENT), "a"),
-        AllOf(HasSubstr("Info.plist cannot be read by this user -> Make "), HasSubstr("/a/")));
+    EXPECT_THAT(verdict(report(CLIENT), "a"), HasSubstr("be read by this user -> Make"));
   });
 }
 
 TEST_F(Problem, ChosenWithoutVersion) {
   completeCopy("a").list("");
-  EXPECT_THAT(
-      shownAll(report()["warnings"]),
-      ElementsAre(StartsWith("no-readable-version The chosen copy has no readable version: Info")));
+  EXPECT_THAT(codes(report()["warnings"]), ElementsAre("no-readable-version"));
 }
 
 // --- Folders that cannot be examined ---
@@ -148,17 +137,18 @@ TEST_F(Problem, ListsTheOthers) {
   fs::create_symlink("nothing", home.launcherDirectory() / "dangling");
   fs::create_symlink("loop", home.launcherDirectory() / "loop");
   const Report all = report(CLIENT);
-  EXPECT_EQ(
-      shown(all["outcome"]),
-      "failed Nothing would start: the launcher would stop at an error. " + folder +
-          "/loop: Too many levels of symbolic links -> Remove this link: it leads back to itself.");
-  EXPECT_THAT(verdict(all, "good"), StartsWith("viable viable, but the launcher would stop"));
   EXPECT_THAT(
-      verdict(all, "corrupt"),
-      EndsWith("To let it be chosen again, remove " + folder + "/corrupt/launchCount.dat"));
+      shown(all["outcome"]),
+      AllOf(
+          StartsWith("failed "),
+          EndsWith(
+              folder + "/loop: Too many levels of symbolic links -> Remove this link: it "
+                       "leads back to itself.")));
+  EXPECT_THAT(verdict(all, "good"), StartsWith("viable "));
+  EXPECT_THAT(verdict(all, "corrupt"), StartsWith("corrupt "));
   EXPECT_THAT(
       verdict(all, "loop"),
-      AllOf(StartsWith("not-examined cannot be examined"), EndsWith("it leads back to itself.")));
+      AllOf(StartsWith("not-examined "), EndsWith("it leads back to itself.")));
   EXPECT_EQ(all["candidates"].size(), 5u);
   EXPECT_TRUE(all["candidates"][4]["inLauncherDirectory"]);
 }
@@ -169,11 +159,7 @@ TEST_F(Problem, NamesTheCause) {
     {
       const ScopedPermissions closed(copy.dir(), CLOSED);
       EXPECT_THAT(
-          shown(report()["outcome"]),
-          EndsWith(
-              " " + folder +
-              "/a: Permission denied -> Make it accessible to this user, or "
-              "inspect as the user who owns it."));
+          shown(report()["outcome"]), HasSubstr(" " + folder + "/a: Permission denied -> Make it"));
     }
     fs::create_symlink("launchCount.dat", copy.dir() / "launchCount.dat");
     EXPECT_THAT(verdict(report(), "a"), HasSubstr("/a/launchCount.dat: Too many levels"));
@@ -194,17 +180,14 @@ TEST_F(Problem, NameTooLong) {
   fs::current_path(before);
   EXPECT_THAT(
       shown(report()["outcome"]),
-      EndsWith("File name too long -> Give this folder, or one above it, a shorter name."));
+      EndsWith("too long -> Give this folder, or one above it, a shorter name."));
 }
 
 TEST_F(Problem, UnreadableLibrary) {
   asUser([&] {
     const ScopedPermissions closed(home.path() / "Library", CLOSED);
     const Report all = report();
-    EXPECT_EQ(
-        all["launcherDirectoryState"]["text"].get<std::string>(),
-        "unknown: ~/Library: Permission denied");
-    EXPECT_EQ(all["launcherDirectoryState"]["code"], "unknown");
+    EXPECT_THAT(shown(all["launcherDirectoryState"]), HasSubstr(" ~/Library: Permission denied"));
     EXPECT_EQ(all["outcome"]["code"], "failed");
     EXPECT_THAT(all["candidates"], IsEmpty());
   });
@@ -218,8 +201,7 @@ TEST_F(Problem, RemovedWorkingFolder) {
     fs::current_path(gone);
     fs::remove(gone);
     const Report all = report();
-    EXPECT_THAT(
-        shown(all["outcome"]), EndsWith(" -> Start the host in a working folder that exists."));
+    EXPECT_THAT(shown(all["outcome"]), EndsWith(" in a working folder that exists."));
     EXPECT_THAT(verdict(all, "a"), StartsWith("viable"));
   });
 }
@@ -230,122 +212,101 @@ TEST_F(Problem, UnwritableLogFolder) {
   completeCopy("a");
   test::writeFile(home.path() / "Library/Logs", "");
   EXPECT_THAT(
-      shown(report()["outcome"]),
-      EndsWith("~/Library/Logs: Not a directory -> Move this file away: a folder belongs here."));
+      shown(report()["outcome"]), HasSubstr("~/Library/Logs: Not a directory -> Move this file"));
   fs::remove(home.path() / "Library/Logs");
   asUser([&] {
     const ScopedPermissions closed(home.path() / "Library", fs::perms(0500));
-    EXPECT_THAT(
-        shown(report()["outcome"]), AllOf(StartsWith("failed"), HasSubstr(" ~/Library: Per")));
+    EXPECT_THAT(shown(report()["outcome"]), HasSubstr(" ~/Library: Permission"));
   });
 }
 
 TEST_F(Problem, UnwritableRecord) {
-  const test::Copy copy = completeCopy("a").launches("1");
+  const fs::path record = completeCopy("a").launches("1").dir() / "launchCount.dat";
   EXPECT_THAT(report()["warnings"], IsEmpty());
-  asUser([&] {
-    const ScopedPermissions closed(copy.dir() / "launchCount.dat", fs::perms(0400));
-    EXPECT_THAT(
-        shownAll(report()["warnings"]),
-        ElementsAre(
-            "not-countable Launches of the chosen copy are not counted: " + folder +
-            "/a/launchCount.dat cannot be written. -> Make it, and its folder, writable for this "
-            "user."));
-  });
-}
-
-TEST_F(Problem, RecordIsNoFile) {
-  const test::Copy copy = completeCopy("a");
-  const fs::path record = copy.dir() / "launchCount.dat";
-  const auto warnings = [] { return shownAll(report()["warnings"]); };
+  const auto expectWarning = [] {
+    EXPECT_THAT(codes(report()["warnings"]), ElementsAre("not-countable"));
+  };
+  fs::remove(record);
   ASSERT_EQ(::mkfifo(record.c_str(), 0666), 0);
-  EXPECT_THAT(warnings(), ElementsAre(StartsWith("not-countable")));
+  expectWarning();
   fs::remove(record);
   ASSERT_EQ(::mknod(record.c_str(), S_IFSOCK | 0666, 0), 0);
-  EXPECT_THAT(warnings(), ElementsAre(StartsWith("not-countable")));
+  expectWarning();
+  fs::remove(record);
+  test::writeFile(record, "1");
+  asUser([&] {
+    const ScopedPermissions closed(record, fs::perms(0400));
+    expectWarning();
+    EXPECT_THAT(report()["warnings"].dump(), HasSubstr(folder + "/a/launchCount.dat "));
+  });
 }
 
 // /proc has no space.
 TEST_F(Problem, FullDisk) {
-  EXPECT_THAT(report()["notes"].dump(), Not(HasSubstr("disk-full")));
-  {
-    const test::ScopedEnvironment missing1("HOME", "/missing");
-    const test::ScopedEnvironment missing2("CFFIXED_USER_HOME", "/missing");
-    EXPECT_THAT(report()["notes"].dump(), Not(HasSubstr("disk-full")));
+  for (const auto& [place, isFull] :
+       {std::pair(home.path(), false), {"/missing", false}, {"/proc", true}}) {
+    const test::ScopedEnvironment variable("HOME", place.string());
+    const test::ScopedEnvironment other("CFFIXED_USER_HOME", place.string());
+    const auto notes = codes(report()["notes"]);
+    EXPECT_EQ(std::count(notes.begin(), notes.end(), "disk-full"), isFull) << place;
   }
-  const test::ScopedEnvironment full1("HOME", "/proc");
-  const test::ScopedEnvironment full2("CFFIXED_USER_HOME", "/proc");
-  EXPECT_THAT(
-      shownAll(report()["notes"]), ::testing::Contains(EndsWith("-> Free some space on it.")));
 }
 
 TEST_F(Problem, NoApplicationSupport) {
   fs::remove(home.applicationSupport());
-  const Report all = reportAt(home.path());
   EXPECT_THAT(
-      shownAll(all["notes"]),
-      ElementsAre(
-          StartsWith("nothing-viable"),
-          "writes-to-working-directory The home has no Application Support folder, so that the "
-          "launcher would write launchCount.dat and launch.dat into the working folder: ~ -> "
-          "Create Library/Application Support in the home before the next launch."));
+      codes(reportAt(home.path())["notes"]),
+      ElementsAre("nothing-viable", "writes-to-working-directory"));
 }
 
 // --- Whether the chosen copy would come up ---
 
 TEST_F(Problem, IncompleteCopy) {
   const test::Copy copy = completeCopy("a");
-  const auto check = [&](const fs::path& removed, const char* code) {
+  const std::pair<fs::path, const char*> rows[] = {
+      {test::executableIn(copy), "no-program"},
+      {frameworks(copy) / "libnexal_vdi_main.dylib", "no-main-library"},
+      {frameworks(copy) / "libThinClientLauncher.dylib", "no-launcher-library"}};
+  for (const auto& [removed, code] : rows) {
     const test::ScopedDirectory aside;
     EXPECT_THAT(report()["warnings"], IsEmpty());
     fs::rename(removed, aside.path() / "file");
-    EXPECT_THAT(
-        shownAll(report()["warnings"]),
-        ElementsAre(AllOf(
-            StartsWith(code),
-            HasSubstr(removed.filename().string()),
-            HasSubstr("Install this copy again"))));
+    EXPECT_THAT(codes(report()["warnings"]), ElementsAre(code));
+    EXPECT_THAT(report()["warnings"].dump(), HasSubstr(removed.filename().string()));
     fs::rename(aside.path() / "file", removed);
-  };
-  check(test::executableIn(copy), "no-program The chosen copy would not come up: ");
-  check(frameworks(copy) / "libnexal_vdi_main.dylib", "no-main-library The chosen");
-  check(frameworks(copy) / "libThinClientLauncher.dylib", "no-launcher-library The chosen");
+  }
 }
 
 TEST_F(Problem, NotExecutable) {
   const fs::path program = test::executableIn(completeCopy("a"));
-  const ScopedPermissions plain(program, fs::perms(0644));
-  EXPECT_THAT(
-      shownAll(report()["warnings"]), ElementsAre(StartsWith("not-executable The chosen copy")));
+  const auto expectWarning = [] {
+    EXPECT_THAT(codes(report()["warnings"]), ElementsAre("not-executable"));
+  };
+  fs::permissions(program, fs::perms(0644));
+  expectWarning();
+  fs::remove(program);
+  fs::create_directory(program);
+  expectWarning();
 }
 
 // --- The same folder, listed again ---
 
 TEST_F(Problem, CountsFoldersOnce) {
-  const test::Copy copy = home.copy("a");
+  const test::Copy copy = home.copy("a").launches("2");
   fs::create_directory_symlink("a", home.launcherDirectory() / "link");
   const Report all = reportAt(copy);
-  EXPECT_EQ(
-      shown(all["candidates"][1]["verdict"]), "would-start would start: the only viable copy -> ");
+  EXPECT_THAT(shown(all["candidates"][1]["verdict"]), HasSubstr("the only viable copy"));
   for (const std::size_t again : {2u, 3u})
-    EXPECT_EQ(
+    EXPECT_THAT(
         shown(all["candidates"][again]["verdict"]),
-        "same-folder the same folder as " + folder + "/a, listed again -> ");
+        AllOf(StartsWith("same-folder "), HasSubstr(" " + folder + "/a,")));
+  const auto warnings = codes(all["warnings"]);
+  EXPECT_EQ(std::count(warnings.begin(), warnings.end(), "nearly-corrupt"), 1);
 }
 
 TEST_F(Problem, CountsInviableOnce) {
   const test::Copy copy = home.copy("a").launches("3");
-  const Report all = reportAt(copy);
   EXPECT_THAT(
-      all["notes"][0]["text"].get<std::string>(),
-      StartsWith("2 candidates: 1 without an application bundle, 1 corrupt."));
-}
-
-TEST_F(Problem, WarnsOfFolderOnce) {
-  home.copy("a").launches("2");
-  fs::create_directory_symlink("a", home.launcherDirectory() / "link");
-  std::string text = report()["warnings"].dump();
-  const auto first = text.find("nearly-corrupt");
-  ASSERT_NE(first, std::string::npos);
-  EXPECT_EQ(text.find("nearly-corrupt", first + 1), std::string::npos);
+      shown(reportAt(copy)["notes"][0]),
+      HasSubstr("2 candidates: 1 without an application bundle, 1 corrupt."));
 }

@@ -17,6 +17,11 @@ inline LauncherInspect::FileTime fileTime(std::time_t seconds, long nanoseconds 
   return Platform::modificationTime(file);
 }
 
+// What a layout makes of the sample, or the messages say of it.
+inline std::string expectedPage(const std::string& name) {
+  return readFile(std::filesystem::path(EXPECTED_PAGES) / name);
+}
+
 constexpr std::time_t A_MOMENT = 1772892309; // 2026-03-07 14:05:09 UTC
 
 // What a host of version 45.12.0.1000 meets in the home of a user called alice.
@@ -30,17 +35,17 @@ inline LauncherInspect::Facts sampleFacts() {
 
   Facts facts;
   facts.clientVersion = "45.12.0.1000";
-  facts.home = home;
-  facts.workingDirectory = home / "work";
-  facts.launcherDirectory = folder;
-  facts.launcherDirectoryExists = true;
+  facts.places.home = home;
+  facts.places.workingDirectory = home / "work";
+  facts.places.launcherDirectory = folder;
+  facts.places.launcherDirectoryExists = true;
   const auto add = [&facts](
                        const Path& dir,
                        const std::string& version,
                        Status status,
-                       const std::optional<Records>& records = std::nullopt) -> Candidate& {
-    facts.candidates.push_back({{dir, status, version, {}}, records});
-    return facts.candidates.back();
+                       const std::optional<Records>& records = std::nullopt) -> CandidateFacts& {
+    facts.decisions.candidates.push_back({{dir, status, version, {}}, records});
+    return facts.decisions.candidates.back();
   };
   add("/Applications", "45.11.0.5", Status::Viable).order = Order::Lower;
   add(home / "work", "", Status::NoBundle);
@@ -55,8 +60,8 @@ inline LauncherInspect::Facts sampleFacts() {
   again.decision.corruptCheck = {true, 2, false, false};
   add(folder / "broken", "", Status::Incompatible, Records{}).listProblem =
       Platform::ListProblem::Empty;
-  facts.chosen = 4;
-  facts.eligible = 3;
+  facts.decisions.chosen = 4;
+  facts.decisions.eligible = 3;
   facts.cleanUp.happens = true;
   facts.cleanUp.removed = {{never, folder / "broken"}};
   facts.cleanUp.tied = {{never, folder / "newer"}, {never, folder / "again"}};

@@ -1,13 +1,11 @@
 // What the rules decide in real homes, and the messages on it.
 
 #include "Home.h"
-#include "Messages.h"
 #include "Report.h"
 
 #include <gmock/gmock.h>
 
 #include <regex>
-#include <set>
 #include <sstream>
 
 namespace fs = std::filesystem;
@@ -16,8 +14,9 @@ using namespace LauncherInspect;
 using test::ScopedHome;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::UnorderedElementsAre;
+using ::testing::UnorderedElementsAreArray;
 
 namespace {
 
@@ -114,87 +113,50 @@ INSTANTIATE_TEST_SUITE_P(Verdict, VerdictTable, ::testing::ValuesIn(CASES), [](c
 
 TEST(Verdict, SaysWhyItWon) {
   const char* const rows[][3] = {
-      {"", "45.12", "would start: the only viable copy"},
-      {"45.12", "45.12", "would start: the only compatible copy"},
-      {"", "45.12 45.9", "would start: the highest version of 2 viable copies"},
-      {"40.1", "45.12 45.9", "would start: the highest version of 2 viable copies"},
-      {"",
-       "?",
-       "would start: no viable copy has a version above 0.0.0.0, so the first one is taken"}};
+      {"", "45.12", "the only viable copy"},
+      {"45.12", "45.12", "the only compatible copy"},
+      {"", "45.12 45.9", "of 2 viable copies"},
+      {"1.0.0.1", "45.12 45.9", "of 2 viable copies"},
+      {"40.1", "45.12 45.9", "of 2 viable copies"},
+      {"", "?", "no viable copy has a version"}};
   for (const auto& [clientVersion, copies, text] : rows)
-    EXPECT_EQ(verdicts(reportOn(copies, clientVersion), "text")[0], text);
+    EXPECT_THAT(verdicts(reportOn(copies, clientVersion), "text")[0], HasSubstr(text));
 }
 
 // The working folder is scanned first, so this does not depend on the order of the file system.
 TEST(Verdict, SaysWhyItCameSecond) {
   const char* const rows[][3] = {
-      {"45.12.0.900.1", "45.12.0.0900.2", "same version, comes later (45.12.0.0900.2)"},
-      {"45.x", "45.x", "same version, comes later (45.x)"},
-      {"45.x", "45.9", "viable, not comparable with the chosen copy (45.9, 45.x)"},
-      {"45.9", "45.x", "viable, not comparable with the chosen copy (45.x, 45.9)"},
-      {"x.1", "y.1", "viable, version not above 0.0.0.0 (y.1)"}};
-  for (const auto& [first, second, text] : rows) {
+      {"45.12.0.900.1", "45.12.0.0900.2", "same-version"},
+      {"45.x", "45.x", "same-version"},
+      {"45.x", "45.9", "not-comparable"},
+      {"45.9", "45.x", "not-comparable"},
+      {"x.1", "y.1", "not-above-lowest"}};
+  for (const auto& [first, second, code] : rows) {
     const ScopedHome home;
     const test::Copy copy(home.path() / "work", first);
     layOut(home, second);
     const Facts facts = findFactsAt(copy);
-    EXPECT_EQ(facts.chosen, 1u);
-    EXPECT_THAT(verdicts(makeReport(facts, ""), "text"), ElementsAre(text));
-  }
-}
-
-TEST(Verdict, TakesShortClientAsItIs) {
-  EXPECT_EQ(verdicts(reportOn("44 45.1", "45"), "text")[1], "newer than the client (45.1 > 45)");
-}
-
-TEST(Messages, AnyClient) {
-  const Report report = reportOn("45.12 44", "1.0.0.1");
-  EXPECT_EQ(report["client"]["code"], "any");
-  EXPECT_EQ(
-      report["client"]["text"],
-      "1.0.0.1, which stands for any client, so every copy is compatible");
-  EXPECT_EQ(verdicts(report, "text")[0], "would start: the highest version of 2 viable copies");
-}
-
-TEST(Messages, ShortClient) {
-  const Report report = reportOn("44 45.12", "45");
-  ASSERT_THAT(codes(report["notes"]), ElementsAre("short-client-version"));
-  EXPECT_EQ(
-      report["notes"][0]["text"],
-      "Client version 45 has one component: 45.0 and above are newer, since a missing component is "
-      "lower than any.");
-  EXPECT_THAT(codes(reportOn("44 46", "45")["notes"]), IsEmpty());
-  EXPECT_THAT(codes(reportOn("44 45.12", "45.11")["notes"]), IsEmpty());
-  EXPECT_THAT(
-      codes(reportOn("45.12", "45")["notes"]),
-      ElementsAre("nothing-compatible", "short-client-version"));
-}
-
-// Remedies, and texts that stand alone in the report. After a path there is no period.
-TEST(Messages, AreSentences) {
-  const std::regex sentence("[A-Z{].*([^. ][.]|[}]|[.]dat)");
-  const auto matches = [&](const char* text) { return std::regex_match(text, sentence); };
-  const std::set<std::string> standing{"notes", "warnings", "lastLaunch.notes"};
-  for (const auto& [member, topic] : allTopics()) {
-    for (const auto& message : topic({}, {})) {
-      SCOPED_TRACE(std::string(member) + " " + message.code);
-      EXPECT_STRNE(message.text, "");
-      EXPECT_TRUE(standing.count(member) == 0 || matches(message.text)) << message.text;
-      EXPECT_TRUE(message.remedy == nullptr || matches(message.remedy)) << message.remedy;
-    }
+    EXPECT_EQ(facts.decisions.chosen, 1u);
+    EXPECT_THAT(verdicts(makeReport(facts, ""), "code"), ElementsAre(code));
   }
 }
 
 TEST(Messages, NoteTheUnusual) {
-  EXPECT_THAT(codes(reportOn("45.12", "45.12x")["notes"]), IsEmpty());
-  EXPECT_THAT(codes(reportOn("45.12", "v45")["notes"]), ElementsAre("odd-client-version"));
-  EXPECT_THAT(codes(reportOn("45.12", "40.1")["notes"]), ElementsAre("nothing-compatible"));
-  const Report nothing = reportOn("45.12:3 - -", "40.1");
-  EXPECT_THAT(codes(nothing["notes"]), ElementsAre("nothing-viable"));
-  EXPECT_EQ(
-      nothing["notes"][0]["text"],
-      "5 candidates: 4 without an application bundle, 1 corrupt. There is nothing to fall back "
-      "to.");
+  const struct {
+    const char* clientVersion;
+    const char* copies;
+    std::vector<std::string> notes;
+  } rows[] = {
+      {"45.12x", "45.12", {}},
+      {"v45", "45.12", {"odd-client-version"}},
+      {"40.1", "45.12", {"nothing-compatible"}},
+      {"45", "44 45.12", {"short-client-version"}},
+      {"45", "44 46", {}},
+      {"45.11", "44 45.12", {}},
+      {"45", "45.12", {"nothing-compatible", "short-client-version"}},
+      {"40.1", "45.12:3 - -", {"nothing-viable"}}};
+  for (const auto& [clientVersion, copies, notes] : rows)
+    EXPECT_EQ(codes(reportOn(copies, clientVersion)["notes"]), notes) << clientVersion;
 }
 
 TEST(Messages, WarnEarly) {
@@ -210,7 +172,7 @@ TEST(Facts, RecordsInLauncherFolder) {
   const ScopedHome home;
   layOut(home, "-:word");
   fs::create_symlink("launch.dat", home.launcherDirectory() / "a/launch.dat");
-  const auto candidates = findFactsAt(home.path()).candidates;
+  const auto candidates = findFactsAt(home.path()).decisions.candidates;
   ASSERT_EQ(candidates.size(), 3u);
   EXPECT_EQ(candidates[0].decision.dir, "/Applications");
   EXPECT_EQ(candidates[1].decision.dir, home.path());
@@ -224,22 +186,12 @@ TEST(Facts, RecordsInLauncherFolder) {
 
 TEST(Facts, LauncherFolder) {
   const ScopedHome home;
-  EXPECT_EQ(findFacts("").launcherDirectory, home.launcherDirectory());
-  EXPECT_FALSE(findFacts("").launcherDirectoryExists);
+  EXPECT_EQ(findFacts("").places.launcherDirectory, home.launcherDirectory());
+  EXPECT_FALSE(findFacts("").places.launcherDirectoryExists);
   layOut(home, "-");
-  EXPECT_TRUE(findFacts("").launcherDirectoryExists);
+  EXPECT_TRUE(findFacts("").places.launcherDirectoryExists);
   fs::remove_all(home.applicationSupport());
-  EXPECT_EQ(findFacts("").launcherDirectory, "");
-}
-
-TEST(Facts, Failure) {
-  const ScopedHome home;
-  layOut(home, "45.12");
-  fs::create_symlink("loop", home.launcherDirectory() / "loop");
-  const Facts facts = findFacts("");
-  ASSERT_TRUE(facts.failure);
-  EXPECT_EQ(facts.failure->reason, "Too many levels of symbolic links");
-  EXPECT_FALSE(facts.chosen);
+  EXPECT_EQ(findFacts("").places.launcherDirectory, "");
 }
 
 // --- Clean-up: the copy in folder a is chosen ---
@@ -253,35 +205,27 @@ std::vector<std::string> names(const CleanUpPreview::Folders& folders) {
   return list;
 }
 
-CleanUpPreview cleanUpOf(const std::string& copies) {
-  const ScopedHome home;
-  layOut(home, copies);
-  return findFacts("").cleanUp;
-}
-
 } // namespace
 
 TEST(CleanUpPreview, RemovesTheEarliest) {
-  const auto cleanUp = cleanUpOf("45.12 44.0@1 44.0@2 44.0@3 44.0@4");
-  EXPECT_TRUE(cleanUp.happens);
-  EXPECT_THAT(names(cleanUp.removed), ElementsAre("e", "d"));
-  EXPECT_THAT(names(cleanUp.kept), ElementsAre("c", "b"));
-  EXPECT_THAT(cleanUp.tied, IsEmpty());
-}
-
-TEST(CleanUpPreview, SeparatesTies) {
-  const auto cleanUp = cleanUpOf("45.12 44.0@1 44.0 44.0 44.0");
-  EXPECT_THAT(names(cleanUp.tied), UnorderedElementsAre("c", "d", "e"));
-  EXPECT_EQ(cleanUp.tiedKept, 1u);
-  EXPECT_THAT(cleanUp.removed, IsEmpty());
-  EXPECT_THAT(names(cleanUp.kept), ElementsAre("b"));
-}
-
-TEST(CleanUpPreview, LeavesTiesOffTheCut) {
-  const auto cleanUp = cleanUpOf("45.12 44.0@1 44.0@2 44.0 44.0");
-  EXPECT_THAT(names(cleanUp.removed), UnorderedElementsAre("d", "e"));
-  EXPECT_THAT(names(cleanUp.kept), ElementsAre("c", "b"));
-  EXPECT_THAT(cleanUp.tied, IsEmpty());
+  const struct {
+    const char* copies;
+    std::vector<std::string> removed, tied, kept;
+  } rows[] = {
+      {"45.12 44.0@1 44.0@2 44.0@3 44.0@4", {"e", "d"}, {}, {"c", "b"}},
+      {"45.12 44.0@1 44.0 44.0 44.0", {}, {"c", "d", "e"}, {"b"}},
+      {"45.12 44.0@1 44.0@2 44.0@3 44.0", {"e", "d"}, {}, {"c", "b"}},
+      {"45.12 44.0@1 44.0@2 44.0 44.0", {"d", "e"}, {}, {"c", "b"}}};
+  for (const auto& [copies, removed, tied, kept] : rows) {
+    const ScopedHome home;
+    layOut(home, copies);
+    const CleanUpPreview cleanUp = findFacts("").cleanUp;
+    EXPECT_TRUE(cleanUp.happens);
+    EXPECT_THAT(names(cleanUp.removed), UnorderedElementsAreArray(removed)) << copies;
+    EXPECT_THAT(names(cleanUp.tied), UnorderedElementsAreArray(tied)) << copies;
+    EXPECT_EQ(cleanUp.tiedKept, tied.empty() ? 0u : 1u);
+    EXPECT_EQ(names(cleanUp.kept), kept) << copies;
+  }
 }
 
 TEST(CleanUpPreview, KnowsLinksToStarted) {
@@ -297,7 +241,7 @@ TEST(CleanUpPreview, ChosenElsewhere) {
   const ScopedHome home;
   layOut(home, "- - -");
   const Facts facts = findFactsAt(test::Copy(home.path()));
-  EXPECT_EQ(facts.chosen, 1u);
+  EXPECT_EQ(facts.decisions.chosen, 1u);
   EXPECT_FALSE(facts.cleanUp.happens);
   EXPECT_THAT(facts.cleanUp.removed, IsEmpty());
 }

@@ -2,7 +2,6 @@
 
 #include "LauncherConstants.h"
 #include "LauncherHelper.h"
-#include "Platform.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -12,7 +11,6 @@
 #include <set>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -36,12 +34,10 @@ static bool isGreater(const std::string& a, const std::string& b) {
   return ThinClientLauncherBase::isGreaterVersion(a, b, Selection::ALL_VERSION_COMPONENTS);
 }
 
-// Whether every compared component is a number: only then does a version with one component more
-// exceed it.
-static bool isNumeric(const std::string& version) {
-  const std::string compared = firstComponents(version, Selection::ALL_VERSION_COMPONENTS);
-  return ThinClientLauncherBase::isGreaterVersion(
-      compared + ".0", compared, Selection::ALL_VERSION_COMPONENTS + 1);
+// Only then does a version with one component more exceed it.
+bool isNumeric(const std::string& version, std::uint32_t count) {
+  const std::string compared = firstComponents(version, count);
+  return ThinClientLauncherBase::isGreaterVersion(compared + ".0", compared, count + 1);
 }
 
 static Order orderOf(const std::string& version, const std::string& chosen) {
@@ -106,8 +102,8 @@ static std::optional<Records> readRecords(const Selection::Candidate& decision) 
   return records;
 }
 
-static Candidate describe(const Selection::Candidate& decision) {
-  Candidate candidate;
+static CandidateFacts describe(const Selection::Candidate& decision) {
+  CandidateFacts candidate;
   candidate.decision = decision;
   candidate.records = readRecords(decision);
   if (decision.status != Selection::Status::NoBundle && decision.version.empty())
@@ -116,7 +112,7 @@ static Candidate describe(const Selection::Candidate& decision) {
 }
 
 // The same folder may be listed again through a link, or as the working folder.
-static void findTwins(std::vector<Candidate>& candidates) {
+static void findTwins(std::vector<CandidateFacts>& candidates) {
   std::map<std::pair<dev_t, ino_t>, std::size_t> first;
   for (std::size_t i = 0; i < candidates.size(); ++i) {
     struct stat status {};
@@ -128,7 +124,7 @@ static void findTwins(std::vector<Candidate>& candidates) {
   }
 }
 
-static std::size_t countEligible(const std::vector<Candidate>& candidates) {
+static std::size_t countEligible(const std::vector<CandidateFacts>& candidates) {
   std::set<std::size_t> folders;
   for (std::size_t i = 0; i < candidates.size(); ++i) {
     if (Selection::isViable(candidates[i].decision))
@@ -137,40 +133,56 @@ static std::size_t countEligible(const std::vector<Candidate>& candidates) {
   return folders.size();
 }
 
-static Selection::Candidates select(Facts& facts) {
-  const auto viable = Selection::judgeViability(launcher.scanForPossibleDirectories());
-  const auto compatible = Selection::judgeCompatibility(viable, facts.clientVersion);
-  facts.fellBack = Selection::fallsBack(
-      Selection::viableDirectories(viable), Selection::viableDirectories(compatible));
-  auto candidates = facts.fellBack ? viable : compatible;
-  const auto choice = Selection::chooseBest(candidates);
-  facts.chosen = choice.index;
-  facts.choseWithoutVersion = choice.index && choice.version == Selection::LOWEST_CANDIDATE_VERSION;
+static std::vector<CandidateFacts>
+describeAll(const Selection::Candidates& judged, const std::optional<std::size_t>& chosen) {
+  const std::string best = chosen ? judged[*chosen].version : "";
+  std::vector<CandidateFacts> candidates;
+  for (const auto& decision : judged) {
+    candidates.push_back(describe(decision));
+    candidates.back().order = orderOf(decision.version, best);
+  }
+  if (chosen)
+    candidates[*chosen].isChosen = true;
+  findTwins(candidates);
   return candidates;
 }
 
-static void findCandidates(Facts& facts) {
-  const auto decisions = select(facts);
-  const std::string best = facts.chosen ? decisions[*facts.chosen].version : "";
-  for (const auto& decision : decisions) {
-    facts.candidates.push_back(describe(decision));
-    facts.candidates.back().order = orderOf(decision.version, best);
-  }
-  if (facts.chosen)
-    facts.candidates[*facts.chosen].isChosen = true;
-  findTwins(facts.candidates);
-  facts.eligible = countEligible(facts.candidates);
+// As the launch decides, but for the list of corrupt versions, which it writes in between.
+static Decisions decide(const std::string& clientVersion) {
+  const auto viable = Selection::judgeViability(launcher.scanForPossibleDirectories());
+  const auto compatible = Selection::judgeCompatibility(viable, clientVersion);
+  Decisions decisions;
+  decisions.fellBack = Selection::fallsBack(
+      Selection::viableDirectories(viable), Selection::viableDirectories(compatible));
+  auto eligible = decisions.fellBack ? viable : compatible;
+  const auto choice = Selection::chooseBest(eligible);
+  decisions.chosen = choice.index;
+  decisions.choseWithoutVersion =
+      choice.index && choice.version == Selection::LOWEST_CANDIDATE_VERSION;
+  decisions.candidates = describeAll(eligible, choice.index);
+  decisions.eligible = countEligible(decisions.candidates);
+  return decisions;
+}
+
+const CandidateFacts& Decisions::chosenOne() const {
+  static const CandidateFacts none;
+  return chosen ? candidates[*chosen] : none;
+}
+
+const CandidateFacts& Decisions::firstListed(const CandidateFacts& candidate) const {
+  // NOLINTNEXTLINE(bugprone-return-const-ref-from-parameter): it is one of the candidates
+  return candidate.twin ? candidates[*candidate.twin] : candidate;
 }
 
 // --- Candidates where the launcher would stop ---
 
 // The scan's folders, as far as they can be listed.
-static std::vector<Path> listFolders(const Facts& facts) {
+static std::vector<Path> listFolders(const Places& places) {
   std::vector<Path> folders{LauncherHelper::getOriginalInstallationDirectory()};
-  if (!facts.workingDirectory.empty())
-    folders.push_back(facts.workingDirectory);
+  if (!places.workingDirectory.empty())
+    folders.push_back(places.workingDirectory);
   std::error_code error;
-  fs::directory_iterator entry(facts.launcherDirectory, error);
+  fs::directory_iterator entry(places.launcherDirectory, error);
   for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
     std::error_code unknown;
     const bool isDirectory = entry->is_directory(unknown);
@@ -189,21 +201,21 @@ static Selection::Candidate judgeAlone(const Path& dir, const std::string& clien
 }
 
 // Without a launcher folder to compare with, no folder can be judged.
-static void examineEach(Facts& facts) {
-  facts.chosen.reset();
-  facts.candidates.clear();
-  if (facts.launcherDirectoryFailure && facts.launcherDirectory.empty())
-    return;
-  for (const auto& dir : listFolders(facts)) {
-    Candidate candidate;
+static Decisions examineEach(const Places& places, const std::string& clientVersion) {
+  Decisions decisions;
+  if (places.launcherDirectoryFailure && places.launcherDirectory.empty())
+    return decisions;
+  for (const auto& dir : listFolders(places)) {
+    CandidateFacts candidate;
     candidate.decision.dir = dir;
     candidate.failure = failureOf([&] {
       candidate.records = readRecords(candidate.decision);
-      candidate = describe(judgeAlone(dir, facts.clientVersion));
+      candidate = describe(judgeAlone(dir, clientVersion));
     });
-    facts.candidates.push_back(candidate);
+    decisions.candidates.push_back(candidate);
   }
-  findTwins(facts.candidates);
+  findTwins(decisions.candidates);
+  return decisions;
 }
 
 // --- Clean-up ---
@@ -235,21 +247,19 @@ static void renewShared(CleanUpPreview::Folders& folders, const Path& launched) 
   }
 }
 
-static void planCleanUp(CleanUpPreview& cleanUp, const Path& launched) {
-  auto others = CleanUp::findOthers(launched);
-  cleanUp.happens = others.has_value();
-  if (!others)
-    return;
-  renewShared(*others, launched);
-  auto plan = CleanUp::makePlan(std::move(*others));
-  cleanUp.removed = std::move(plan.removed);
-  cleanUp.kept = std::move(plan.kept);
-  separateTies(cleanUp);
-}
-
 static CleanUpPreview previewCleanUp(const Path& launched) {
   CleanUpPreview cleanUp;
-  cleanUp.failure = failureOf([&] { planCleanUp(cleanUp, launched); });
+  cleanUp.failure = failureOf([&] {
+    auto others = CleanUp::findOthers(launched);
+    cleanUp.happens = others.has_value();
+    if (!others)
+      return;
+    renewShared(*others, launched);
+    auto plan = CleanUp::makePlan(std::move(*others));
+    cleanUp.removed = std::move(plan.removed);
+    cleanUp.kept = std::move(plan.kept);
+    separateTies(cleanUp);
+  });
   return cleanUp;
 }
 
@@ -271,8 +281,6 @@ static void requireLogFolder(const Path& folder) {
     throw fs::filesystem_error("", existing, std::error_code(refusal, std::generic_category()));
 }
 
-constexpr const char* LAUNCH_COUNT_RECORD = "launchCount.dat";
-
 static bool isWritable(const Path& file) {
   std::error_code error;
   const fs::file_status status = fs::status(file, error);
@@ -290,58 +298,55 @@ static bool isFull(const Path& folder) {
 
 // --- The whole ---
 
-// Nothing if the home is this user's own, or cannot be examined.
-static std::optional<std::string> findOtherOwner(const Path& home) {
+// Empty if the home is this user's own, or cannot be examined.
+static std::string findOtherOwner(const Path& home) {
   struct stat status {};
   if (::stat(home.c_str(), &status) != 0 || status.st_uid == ::geteuid())
-    return std::nullopt;
+    return {};
   const passwd* const owner = ::getpwuid(status.st_uid);
   return owner != nullptr ? owner->pw_name : std::to_string(status.st_uid);
 }
 
-static void findPlaces(Facts& facts) {
-  facts.home = Platform::libraryDirectory().parent_path();
-  facts.homeOwner = findOtherOwner(facts.home);
-  facts.diskIsFull = isFull(facts.home);
+static Places findPlaces() {
+  Places places;
+  places.home = Platform::libraryDirectory().parent_path();
+  places.homeOwner = findOtherOwner(places.home);
+  places.diskIsFull = isFull(places.home);
   std::error_code error;
-  facts.workingDirectory = fs::current_path(error);
-  facts.launcherDirectoryFailure = failureOf([&] {
-    facts.launcherDirectory = LauncherHelper::getLauncherDirectory();
-    facts.launcherDirectoryExists = fs::exists(facts.launcherDirectory);
+  places.workingDirectory = fs::current_path(error);
+  places.launcherDirectoryFailure = failureOf([&places] {
+    places.launcherDirectory = LauncherHelper::getLauncherDirectory();
+    places.launcherDirectoryExists = fs::exists(places.launcherDirectory);
   });
+  return places;
 }
 
-static void describeChosen(Facts& facts) {
-  const Candidate& chosen = facts.candidates[*facts.chosen];
-  const Path& dir = chosen.decision.dir;
-  facts.startCheck = checkStart(dir);
-  if (chosen.records && !facts.homeOwner && !isWritable(dir / LAUNCH_COUNT_RECORD))
-    facts.unwritableRecord = dir / LAUNCH_COUNT_RECORD;
-  facts.cleanUp = previewCleanUp(dir);
+static Path findUnwritableRecord(const CandidateFacts& chosen, const Places& places) {
+  const Path record = chosen.decision.dir / "launchCount.dat";
+  const bool isNeeded = chosen.records && places.homeOwner.empty();
+  return isNeeded && !isWritable(record) ? record : Path();
 }
 
 // What the launcher asks for, in its order.
 static void previewLaunch(Facts& facts) {
-  if (!facts.homeOwner)
+  if (facts.places.homeOwner.empty())
     requireLogFolder(LauncherHelper::getLogPath());
-  findCandidates(facts);
-  if (facts.chosen)
-    describeChosen(facts);
-}
-
-static bool isOdd(const std::string& clientVersion) {
-  return !clientVersion.empty() &&
-         !isNumeric(firstComponents(clientVersion, Selection::COMPATIBLE_VERSION_COMPONENTS));
+  facts.decisions = decide(facts.clientVersion);
+  if (!facts.decisions.chosen)
+    return;
+  const CandidateFacts& chosen = facts.decisions.chosenOne();
+  facts.startCheck = checkStart(chosen.decision.dir);
+  facts.unwritableRecord = findUnwritableRecord(chosen, facts.places);
+  facts.cleanUp = previewCleanUp(chosen.decision.dir);
 }
 
 Facts findFacts(const std::string& clientVersion) {
   Facts facts;
   facts.clientVersion = clientVersion;
-  facts.clientVersionIsOdd = isOdd(clientVersion);
-  findPlaces(facts);
-  facts.failure = failureOf([&] { previewLaunch(facts); });
+  facts.places = findPlaces();
+  facts.failure = failureOf([&facts] { previewLaunch(facts); });
   if (facts.failure)
-    examineEach(facts);
+    facts.decisions = examineEach(facts.places, clientVersion);
   const Path logDirectory = LauncherHelper::getLogPath();
   if (!logDirectory.empty()) {
     facts.lastLaunch = readLaunchLog(logDirectory / VDI_LAUNCH_LOGE_LAUNCH_MODE);
@@ -350,12 +355,13 @@ Facts findFacts(const std::string& clientVersion) {
   return facts;
 }
 
-std::optional<std::size_t> findCandidate(const Facts& facts, const Path& path) {
+std::optional<std::size_t> findCandidate(const Decisions& decisions, const Path& path) {
   Path wanted = path.lexically_normal();
   if (!wanted.has_filename()) // it ends with a slash
     wanted = wanted.parent_path();
-  for (std::size_t i = 0; i < facts.candidates.size(); ++i) {
-    if (facts.candidates[i].decision.dir == wanted)
+  const auto& candidates = decisions.candidates;
+  for (std::size_t i = 0; i < candidates.size(); ++i) {
+    if (candidates[i].decision.dir == wanted)
       return i;
   }
   return std::nullopt;

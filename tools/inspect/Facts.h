@@ -39,7 +39,7 @@ struct Failure {
   std::error_code code = {};
 };
 
-struct Candidate {
+struct CandidateFacts {
   Selection::Candidate decision;
   std::optional<Records> records; // kept in the launcher folder only
   bool isChosen = false;
@@ -47,6 +47,30 @@ struct Candidate {
   std::optional<std::size_t> twin = {};   // an earlier candidate that is the same folder
   std::optional<Failure> failure = {};    // the launcher would stop at this candidate
   Platform::ListProblem listProblem = {}; // of a copy without a version
+};
+
+struct Decisions {
+  std::vector<CandidateFacts> candidates; // in scan order
+  std::optional<std::size_t> chosen;      // index of a candidate
+  std::size_t eligible = 0; // how many copies the chosen one was selected from, each folder once
+  bool fellBack = false;    // no viable copy is compatible, so all of them are eligible
+  bool choseWithoutVersion = false; // no eligible copy has a version that counts
+
+  // An empty one where none is chosen.
+  const CandidateFacts& chosenOne() const;
+
+  // The same folder, where it is listed first.
+  const CandidateFacts& firstListed(const CandidateFacts& candidate) const;
+};
+
+struct Places {
+  Path home;
+  std::string homeOwner; // the user's name or number; empty: the user of this process
+  bool diskIsFull = false;
+  Path workingDirectory;  // empty: it cannot be told
+  Path launcherDirectory; // empty: the home has no Application Support folder
+  bool launcherDirectoryExists = false;
+  std::optional<Failure> launcherDirectoryFailure; // neither of the two is known
 };
 
 // The folders of the launcher folder after the launch, each list by launch time.
@@ -63,26 +87,13 @@ struct CleanUpPreview {
 
 struct Facts {
   std::string clientVersion;
-  bool clientVersionIsOdd = false; // its compared components are not all numbers
-  Path home;
-  Path workingDirectory;
-  std::optional<std::string>
-      homeOwner;          // the user's name or number, if not the user of this process
-  Path launcherDirectory; // empty: the home has no Application Support folder
-  bool launcherDirectoryExists = false;
-  std::optional<Failure> launcherDirectoryFailure; // neither of the two is known
-  bool diskIsFull = false;
-
-  std::vector<Candidate> candidates;    // in scan order
-  std::optional<std::size_t> chosen;    // index of a candidate
+  Places places;
+  std::optional<Failure> failure; // the launcher would stop here, before any start; then each
+                                  // candidate was examined by itself, and none is chosen
+  Decisions decisions;
   std::optional<std::size_t> explained; // index of the candidate that the user asks about
   StartCheck startCheck;                // of the chosen copy
   Path unwritableRecord;                // of the chosen copy; empty: its launch can be counted
-  std::size_t eligible = 0; // how many copies the chosen one was selected from, each folder once
-  bool fellBack = false;    // no viable copy is compatible, so all of them are eligible
-  bool choseWithoutVersion = false; // no eligible copy has a version that counts
-  std::optional<Failure> failure;   // the launcher would stop here, before any start; then each
-                                    // candidate was examined by itself, and none is chosen
   CleanUpPreview cleanUp;
   LastLaunch lastLaunch;
   LoadMode loadMode;
@@ -93,9 +104,12 @@ struct Facts {
 Facts findFacts(const std::string& clientVersion);
 
 // The index of the first candidate with this absolute path.
-std::optional<std::size_t> findCandidate(const Facts& facts, const Path& path);
+std::optional<std::size_t> findCandidate(const Decisions& decisions, const Path& path);
 
 // The first components of a version, as text.
 std::string firstComponents(const std::string& version, std::size_t count);
+
+// Whether all of these components are numbers.
+bool isNumeric(const std::string& version, std::uint32_t count = Selection::ALL_VERSION_COMPONENTS);
 
 } // namespace LauncherInspect

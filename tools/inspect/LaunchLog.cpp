@@ -7,9 +7,7 @@
 #include <cerrno>
 #include <charconv>
 #include <fstream>
-#include <string_view>
 #include <system_error>
-#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -134,17 +132,9 @@ bool isEarlier(const LoadMode& loadMode, const LastLaunch& launch) {
   return !isMasked && loadMode.time < launch.time;
 }
 
-std::string systemLogCommand(const LastLaunch& launch) {
+std::string startOf(const LastLaunch& launch) {
   const bool isKnown = launch.isCall && launch.time.find('*') == std::string::npos;
-  const std::string since = isKnown ? launch.time.substr(0, launch.time.find('.')) : "";
-#ifdef __APPLE__
-  return "log show" + (isKnown ? " --start '" + since + "'" : "") +
-         " --predicate 'eventMessage BEGINSWITH \"launch app succeed\" OR "
-         "eventMessage BEGINSWITH \"Failed to run the app\"'";
-#else
-  return "journalctl" + (isKnown ? " -S '" + since + "'" : "") +
-         " -g 'launch app succeed|Failed to run'";
-#endif
+  return isKnown ? launch.time.substr(0, launch.time.find('.')) : "";
 }
 
 // --- The file ---

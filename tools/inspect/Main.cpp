@@ -68,8 +68,8 @@ static std::string nameToMask() {
 // launcher would stop before it gets there.
 static std::optional<std::size_t>
 indexOf(const fs::path& name, const fs::path& absolutePath, const Facts& facts) {
-  for (const fs::path& path : {facts.launcherDirectory / name, absolutePath}) {
-    const auto index = name.empty() ? std::nullopt : findCandidate(facts, path);
+  for (const fs::path& path : {facts.places.launcherDirectory / name, absolutePath}) {
+    const auto index = name.empty() ? std::nullopt : findCandidate(facts.decisions, path);
     if (index)
       return index;
   }
@@ -105,7 +105,7 @@ static int inspect(const Arguments& arguments) {
   std::cout << toOutput(makeReport(facts, mask, paths), arguments);
   if (facts.failure)
     return CANNOT_TELL;
-  return facts.chosen ? COPY_WOULD_START : NO_COPY_WOULD_START;
+  return facts.decisions.chosen ? COPY_WOULD_START : NO_COPY_WOULD_START;
 }
 
 static void requireWritten() {

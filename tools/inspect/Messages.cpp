@@ -1,32 +1,50 @@
 #include "Messages.h"
 
+#include "LauncherConstants.h"
+
 #include <algorithm>
-#include <initializer_list>
 
 namespace LauncherInspect {
 
 using Platform::ListProblem;
 using Selection::Status;
 
-// --- Causes ---
+// --- Parts of sentences ---
+
+static Text operator+(Text text, const Text& more) {
+  text.parts.insert(text.parts.end(), more.parts.begin(), more.parts.end());
+  return text;
+}
+
+// A literal plus a number would be another literal.
+static Text operator""_t(const char* words, std::size_t) {
+  return words;
+}
+
+static Version startOfVersion(const std::string& version) {
+  return {version, Selection::COMPATIBLE_VERSION_COMPONENTS};
+}
+
+static Text newerThanClient(const Facts& facts, const CandidateFacts& candidate) {
+  return "newer than the client ("_t + startOfVersion(candidate.decision.version) + " > " +
+         startOfVersion(facts.clientVersion) + ")";
+}
+
+// --- Causes and remedies ---
 
 namespace {
 
-struct Remedy {
-  std::errc cause;
-  const char* text;
-};
-
-struct VersionCause {
+struct VersionProblem {
   ListProblem problem;
   const char* text;
   const char* remedy;
+  const char* place = nullptr; // in the bundle: what the remedy ends with
 };
 
 } // namespace
 
 // For what the message names just before.
-static const std::initializer_list<Remedy> REMEDIES = {
+static const std::initializer_list<std::pair<std::errc, const char*>> FAILURE_REMEDIES = {
     {std::errc::too_many_symbolic_link_levels, "Remove this link: it leads back to itself."},
     {std::errc::filename_too_long, "Give this folder, or one above it, a shorter name."},
     {std::errc::permission_denied,
@@ -36,324 +54,404 @@ static const std::initializer_list<Remedy> REMEDIES = {
     {std::errc::read_only_file_system, "Make this file system writable."},
     {std::errc::io_error, "Check the disk: it cannot be read here."}};
 
-static const char* remedyOf(const std::optional<Failure>& failure) {
-  for (const auto& [cause, text] : REMEDIES) {
+static const char* failureRemedy(const std::optional<Failure>& failure) {
+  for (const auto& [cause, text] : FAILURE_REMEDIES) {
     if (failure && failure->code == cause)
       return text;
   }
   return "Check this file system, and whether this user may use it.";
 }
 
-constexpr const char* INSTALL_AGAIN =
-    "Install this copy again, or remove its bundle: {directory}/{bundle}";
+constexpr const char* INSTALL_AGAIN = "Install this copy again, or remove its bundle: ";
+constexpr const char* REPLACE = "Remove this, and install the copy again: ";
+constexpr const char* OPEN = "Make this readable for this user: ";
+constexpr const char* CHECK_DISK = "Check that the disk has space, and install this copy again.";
+constexpr const char* CHECK_LIST = "Check what the list holds, and install this copy again.";
 constexpr const char* NAME_A_VERSION = "Install a build of this copy that names its version.";
+constexpr const char* LIST = "/Contents/Info.plist";
 
-static const std::initializer_list<VersionCause> VERSION_CAUSES = {
-    {ListProblem::NoFile, "the bundle has no Contents/Info.plist", INSTALL_AGAIN},
-    {ListProblem::NotRegular,
-     "Info.plist is no regular file",
-     "Remove {directory}/{bundle}/Contents/Info.plist, and install this copy again."},
-    {ListProblem::Unreadable,
-     "Info.plist cannot be read by this user",
-     "Make {directory}/{bundle}/Contents/Info.plist readable for this user."},
-    {ListProblem::Empty,
-     "Info.plist is empty",
-     "Check that the disk has space, and install this copy again."},
-    {ListProblem::TooLarge,
-     "Info.plist is larger than 256 KiB",
-     "Check what the list holds, and install this copy again."},
-    {ListProblem::Malformed, "Info.plist is no well-formed property list", INSTALL_AGAIN},
-    {ListProblem::NoDictionary, "Info.plist holds no dictionary", INSTALL_AGAIN},
+static const std::initializer_list<VersionProblem> VERSION_PROBLEMS = {
+    {ListProblem::NoFile, "the bundle has no Contents/Info.plist", INSTALL_AGAIN, ""},
+    {ListProblem::NotRegular, "Info.plist is no regular file", REPLACE, LIST},
+    {ListProblem::Unreadable, "Info.plist cannot be read by this user", OPEN, LIST},
+    {ListProblem::Empty, "Info.plist is empty", CHECK_DISK},
+    {ListProblem::TooLarge, "Info.plist is larger than 256 KiB", CHECK_LIST},
+    {ListProblem::Malformed, "Info.plist is no well-formed property list", INSTALL_AGAIN, ""},
+    {ListProblem::NoDictionary, "Info.plist holds no dictionary", INSTALL_AGAIN, ""},
     {ListProblem::NoKey, "Info.plist has no CFBundleShortVersionString", NAME_A_VERSION},
     {ListProblem::NoText, "CFBundleShortVersionString in Info.plist is no text", NAME_A_VERSION},
     {ListProblem::None, "CFBundleShortVersionString in Info.plist is empty", NAME_A_VERSION}};
 
-static const VersionCause& versionCause(const Candidate& candidate) {
+static const VersionProblem& versionProblem(const CandidateFacts& candidate) {
   return *std::find_if(
-      std::begin(VERSION_CAUSES), std::end(VERSION_CAUSES), [&candidate](const auto& cause) {
-        return cause.problem == candidate.listProblem;
+      VERSION_PROBLEMS.begin(), VERSION_PROBLEMS.end(), [&candidate](const auto& row) {
+        return row.problem == candidate.listProblem;
       });
 }
 
-const char* versionProblem(const Candidate& candidate) {
-  return versionCause(candidate).text;
+static Text inBundle(const char* words, const CandidateFacts& candidate, const char* place = "") {
+  return Text(words) + candidate.decision.dir + "/" + VDI_MAIN_APP_NAME + place;
+}
+
+static Text versionRemedy(const CandidateFacts& candidate) {
+  const VersionProblem& row = versionProblem(candidate);
+  return row.place == nullptr ? row.remedy : inBundle(row.remedy, candidate, row.place);
+}
+
+// --- Lists ---
+
+const Message& firstOf(const Messages& messages) {
+  const auto applies = [](const Message& message) { return message.applies; };
+  return *std::find_if(messages.begin(), messages.end(), applies);
+}
+
+static Messages operator+(Messages messages, const Messages& more) {
+  messages.insert(messages.end(), more.begin(), more.end());
+  return messages;
 }
 
 // --- The choice ---
+
+Messages outcome(const Facts& facts, const CandidateFacts& candidate) {
+  const bool hasVersion = !candidate.decision.version.empty();
+  return {
+      {"failed",
+       facts.failure.has_value(),
+       "Nothing would start: the launcher would stop at an error. "_t + facts.failure,
+       failureRemedy(facts.failure)},
+      {"nothing-viable", !facts.decisions.chosen, "Nothing would start: no candidate is viable"},
+      {"would-start",
+       true,
+       "Would start "_t +
+           (hasVersion ? Version{candidate.decision.version} : Text("a copy without a version"))}};
+}
+
+// Each folder counts once.
+static std::size_t countFolders(const Facts& facts, Status status) {
+  const auto& all = facts.decisions.candidates;
+  const auto isCounted = [status](const auto& candidate) {
+    return !candidate.twin && candidate.decision.status == status;
+  };
+  return static_cast<std::size_t>(std::count_if(all.begin(), all.end(), isCounted));
+}
+
+static Messages nothingViable(const Facts& facts) {
+  const bool applies = !facts.failure && !facts.decisions.chosen;
+  const std::size_t bundleless = countFolders(facts, Status::NoBundle);
+  const std::size_t corrupt = countFolders(facts, Status::Corrupt);
+  return {
+      {"nothing-viable",
+       applies,
+       Text(bundleless + corrupt) + " candidates: " + bundleless +
+           " without an application bundle, " + corrupt +
+           " corrupt. There is nothing to fall back to."},
+      {"writes-to-working-directory",
+       applies && facts.places.launcherDirectory.empty(),
+       "The home has no Application Support folder. The launcher would write launchCount.dat and "
+       "launch.dat into the working folder: "_t +
+           facts.places.workingDirectory,
+       "Create Library/Application Support in the home before the next launch."}};
+}
+
+static bool isAnyClient(const Facts& facts) {
+  return facts.clientVersion == Selection::ANY_CLIENT_VERSION;
+}
 
 // A client of one component excludes every longer version that begins with it.
 static bool excludesLongerVersions(const Facts& facts) {
   using Base = ThinClientLauncherBase;
   const std::string& client = facts.clientVersion;
+  const auto& all = facts.decisions.candidates;
   return Base::splitVersion(client).size() == 1 &&
-         std::any_of(facts.candidates.begin(), facts.candidates.end(), [&](const auto& candidate) {
+         std::any_of(all.begin(), all.end(), [&client](const auto& candidate) {
            const std::string& version = candidate.decision.version;
            return Base::isGreaterVersion(version, client, 2) &&
                   !Base::isGreaterVersion(version, client, 1);
          });
 }
 
-Messages outcome(const Facts& facts, const Candidate& candidate) {
+static Messages clientNotes(const Facts& facts, const CandidateFacts& candidate) {
+  const Version client{facts.clientVersion};
+  const bool isOdd = !facts.clientVersion.empty() &&
+                     !isNumeric(facts.clientVersion, Selection::COMPATIBLE_VERSION_COMPONENTS);
   return {
-      {"failed",
-       facts.failure.has_value(),
-       "Nothing would start: the launcher would stop at an error. {failure}",
-       remedyOf(facts.failure)},
-      {"nothing-viable", !facts.chosen, "Nothing would start: no candidate is viable"},
-      {"would-start", candidate.decision.version.empty(), "Would start a copy without a version"},
-      {"would-start", true, "Would start {version}"}};
-}
-
-Messages notes(const Facts& facts, const Candidate& candidate) {
-  const bool isNothingViable = !facts.failure && !facts.chosen;
-  return {
-      {"nothing-viable",
-       isNothingViable,
-       "{candidates} candidates: {bundleless} without an application bundle, {corrupt} corrupt. "
-       "There is nothing to fall back to."},
-      {"writes-to-working-directory",
-       isNothingViable && facts.launcherDirectory.empty(),
-       "The home has no Application Support folder, so that the launcher would write "
-       "launchCount.dat and launch.dat into the working folder: {workingDirectory}",
-       "Create Library/Application Support in the home before the next launch."},
       {"nothing-compatible",
-       candidate.isChosen && facts.fellBack,
-       "No copy is compatible with client {client}: the launcher falls back to all viable copies "
-       "({eligible})."},
+       candidate.isChosen && facts.decisions.fellBack,
+       "No copy is compatible with client "_t + client +
+           ": the launcher falls back to all viable copies (" + facts.decisions.eligible + ")."},
       {"odd-client-version",
-       facts.clientVersionIsOdd && candidate.isChosen,
-       "Client version {client} does not begin with two numbers: a comparison that gets that far "
-       "keeps the copy."},
+       candidate.isChosen && isOdd,
+       "Client version "_t + client +
+           " does not begin with two numbers. A component that is no number never makes a copy too "
+           "new."},
       {"short-client-version",
        excludesLongerVersions(facts),
-       "Client version {client} has one component: {client}.0 and above are newer, since a missing "
-       "component is lower than any.",
-       "Pass the client's whole version."},
+       "Client version "_t + client + " has one component. Version " + client + ".0 is newer.",
+       "Pass the client's whole version."}};
+}
+
+static Messages homeNotes(const Places& places) {
+  return {
       {"other-owner",
-       facts.homeOwner.has_value(),
-       "The home belongs to another user ({homeOwner}), for whom the answer may differ, since "
-       "permissions do.",
+       !places.homeOwner.empty(),
+       "The home belongs to another user ("_t + places.homeOwner +
+           "). The answer may differ for that user, whose permissions differ.",
        "Inspect as that user to be sure."},
       {"disk-full",
-       facts.diskIsFull,
-       "The disk that holds the home is full: a launch could write neither its log nor its "
-       "records.",
+       places.diskIsFull,
+       "The disk that holds the home is full: a launch can write neither its log nor its records.",
        "Free some space on it."}};
 }
 
-Messages client(const Facts& facts, const Candidate&) {
-  return {
-      {"none", facts.clientVersion.empty(), "none, so every copy is compatible"},
-      {"any",
-       facts.clientVersion == Selection::ANY_CLIENT_VERSION,
-       "{clientVersion}, which stands for any client, so every copy is compatible"},
-      {"given", true, "{clientVersion}"}};
+Messages notes(const Facts& facts, const CandidateFacts& candidate) {
+  return nothingViable(facts) + clientNotes(facts, candidate) + homeNotes(facts.places);
 }
 
-Messages launcherDirectoryState(const Facts& facts, const Candidate&) {
+Messages client(const Facts& facts, const CandidateFacts&) {
+  const Text version = facts.clientVersion;
   return {
-      {"unknown",
-       facts.launcherDirectoryFailure.has_value(),
-       "unknown: {launcherDirectoryFailure}"},
-      {"no-application-support",
-       facts.launcherDirectory.empty(),
-       "none, since there is no Application Support folder"},
-      {"missing", !facts.launcherDirectoryExists, "{launcherDirectory} (missing)"},
-      {"exists", true, "{launcherDirectory}"}};
+      {"none", facts.clientVersion.empty(), "none, so every copy is compatible"},
+      {"any", isAnyClient(facts), version + " stands for any client, so every copy is compatible"},
+      {"given", true, version}};
+}
+
+Messages launcherDirectoryState(const Facts& facts, const CandidateFacts&) {
+  const auto& failure = facts.places.launcherDirectoryFailure;
+  const Path& folder = facts.places.launcherDirectory;
+  return {
+      {"unknown", failure.has_value(), "unknown: "_t + failure},
+      {"no-application-support", folder.empty(), "none: there is no Application Support folder"},
+      {"missing", !facts.places.launcherDirectoryExists, Text(folder) + " (missing)"},
+      {"exists", true, folder}};
 }
 
 // --- Each candidate ---
 
-bool isNearlyCorrupt(const Candidate& candidate) {
+bool isNearlyCorrupt(const CandidateFacts& candidate) {
   const auto& check = candidate.decision.corruptCheck;
   return check.applies && !check.startedSafely &&
          check.launchCount == Selection::CORRUPT_LAUNCH_COUNT_THRESHOLD - 1;
 }
 
-Messages warnings(const Facts& facts, const Candidate& candidate) {
-  const bool isChosen = candidate.isChosen;
-  const StartCheck& start = facts.startCheck;
+static Messages recordWarnings(const CandidateFacts& candidate) {
   return {
       {"nearly-corrupt",
        isNearlyCorrupt(candidate),
-       "{version} has used {launches} of its {threshold} launches without a safe start; after one "
-       "more it counts as corrupt. It lies in {directory}",
-       "Look into the system log for why it does not come up; it records a safe start itself, as "
-       "started.dat in its folder."},
+       Text(Version{candidate.decision.version}) + " was launched " +
+           candidate.decision.corruptCheck.launchCount +
+           " times without a safe start. One more such launch makes it corrupt. It lies in " +
+           candidate.decision.dir,
+       "Look into the system log for why it does not come up. A copy that comes up writes "
+       "started.dat into its folder."},
       {"no-readable-version",
-       isChosen && candidate.decision.version.empty(),
-       "The chosen copy has no readable version: {versionProblem}",
-       versionCause(candidate).remedy},
+       candidate.isChosen && candidate.decision.version.empty(),
+       "The chosen copy has no readable version: "_t + versionProblem(candidate).text,
+       versionRemedy(candidate)}};
+}
+
+static Messages startWarnings(const StartCheck& start, const CandidateFacts& candidate) {
+  const bool isChosen = candidate.isChosen;
+  const Text installAgain = inBundle(INSTALL_AGAIN, candidate);
+  const Text missing = " is missing from "_t + start.frameworks;
+  return {
       {"no-program",
        isChosen && !start.hasProgram,
-       "The chosen copy would not come up: its program is missing, {program}",
-       INSTALL_AGAIN},
+       "The chosen copy would not come up: its program is missing, "_t + start.program,
+       installAgain},
       {"not-executable",
        isChosen && start.hasProgram && !start.isExecutable,
-       "The chosen copy would not come up: this user cannot execute its program, {program}",
+       "The chosen copy would not come up: this user cannot execute its program, "_t +
+           start.program,
        "Make it an executable file (chmod a+x), or install this copy again."},
       {"no-main-library",
        isChosen && !start.hasMainLibrary,
-       "The chosen copy would come up without its main library: {mainLibrary} is missing from "
-       "{frameworks}",
-       INSTALL_AGAIN},
+       "The chosen copy would come up without its main library: "_t + VDI_MAIN_LIBRARY_NAME +
+           missing,
+       installAgain},
       {"no-launcher-library",
        isChosen && !start.hasLauncherLibrary,
-       "The chosen copy would not enter load mode: {launcherLibrary} is missing from {frameworks}",
-       INSTALL_AGAIN},
+       "The chosen copy would not enter load mode: "_t + VDI_LAUNCHER_LIBRARY_NAME + missing,
+       installAgain}};
+}
+
+static Messages countWarning(const Path& record, const CandidateFacts& candidate) {
+  return {
       {"not-countable",
-       isChosen && !facts.unwritableRecord.empty(),
-       "Launches of the chosen copy are not counted: {unwritableRecord} cannot be written.",
+       candidate.isChosen && !record.empty(),
+       "Launches of the chosen copy are not counted: "_t + record + " cannot be written.",
        "Make it, and its folder, writable for this user."}};
 }
 
-// NOLINTNEXTLINE(readability-function-size): one entry per verdict
-Messages verdict(const Facts& facts, const Candidate& candidate) {
+Messages warnings(const Facts& facts, const CandidateFacts& candidate) {
+  return recordWarnings(candidate) + startWarnings(facts.startCheck, candidate) +
+         countWarning(facts.unwritableRecord, candidate);
+}
+
+static Text reasonOfChoice(const Facts& facts) {
+  const Decisions& decisions = facts.decisions;
+  const bool isUnasked = facts.clientVersion.empty() || isAnyClient(facts);
+  const char* const kind = isUnasked || decisions.fellBack ? "viable" : "compatible";
+  if (decisions.choseWithoutVersion)
+    return "no "_t + kind + " copy has a version above " + Selection::LOWEST_CANDIDATE_VERSION +
+           ", so the first one is taken";
+  if (decisions.eligible == 1)
+    return "the only "_t + kind + " copy";
+  return "the highest version of "_t + decisions.eligible + " " + kind + " copies";
+}
+
+static Messages ruledVerdicts(const Facts& facts, const CandidateFacts& candidate) {
   const auto& [dir, status, version, corruptCheck] = candidate.decision;
   return {
       {"not-examined",
        candidate.failure.has_value(),
-       "cannot be examined, so the launcher would stop here: {candidateFailure}",
-       remedyOf(candidate.failure)},
-      {"would-start",
-       candidate.isChosen && facts.choseWithoutVersion,
-       "would start: no {kind} copy has a version above {lowest}, so the first one is taken"},
-      {"would-start",
-       candidate.isChosen && facts.eligible == 1,
-       "would start: the only {kind} copy"},
-      {"would-start",
-       candidate.isChosen,
-       "would start: the highest version of {eligible} {kind} copies"},
-      {"no-bundle", status == Status::NoBundle, "no application bundle (no {bundle})"},
+       "cannot be examined, so the launcher would stop here: "_t + candidate.failure,
+       failureRemedy(candidate.failure)},
+      {"would-start", candidate.isChosen, "would start: "_t + reasonOfChoice(facts)},
+      {"no-bundle",
+       status == Status::NoBundle,
+       "no application bundle (no "_t + VDI_MAIN_APP_NAME + ")"},
       {"corrupt",
        status == Status::Corrupt,
-       "corrupt (launched {launches} times, never started safely)",
-       "Look into the system log for why it did not come up. To let it be chosen again, remove "
-       "{directory}/launchCount.dat"},
+       "corrupt (launched "_t + corruptCheck.launchCount + " times, never started safely)",
+       "Look into the system log for why it did not come up. To let it be chosen again, remove "_t +
+           dir + "/launchCount.dat"},
       {"no-readable-version",
        version.empty(),
-       "no readable version: {versionProblem}",
-       versionCause(candidate).remedy},
-      {"newer-than-client",
-       status == Status::Incompatible,
-       "newer than the client ({versionStart} > {clientStart})"},
-      {"same-folder", candidate.twin.has_value(), "the same folder as {twin}, listed again"},
-      {"viable", !facts.chosen, "viable, but the launcher would stop before the choice"},
-      {"same-version", candidate.order == Order::Equal, "same version, comes later ({version})"},
+       "no readable version: "_t + versionProblem(candidate).text,
+       versionRemedy(candidate)},
+      {"newer-than-client", status == Status::Incompatible, newerThanClient(facts, candidate)}};
+}
+
+static Messages comparedVerdicts(const Decisions& decisions, const CandidateFacts& candidate) {
+  const Version version{candidate.decision.version};
+  const Version chosen{decisions.chosenOne().decision.version};
+  return {
+      {"same-folder",
+       candidate.twin.has_value(),
+       "the same folder as "_t + decisions.firstListed(candidate).decision.dir + ", listed again"},
+      {"viable", !decisions.chosen, "viable, but the launcher would stop before the choice"},
+      {"same-version",
+       candidate.order == Order::Equal,
+       "same version, comes later ("_t + version + ")"},
       {"not-above-lowest",
-       facts.choseWithoutVersion,
-       "viable, version not above {lowest} ({version})"},
+       decisions.choseWithoutVersion,
+       "viable, version not above "_t + Selection::LOWEST_CANDIDATE_VERSION + " (" + version + ")"},
       {"older",
        candidate.order == Order::Lower,
-       "viable, older than the chosen copy ({version} < {chosen})"},
+       "viable, older than the chosen copy ("_t + version + " < " + chosen + ")"},
       {"not-comparable",
        true,
-       "viable, not comparable with the chosen copy ({version}, {chosen})"}};
+       "viable, not comparable with the chosen copy ("_t + version + ", " + chosen + ")"}};
+}
+
+Messages verdict(const Facts& facts, const CandidateFacts& candidate) {
+  return ruledVerdicts(facts, candidate) + comparedVerdicts(facts.decisions, candidate);
 }
 
 // --- The rules that a candidate was asked, up to the first that it failed ---
 
-static bool isViable(const Candidate& candidate) {
-  return candidate.decision.status != Status::NoBundle &&
-         candidate.decision.status != Status::Corrupt;
-}
-
-Messages stopRule(const Facts&, const Candidate& candidate) {
-  return {{"stopped", candidate.failure.has_value(), "stopped: {candidateFailure}"}};
-}
-
-Messages bundleRule(const Facts&, const Candidate& candidate) {
+static Messages bundleRule(const CandidateFacts& candidate) {
+  const bool isAsked = !candidate.failure;
   const bool hasBundle = candidate.decision.status != Status::NoBundle;
   return {
-      {"bundle-passed", hasBundle, "bundle: passed, the folder holds {bundle}"},
-      {"bundle-failed", !hasBundle, "bundle: failed, the folder does not hold {bundle}"}};
+      {"stopped", !isAsked, "stopped: "_t + candidate.failure},
+      {"bundle-passed", isAsked && hasBundle, "bundle: the folder holds "_t + VDI_MAIN_APP_NAME},
+      {"bundle-failed",
+       isAsked && !hasBundle,
+       "no bundle: the folder does not hold "_t + VDI_MAIN_APP_NAME}};
 }
 
-Messages corruptRule(const Facts&, const Candidate& candidate) {
-  const auto& [dir, status, version, check] = candidate.decision;
-  const bool isExempt = status != Status::NoBundle && !check.applies;
-  const bool isOutside = !candidate.records;
+static Text reasonNeverCorrupt(const CandidateFacts& candidate) {
+  if (!candidate.records)
+    return "the folder is not in the launcher folder";
+  if (candidate.decision.version.empty())
+    return "there is no readable version";
+  return "version "_t + Version{candidate.decision.version} + " does not exceed " +
+         Selection::CORRUPT_CHECK_BASE_VERSION;
+}
+
+static Messages corruptRule(const CandidateFacts& candidate) {
+  const auto& check = candidate.decision.corruptCheck;
+  const bool hasBundle = candidate.decision.status != Status::NoBundle;
+  const Text launched = "launched "_t + check.launchCount + " times";
+  const Text limit = ", the limit is "_t + Selection::CORRUPT_LAUNCH_COUNT_THRESHOLD;
   return {
       {"corrupt-exempt",
-       isExempt && isOutside,
-       "corrupt: not asked, since the folder is not in the launcher folder"},
-      {"corrupt-exempt",
-       isExempt && !isOutside && version.empty(),
-       "corrupt: not asked, since there is no readable version"},
-      {"corrupt-exempt",
-       isExempt && !isOutside && !version.empty(),
-       "corrupt: not asked, since version {version} does not exceed {corruptBase}"},
+       !candidate.failure && hasBundle && !check.applies,
+       "never corrupt: "_t + reasonNeverCorrupt(candidate)},
       {"corrupt-failed",
        check.isCorrupt,
-       "corrupt: failed, launch count {launches} is not below {threshold}, and there was no safe "
-       "start"},
+       "corrupt: "_t + launched + " without a safe start" + limit},
       {"corrupt-passed",
        check.applies && check.startedSafely,
-       "corrupt: passed, there was a safe start (launch count {launches})"},
+       "not corrupt: started safely ("_t + launched + ")"},
       {"corrupt-passed",
        check.applies && !check.isCorrupt && !check.startedSafely,
-       "corrupt: passed, launch count {launches} is below {threshold}, and there was no safe "
-       "start"}};
+       "not corrupt: "_t + launched + limit}};
 }
 
-Messages clientRule(const Facts& facts, const Candidate& candidate) {
+static Messages clientRule(const Facts& facts, const CandidateFacts& candidate) {
   const auto& [dir, status, version, corruptCheck] = candidate.decision;
+  const Text client = Version{facts.clientVersion};
   const bool isNone = facts.clientVersion.empty();
-  const bool isAny = facts.clientVersion == Selection::ANY_CLIENT_VERSION;
-  const bool isCompared = isViable(candidate) && !isNone && !isAny;
-  const bool isFailed = isCompared && (status == Status::Incompatible || facts.fellBack);
+  const bool isAsked =
+      !candidate.failure && status != Status::NoBundle && status != Status::Corrupt;
+  const bool isCompared = isAsked && !isNone && !isAnyClient(facts);
+  const bool isFailed = isCompared && (status == Status::Incompatible || facts.decisions.fellBack);
   return {
       {"client-exempt",
-       isViable(candidate) && isNone,
-       "client: not asked, since the host names no version"},
-      {"client-exempt",
-       isViable(candidate) && isAny,
-       "client: not asked, since client version {client} stands for any"},
+       isAsked && !isCompared,
+       "compatible: "_t + (isNone ? Text("the host names no version")
+                                  : "client version "_t + client + " stands for any")},
       {"client-failed",
-       isFailed && version.empty(),
-       "client: failed, no readable version to compare with {client}"},
-      {"client-failed",
-       isFailed && !version.empty(),
-       "client: failed, newer than the client ({versionStart} > {clientStart})"},
+       isFailed,
+       "not compatible: "_t + (version.empty() ? "no readable version to compare with "_t + client
+                                               : newerThanClient(facts, candidate))},
       {"client-passed",
        isCompared && !isFailed,
-       "client: passed, {versionStart} does not exceed {clientStart}"},
+       "compatible: "_t + startOfVersion(version) + " does not exceed " +
+           startOfVersion(facts.clientVersion)},
       {"client-overruled",
-       isFailed && facts.fellBack,
-       "client: overruled, since every viable copy fails it"}};
+       isFailed && facts.decisions.fellBack,
+       "eligible all the same: no viable copy is compatible"}};
 }
 
-Messages choiceRule(const Facts& facts, const Candidate& candidate) {
-  const bool isAsked = candidate.decision.status == Status::Viable;
+static Messages choiceRule(const Facts& facts, const CandidateFacts& candidate) {
+  const bool isAsked = !candidate.failure && Selection::isViable(candidate.decision);
+  const bool isChoice = facts.decisions.chosen.has_value();
+  const Text reason = firstOf(verdict(facts, candidate)).text;
   return {
-      {"choice-passed", candidate.isChosen, "choice: passed; {verdict}"},
-      {"choice-failed",
-       isAsked && !candidate.isChosen && facts.chosen,
-       "choice: failed; {verdict}"},
-      {"choice-prevented", isAsked && !facts.chosen, "choice: not reached; {verdict}"}};
+      {"choice-passed", candidate.isChosen, reason},
+      {"choice-failed", isAsked && !candidate.isChosen && isChoice, "not chosen: "_t + reason},
+      {"choice-prevented", isAsked && !isChoice, "not chosen: "_t + reason}};
+}
+
+Messages rules(const Facts& facts, const CandidateFacts& candidate) {
+  return bundleRule(candidate) + corruptRule(candidate) + clientRule(facts, candidate) +
+         choiceRule(facts, candidate);
 }
 
 // --- The clean-up ---
 
-Messages cleanUp(const Facts& facts, const Candidate&) {
+Messages cleanUp(const Facts& facts, const CandidateFacts&) {
   return {
-      {"nothing-started", !facts.chosen, "removes nothing, since nothing would start"},
+      {"nothing-started", !facts.decisions.chosen, "removes nothing, since nothing would start"},
       {"failed",
        facts.cleanUp.failure.has_value(),
-       "the launcher would stop here, after the start: {cleanUpFailure}",
-       remedyOf(facts.cleanUp.failure)},
+       "the launcher would stop here, after the start: "_t + facts.cleanUp.failure,
+       failureRemedy(facts.cleanUp.failure)},
       {"not-in-launcher-directory",
        !facts.cleanUp.happens,
        "removes nothing, since the chosen copy is not in the launcher folder"},
       {"happens", true, "keeps the started copy and the two others that were launched last"}};
 }
 
-Messages cleanUpNotes(const Facts& facts, const Candidate&) {
+Messages cleanUpNotes(const Facts& facts, const CandidateFacts&) {
   return {
       {"tied",
        !facts.cleanUp.tied.empty(),
-       "equal launch times: the launcher keeps {tiedKept} of these {tied}; which ones is not "
-       "defined"}};
+       "equal launch times: the launcher keeps "_t + facts.cleanUp.tiedKept + " of these " +
+           facts.cleanUp.tied.size() + "; which ones is not defined"}};
 }
 
 // --- The last launch ---
@@ -361,40 +459,41 @@ Messages cleanUpNotes(const Facts& facts, const Candidate&) {
 constexpr const char* MAKE_READABLE =
     "Make it a file that this user may read, or remove it: each launch writes a new one.";
 
-Messages launchEnd(const Facts& facts, const Candidate&) {
-  const LastLaunch& last = facts.lastLaunch;
-  const bool isNothingChosen = last.chosen && last.chosen->directory.empty();
+static Messages earlyEnds(const LastLaunch& last) {
   return {
       {"no-log", !last.exists, "none: there is no log of a launch"},
       {"unreadable",
        !last.unreadableReason.empty(),
-       "unknown: the log cannot be read ({logFailure})",
+       "unknown: the log cannot be read ("_t + last.unreadableReason + ")",
        MAKE_READABLE},
       {"no-launch",
        last.isEmpty,
        "unknown: the log is empty",
-       "Check that the disk has space: a launcher whose lines cannot be written goes on without."},
+       "Check that the disk has space. A launcher that cannot write its log goes on without."},
       {"no-launch", !last.isCall, "unknown: the log holds no launch"},
       {"before-choice",
        !last.chosen,
        "before a copy was chosen: cut short, or still under way",
-       "If it is over, an error stopped it: what it would stop at now stands at the top."},
+       "If it is over, an error stopped it. The top of this report tells where the launcher would "
+       "stop now."}};
+}
+
+static Messages endsAfterChoice(const LastLaunch& last) {
+  constexpr const char* TELLS = "; the system log tells whether the application started";
+  constexpr const char* FILES =
+      "; launchCount.dat and launch.dat are in the working folder of that host";
+  const bool isCounted = last.launchCount.has_value();
+  return {
       {"nothing-chosen",
-       isNothingChosen && last.isRecorded,
-       "no copy was viable, nothing was started; launchCount.dat and launch.dat are in the working "
-       "folder of that host"},
-      {"nothing-chosen", isNothingChosen, "no copy was viable, nothing was started"},
-      {"recorded",
-       last.launchCount.has_value(),
-       "start requested and recorded as launch {launchCount}; the system log tells whether the "
-       "application started"},
+       last.chosen && last.chosen->directory.empty(),
+       "no copy was viable, nothing was started"_t + (last.isRecorded ? FILES : "")},
       {"recorded",
        last.isRecorded,
-       "start requested and recorded; the system log tells whether the application started"},
+       "start requested and recorded"_t +
+           (isCounted ? " as launch "_t + *last.launchCount : Text()) + TELLS},
       {"unrecorded",
        last.isUncleaned,
-       "start requested, not recorded outside of the launcher folder; the system log tells "
-       "whether the application started"},
+       "start requested, not recorded outside of the launcher folder"_t + TELLS},
       {"at-choice",
        true,
        "after the choice: cut short, still under way, or its record could not be written",
@@ -402,51 +501,60 @@ Messages launchEnd(const Facts& facts, const Candidate&) {
        "disk has space."}};
 }
 
-Messages launchNotes(const Facts& facts, const Candidate&) {
+Messages launchEnd(const Facts& facts, const CandidateFacts&) {
+  return earlyEnds(facts.lastLaunch) + endsAfterChoice(facts.lastLaunch);
+}
+
+Messages launchNotes(const Facts& facts, const CandidateFacts&) {
   const auto& reasons = facts.lastLaunch.removalFailures;
   const auto refusal = std::make_error_code(std::errc::permission_denied).message();
   const bool isRefused = std::find(reasons.begin(), reasons.end(), refusal) != reasons.end();
   return {
       {"not-removed",
-       isRefused,
+       !reasons.empty(),
        "Old folders could not be removed; the log does not name them.",
-       "Make the folders in the launcher folder, and all they hold, writable for this user."},
-      {"not-removed",
-       !reasons.empty() && !isRefused,
-       "Old folders could not be removed; the log does not name them.",
-       "Nothing, if this is the first time: the next launch tries again. Otherwise check the "
-       "disk."}};
+       isRefused
+           ? "Make the folders in the launcher folder, and all they hold, writable for this user."
+           : "Nothing, if this is the first time: the next launch tries again. Otherwise check the "
+             "disk."}};
 }
 
-Messages loadModeEnd(const Facts& facts, const Candidate&) {
-  const LoadMode& load = facts.loadMode;
-  const auto& requested = facts.lastLaunch.chosen;
-  const bool isRequested = requested && !requested->directory.empty();
+// --- In the started application ---
+
+static Messages endsBeforeLoading(const LoadMode& load, const LastLaunch& last) {
+  constexpr const char* SEE_SYSTEM_LOG = "See in the system log whether the start failed.";
+  const bool isRequested = last.chosen && !last.chosen->directory.empty();
   return {
       {"no-log", !load.exists && !isRequested, "none: there is no log of an application"},
       {"no-log",
        !load.exists,
        "no application has entered load mode: there is no log of one",
-       "See in the system log whether the start failed."},
+       SEE_SYSTEM_LOG},
       {"unreadable",
        !load.unreadableReason.empty(),
-       "unknown: the log cannot be read ({loadLogFailure})",
+       "unknown: the log cannot be read ("_t + load.unreadableReason + ")",
        MAKE_READABLE},
       {"not-entered", !load.isEntered, "unknown: the log does not tell of load mode"},
       {"not-since-launch",
-       isEarlier(load, facts.lastLaunch),
-       "no application has entered load mode since the last launch; one did at {loadModeTime}",
-       "See in the system log whether the start failed."},
-      {"load-failed",
-       load.failure.has_value(),
-       "entered load mode at {loadModeTime}, but could not load its main library: {loadFailure}",
-       "Install this copy again: its main library, or one that this needs, cannot be loaded."},
-      {"entered",
-       true,
-       "entered load mode at {loadModeTime}; no failure to load the main library is logged"}};
+       isEarlier(load, last),
+       "no application has entered load mode since the last launch; one did at "_t + load.time,
+       SEE_SYSTEM_LOG}};
 }
 
-std::vector<NamedTopic> allTopics() {
+Messages loadModeEnd(const Facts& facts, const CandidateFacts&) {
+  const LoadMode& load = facts.loadMode;
+  const Text entered = "entered load mode at "_t + load.time;
+  const Messages loading = {
+      {"load-failed",
+       load.failure.has_value(),
+       entered +
+           ", but could not load its main library: " + (load.failure ? Text(*load.failure) : ""),
+       "Install this copy again: its main library, or one that this needs, cannot be loaded."},
+      {"entered", true, entered + "; no failure to load the main library is logged"}};
+  return endsBeforeLoading(load, facts.lastLaunch) + loading;
+}
+
+std::vector<std::pair<const char*, Topic*>> allTopics() {
   return {
       {"outcome", outcome},
       {"notes", notes},
@@ -454,11 +562,7 @@ std::vector<NamedTopic> allTopics() {
       {"launcherDirectoryState", launcherDirectoryState},
       {"warnings", warnings},
       {"candidates.verdict", verdict},
-      {"explained.rules", stopRule},
-      {"explained.rules", bundleRule},
-      {"explained.rules", corruptRule},
-      {"explained.rules", clientRule},
-      {"explained.rules", choiceRule},
+      {"explained.rules", rules},
       {"cleanUp", cleanUp},
       {"cleanUp.notes", cleanUpNotes},
       {"lastLaunch.end", launchEnd},

@@ -6,26 +6,58 @@
 
 #include "Facts.h"
 
-#include <vector>
+#include <functional>
+#include <type_traits>
+#include <utility>
+#include <variant>
 
 namespace LauncherInspect {
+
+// A value of the facts, which is read when the message is shown.
+template <typename Value>
+using Fact = std::reference_wrapper<const Value>;
+
+// A version, or its first components. In a sentence it is cut where it is too long.
+struct Version {
+  Fact<std::string> text;
+  std::size_t components = 0; // 0: all
+};
+
+// The command's own words are literals. Every other text is a fact, and only Report.cpp shows one,
+// redacted.
+using Part = std::variant<
+    const char*,
+    std::size_t,
+    Fact<Path>,
+    Fact<std::string>,
+    Fact<std::optional<Failure>>,
+    Version>;
+
+struct Text {
+  Text() = default;
+  template <typename Value, typename = std::enable_if_t<std::is_constructible_v<Part, Value>>>
+  Text(Value&& part) : parts{Part(std::forward<Value>(part))} {}
+
+  std::vector<Part> parts;
+};
 
 struct Message {
   const char* code;
   bool applies;
-  const char* text;             // for fmt; Report.cpp gives the values of its names
-  const char* remedy = nullptr; // likewise: what to do, if there is anything
+  Text text;
+  Text remedy = {}; // what to do, if there is anything
 };
 using Messages = std::vector<Message>;
 
-// All messages of a topic, about the chosen candidate, or an empty one when there is none.
-using Topic = Messages(const Facts& facts, const Candidate& candidate);
+// The first message that applies; one must.
+const Message& firstOf(const Messages& messages);
 
-// Why a copy has no readable version.
-const char* versionProblem(const Candidate& candidate);
+// All messages of a topic, about the chosen candidate, or an empty one when there is none. They are
+// valid as long as both arguments.
+using Topic = Messages(const Facts& facts, const CandidateFacts& candidate);
 
 // Whether one more launch without a safe start makes the copy corrupt.
-bool isNearlyCorrupt(const Candidate& candidate);
+bool isNearlyCorrupt(const CandidateFacts& candidate);
 
 // Topics of which the report has the first message that applies.
 Topic outcome, client, launcherDirectoryState, cleanUp, launchEnd, loadModeEnd;
@@ -33,14 +65,10 @@ Topic verdict; // about each candidate
 
 // Topics of which the report has all messages that apply.
 Topic notes, cleanUpNotes, launchNotes;
-Topic warnings;                                        // about each candidate
-Topic stopRule;                                        // alone, about one that cannot be examined
-Topic bundleRule, corruptRule, clientRule, choiceRule; // about the explained candidate
+Topic warnings; // about each candidate
+Topic rules;    // about the explained candidate
 
-struct NamedTopic {
-  const char* member; // of the report
-  Topic* topic;
-};
-std::vector<NamedTopic> allTopics();
+// With the members of the report that hold them.
+std::vector<std::pair<const char*, Topic*>> allTopics();
 
 } // namespace LauncherInspect
