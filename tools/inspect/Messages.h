@@ -35,6 +35,7 @@ using Part = std::variant<
 
 struct Text {
   Text() = default;
+  // NOLINTNEXTLINE(modernize-avoid-c-arrays): the type of a literal
   template <typename Value, typename = std::enable_if_t<std::is_constructible_v<Part, Value>>>
   Text(Value&& part) : parts{Part(std::forward<Value>(part))} {}
 
