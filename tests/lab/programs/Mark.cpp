@@ -2,5 +2,4 @@
 
 // Part of every library of the tests. A look-up in the whole process finds it when such a library
 // is loaded and its symbols are visible to all.
-EXPORTED int libraryOfTheTests;
-int libraryOfTheTests = 1;
+EXPORTED void libraryOfTheTests() {}
