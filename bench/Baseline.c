@@ -1,9 +1,9 @@
 // The baseline: one launch as plain C without checks, over a home folder that the benchmarks lay
 // out, with one parse per copy. It is no replacement for the launcher.
 //
-// "rules" makes the system calls that the rules of a launch ask for: three operations read a copy's
-// version, two its launch count, two test its bundle. "once" reads each file a single time.
-// Usage: bench_baseline rules|once CLIENT_VERSION
+// It makes the system calls that the rules of a launch ask for: three operations read a copy's
+// version, two its launch count, two test its bundle.
+// Usage: bench_baseline CLIENT_VERSION
 
 #include "Measure.h"
 
@@ -17,12 +17,11 @@
 #include <unistd.h>
 
 #define BUNDLE "OrlixVDIPlugin.app"
+#define LOGS "Library/Logs/VantuOrlixVDI"
 
-static int followsRules;
 static int logFile;
 static char applicationSupport[2048];
 static char bestFolder[4096];
-static char bestExecutable[8192];
 static int bestVersion[4];
 static int clientVersion[4];
 
@@ -39,6 +38,12 @@ static void logLine(const char* text, const char* detail) {
     _exit(1);
 }
 
+static const char* pathIn(const char* folder, const char* name) {
+  static char path[8192];
+  snprintf(path, sizeof path, "%s/%s", folder, name);
+  return path;
+}
+
 static ssize_t readWhole(const char* path, char* buffer, size_t size) {
   struct stat status;
   const int file = open(path, O_RDONLY | O_CLOEXEC);
@@ -51,16 +56,12 @@ static ssize_t readWhole(const char* path, char* buffer, size_t size) {
 }
 
 static int hasBundle(const char* folder) {
-  char path[8192];
   struct stat status;
-  snprintf(path, sizeof path, "%s/" BUNDLE, folder);
-  return stat(path, &status) == 0;
+  return stat(pathIn(folder, BUNDLE), &status) == 0;
 }
 
 static ssize_t readList(const char* folder, char* content, size_t size) {
-  char path[8192];
-  snprintf(path, sizeof path, "%s/" BUNDLE "/Contents/Info.plist", folder);
-  return readWhole(path, content, size);
+  return readWhole(pathIn(folder, BUNDLE "/Contents/Info.plist"), content, size);
 }
 
 static int readVersion(const char* folder, int version[4]) {
@@ -87,23 +88,19 @@ static int compare(const int a[4], const int b[4], int count) {
 }
 
 static int readLaunchCount(const char* folder) {
-  char path[8192];
+  const char* path = pathIn(folder, "launchCount.dat");
   char count[32] = "";
   struct stat status;
-  snprintf(path, sizeof path, "%s/launchCount.dat", folder);
-  if (!followsRules || stat(path, &status) == 0)
+  if (stat(path, &status) == 0)
     readWhole(path, count, sizeof count - 1);
   return atoi(count);
 }
 
 static int isCorrupt(const char* folder) {
-  char path[8192];
   struct stat status;
-  if (followsRules)
-    stat(applicationSupport, &status);
+  stat(applicationSupport, &status);
   const int count = readLaunchCount(folder);
-  snprintf(path, sizeof path, "%s/started.dat", folder);
-  return stat(path, &status) != 0 && count >= 3;
+  return stat(pathIn(folder, "started.dat"), &status) != 0 && count >= 3;
 }
 
 static void consider(const char* folder) {
@@ -114,12 +111,10 @@ static void consider(const char* folder) {
   logLine("VDI supports CheckCorrupt: ", folder);
   if (isCorrupt(folder))
     return;
-  if (followsRules) {
-    readLaunchCount(folder);
-    readList(folder, content, sizeof content);
-    hasBundle(folder);
-    readList(folder, content, sizeof content);
-  }
+  readLaunchCount(folder);
+  readList(folder, content, sizeof content);
+  hasBundle(folder);
+  readList(folder, content, sizeof content);
   logLine("safe start Directory: ", folder);
   logLine("find a candidate with Version: ", folder);
   if (compare(version, clientVersion, 2) > 0)
@@ -145,11 +140,7 @@ static void considerAll(const char* launcherFolder) {
 
 static void* start(void* unused) {
   (void)unused;
-  snprintf(
-      bestExecutable,
-      sizeof bestExecutable,
-      "%s/" BUNDLE "/Contents/MacOS/OrlixVDIPlugin",
-      bestFolder);
+  const char* executable = pathIn(bestFolder, BUNDLE "/Contents/MacOS/OrlixVDIPlugin");
   const pid_t child = fork();
   if (child == 0) {
     setsid();
@@ -159,7 +150,7 @@ static void* start(void* unused) {
       dup2(0, 1);
       dup2(0, 2);
       if (chdir("/") == 0)
-        execl(bestExecutable, bestExecutable, "loadmode", (char*)NULL);
+        execl(executable, executable, "loadmode", (char*)NULL);
     }
     _exit(0);
   }
@@ -173,10 +164,9 @@ static void launch(void) {
   pthread_t thread;
   const char* home = getenv("HOME");
   snprintf(applicationSupport, sizeof applicationSupport, "%s/Library/Application Support", home);
-  snprintf(path, sizeof path, "%s/Library/Logs/VantuOrlixVDI", home);
-  mkdir(path, 0755);
-  strcat(path, "/vdi-launch-launchmode-log.txt");
-  logFile = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  mkdir(pathIn(home, LOGS), 0755);
+  const char* log = pathIn(home, LOGS "/vdi-launch-launchmode-log.txt");
+  logFile = open(log, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
   consider("/Applications");
   if (getcwd(path, sizeof path) != NULL)
     consider(path);
@@ -190,12 +180,11 @@ static void launch(void) {
 }
 
 int main(int argc, char** argv) {
-  if (argc != 3)
+  if (argc != 2)
     return 2;
-  followsRules = strcmp(argv[1], "rules") == 0;
-  sscanf(argv[2], "%d.%d", &clientVersion[0], &clientVersion[1]);
+  sscanf(argv[1], "%d.%d", &clientVersion[0], &clientVersion[1]);
   sem_init(&startReported, 0, 0);
-  const struct Moment startedAt = now();
+  const long long startedAt = processorNanoseconds();
   launch();
   reportCost(startedAt);
   return 0;

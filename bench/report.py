@@ -15,12 +15,10 @@ import subprocess
 import sys
 
 SIZES = [1, 5, 100, 1000, 10000]
-PROGRAMS = ["launcher", "baseline", "baseline-once", "script", "frugal-script"]
-# From the highest line of the plot to the lowest: program, title, colour.
-LINES = [("script", "shell script", "#888888"), ("frugal-script", "frugal script", "#bbbbbb"),
-         ("launcher", "launch", "#c0392b"), ("baseline", "baseline in C", "#2c3e50"),
-         ("baseline-once", "each file once", "#5dade2")]
+# The lines of the plot, from the highest to the lowest.
+COLOURS = {"script": "#888888", "launcher": "#c0392b", "baseline": "#2c3e50"}
 REPORTS = {"inspect-text": "text report", "inspect-json": "JSON report"}
+PROGRAMS = {"launcher": "launch", "baseline": "baseline", "script": "script", **REPORTS}
 START, END = "<!-- figures -->", "<!-- end of figures -->"
 
 
@@ -34,20 +32,13 @@ def samples(file):
     return runs
 
 
-def median(runs, key):
-    return statistics.median(run[key] for run in runs)
+def median(runs):
+    return statistics.median(run["real_time"] for run in runs)
 
 
 def cost(processes, program, size):
-    """Microseconds of processor time: the launch alone where the program reports it, else all."""
-    runs = processes[f"{program}/{size}"]
-    return median(runs, "own_processor_us") or median(runs, "processor_us")
-
-
-def duration(processes, program, size):
-    """Microseconds on the clock, of the same."""
-    runs = processes[f"{program}/{size}"]
-    return median(runs, "own_us") or median(runs, "real_time")
+    """Microseconds of processor time."""
+    return median(processes[f"{program}/{size}"])
 
 
 def machine():
@@ -67,33 +58,13 @@ def table(header, rows):
     return ["| " + " | ".join(line) + " |" for line in lines] + [""]
 
 
-def launch_table(processes):
+def cost_table(processes):
     rows = []
     for size in SIZES:
-        own = cost(processes, "launcher", size)
-        rows.append([f"{size:,}", shown(own)]
-                    + [f"{shown(cost(processes, other, size))} "
-                       f"({own / cost(processes, other, size):.2f})" for other in PROGRAMS[1:3]]
-                    + [f"{shown(cost(processes, other, size))} "
-                       f"({cost(processes, other, size) / own:.0f} ×)" for other in PROGRAMS[3:]])
-    return table(["copies", "launch", "baseline (ratio)", "each file once (ratio)",
-                  "script (slower)", "frugal script (slower)"], rows)
-
-
-def duration_table(processes):
-    rows = [[f"{size:,}"] + [shown(duration(processes, program, size))
-                            for program in PROGRAMS] for size in SIZES]
-    return table(["copies", "launch", "baseline", "each file once", "script", "frugal script"], rows)
-
-
-def inspect_table(processes):
-    rows = []
-    for size in SIZES:
-        own = cost(processes, "launcher", size)
-        reports = [cost(processes, report, size) for report in REPORTS]
-        rows.append([f"{size:,}", shown(own)]
-                    + [f"{shown(report)} ({report / own:.2f})" for report in reports])
-    return table(["copies", "launch", *(f"{name} (ratio)" for name in REPORTS.values())], rows)
+        own, *others = (cost(processes, program, size) for program in PROGRAMS)
+        rows.append([f"{size:,}", shown(own),
+                     *(f"{shown(other)} ({other / own:.3g})" for other in others)])
+    return table(["copies", *PROGRAMS.values()], rows)
 
 
 def costs_per_copy(processes, program):
@@ -103,19 +74,13 @@ def costs_per_copy(processes, program):
     return costs, max(costs) / min(costs) - 1
 
 
-def library_facts(file):
-    return dict(line.split() for line in file.read_text().splitlines())
-
-
-def checks(processes, operations, library):
+def checks(processes, operations, size):
     """What is promised: text, measured value, whether it holds."""
     own = cost(processes, "launcher", 100)
     baseline = own / cost(processes, "baseline", 100)
     added = cost(processes, "launcher", 5) - cost(processes, "baseline", 5)
     script = cost(processes, "script", 100) / own
-    held = {size: statistics.median(run["real_time"] for run in operations[f"startRequest/{size}"])
-            / 1000 for size in (10, 1024)}
-    size = int(library["size"])
+    held = {memory: median(operations[f"startRequest/{memory}"]) / 1000 for memory in (10, 1024)}
     return [
         ("100 copies: at most twice the baseline", f"{baseline:.2f}", baseline <= 2),
         ("5 copies: at most 1 ms above the baseline", shown(added), added <= 1000),
@@ -142,31 +107,13 @@ def report_checks(processes, launch):
         yield constant_cost(f"{name}: cost", costs_per_copy(processes, report))
 
 
-def load_table(processes):
-    launcher, empty = (median(processes[f"load/{name}"], "own_processor_us") for name in ("launcher", "empty"))
-    return [f"dlopen, in a process that has none of the dependencies yet: {shown(launcher)}, an empty "
-            f"C++ library with the same dependencies {shown(empty)} (ratio {launcher / empty:.2f}).", ""]
-
-
-def figures(processes, operations, library):
-    promised = checks(processes, operations, library)
+def figures(processes, operations, size):
+    promised = checks(processes, operations, size)
     parts = [f"Machine: {machine()}.", ""]
     parts += table(["promise", "measured", "holds"],
                    [[text, value, "yes" if holds else "no"] for text, value, holds in promised])
-    parts += ["Cost of a launch, processor time, medians:", ""] + launch_table(processes)
-    parts += ["The same on the clock:", ""] + duration_table(processes)
-    parts += ["Cost of a report of `launcher-inspect`, the whole process, processor time, medians:", ""]
-    parts += inspect_table(processes) + load_table(processes)
-    relocations = ", ".join(f"{count} {name}" for name, count in sorted(library.items())
-                            if name != "size")
-    parts += [f"Relocations: {relocations}.", ""]
-    peak = max(run["peak_kb"] for run in processes["launcher/10000"])
-    small = median(processes["launcher/1"], "peak_kb")
-    parts += [f"Peak memory of the host: {small / 1024:.1f} MB with one copy, "
-              f"{peak / 1024:.1f} MB with 10,000.", "", "Single operations, medians:", ""]
-    parts += table(["operation", "time"],
-                   [[name, f"{median(runs, 'real_time') / 1000:.2f} µs"]
-                    for name, runs in sorted(operations.items())])
+    parts += ["Processor time, medians; in brackets, how many times a launch's:", ""]
+    parts += cost_table(processes)
     return "\n".join(parts), all(holds for _, _, holds in promised)
 
 
@@ -178,12 +125,12 @@ def write_document(document, text):
 
 def draw(processes, picture):
     blocks = "".join(
-        f"${name.replace('-', '_')} << EOD\n"
+        f"${name} << EOD\n"
         + "".join(f"{size} {cost(processes, name, size) / 1000}\n" for size in SIZES) + "EOD\n"
-        for name, _, _ in LINES)
+        for name in COLOURS)
     plots = ", ".join(
-        f"${name.replace('-', '_')} with linespoints lw 2 pt 7 lc rgb '{colour}' title '{title}'"
-        for name, title, colour in LINES)
+        f"${name} with linespoints lw 2 pt 7 lc rgb '{colour}' title '{PROGRAMS[name]}'"
+        for name, colour in COLOURS.items())
     subprocess.run(["gnuplot"], check=True, text=True, input=f"""
 {blocks}
 set terminal pngcairo size 900,560 font 'sans,12'
@@ -206,7 +153,7 @@ def main():
     results, docs = map(pathlib.Path, sys.argv[1:])
     processes = samples(results / "processes.json")
     text, holds = figures(processes, samples(results / "operations.json"),
-                          library_facts(results / "library.txt"))
+                          (results / "stripped").stat().st_size)
     write_document(docs / "performance.md", text)
     draw(processes, docs / "performance.png")
     print(text)

@@ -6,10 +6,10 @@
 source "$(dirname "$0")/usage.sh" || exit
 
 scripts/install-packages.sh build bench
-cmake --preset bench >/dev/null
-cmake --build --preset bench
-
 build=build/bench
+cmake --preset release -B "$build" -DLAUNCHER_BUILD_TESTS=OFF -DLAUNCHER_BUILD_BENCHMARKS=ON >/dev/null
+cmake --build "$build"
+
 results=$build/results
 mkdir -p "$results"
 
@@ -18,12 +18,5 @@ format=(--benchmark_out_format=json --benchmark_enable_random_interleaving=true)
 "$build"/bench/operation_benchmarks "${format[@]}" --benchmark_out="$results/operations.json" \
   --benchmark_repetitions=5
 
-library=$build/ThinClientLauncher/libThinClientLauncher.dylib
-strip -o "$results/stripped" "$library"
-{
-  echo "size $(stat -c %s "$results/stripped")"
-  readelf --wide --relocs "$library" |
-    awk '$3 ~ /^R_/ { count[$3]++ } END { for (type in count) print type, count[type] }'
-} >"$results/library.txt"
-
+strip -o "$results/stripped" "$build/ThinClientLauncher/libThinClientLauncher.dylib"
 exec bench/report.py "$results" docs
