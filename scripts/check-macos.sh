@@ -5,33 +5,27 @@
 source "$(dirname "$0")/usage.sh" || exit
 
 sysroot=build/macos-sysroot
-wheels=build/macos-wheels
+ziglang=$PWD/build/macos-ziglang
 lief=$PWD/build/macos-lief
 library=build/macos-cross/ThinClientLauncher/libThinClientLauncher.dylib
 unit_tests=build/macos-cross/tests/unit/unit_tests
 exports=ThinClientLauncher/macos/exports.txt
 
-scripts/install-packages.sh build macos python test gnustep libcxx leaks
+scripts/install-packages.sh build macos python test gnustep libcxx faults
 use_llvm
 scripts/fetch-python.sh scripts/lief-requirements.txt "$lief"
-rm -rf "$wheels"
-python3 -m pip --quiet --disable-pip-version-check download --no-deps --only-binary=:all: \
-  --platform manylinux_2_12_x86_64 --require-hashes --dest "$wheels" \
-  --requirement scripts/macos-sysroot/requirements.txt || {
-  echo "check-macos.sh: could not fetch ziglang from the Python package index (see above)." >&2
-  echo "check-macos.sh: NOTHING WAS CHECKED. Restore the connection and run this again." >&2
-  exit 1
-}
+scripts/fetch-python.sh scripts/macos-sysroot/requirements.txt "$ziglang" --platform manylinux_2_12_x86_64
 llvm=$(dirname "$(dirname "$(command -v llvm-nm)")")
-python3 scripts/macos-sysroot/lay_out.py "$wheels"/ziglang-*.whl "$llvm" "$sysroot"
+python3 scripts/macos-sysroot/lay_out.py "$ziglang" "$llvm" "$sysroot"
 
 # Either would lead the compiler to this machine's own headers and libraries.
 unset CPATH LIBRARY_PATH
 # clang leaves temporary folders behind when it compiles for two architectures at once.
 export TMPDIR=$PWD/build/macos-tmp
 rm -rf "$TMPDIR" && mkdir "$TMPDIR"
-cmake --preset macos-cross >/dev/null
-cmake --build --preset macos-cross
+cmake --preset release -B build/macos-cross --toolchain "$PWD/cmake/macos-cross.cmake" \
+  -DLAUNCHER_BUILD_TOOLS=OFF >/dev/null
+cmake --build build/macos-cross
 llvm-lipo "$unit_tests" -info
 llvm-lipo "$unit_tests" -verify_arch arm64 x86_64
 

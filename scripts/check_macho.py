@@ -25,9 +25,6 @@ SYSTEM_LIBRARIES = {
 }
 TYPES = MachO.LoadCommand.TYPE
 
-# The compiler calls it after an exception where none may leave. It never returns.
-NEVER_UNWOUND = "___clang_call_terminate"
-
 # On x86_64, the compiler zeroes memory with a function of its own.
 ONLY_X86_64 = "___bzero"
 
@@ -94,8 +91,7 @@ def faults_of_unwinding(binary):
     return unless(starts, "where functions start is unknown") + [
         f"{names.get(start, hex(start))} has none"
         for start in starts
-        if names.get(start) != NEVER_UNWOUND
-        and not any(entry.start <= start < entry.end for entry in covered)
+        if not any(entry.start <= start < entry.end for entry in covered)
     ]
 
 

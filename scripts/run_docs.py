@@ -22,6 +22,7 @@ import re
 import subprocess
 import sys
 import tempfile
+import types
 
 PROJECT = pathlib.Path(__file__).resolve().parents[1]
 BLOCK = re.compile(r"(?:^<!-- (?P<note>[^\n]*) -->\n)?^```(?P<language>\w*)\n(?P<body>.*?)^```$",
@@ -30,21 +31,13 @@ TIME = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} ")
 END_OF_BLOCK = "--- end of block"
 
 
-class Block:
-    """Commands, and the output that the document shows for them, if any."""
-
-    def __init__(self, match):
-        self.note = match["note"] or ""
-        self.commands = match["body"]
-        self.shown = None
-
-
 def blocks_of(text):
+    """Commands with their note, and the output that the document shows for them, if any."""
     blocks = []
     last = None
     for match in BLOCK.finditer(text):
         if match["language"] == "sh":
-            last = Block(match)
+            last = types.SimpleNamespace(note=match["note"] or "", commands=match["body"], shown=None)
             blocks.append(last)
         elif match["language"] == "text" and last and last.shown is None:
             last.shown = match["body"]

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Creates a folder in which clang and lld find what a build for macOS needs.
 
-Usage: lay_out.py WHEEL LLVM SYSROOT
+Usage: lay_out.py ZIGLANG LLVM SYSROOT
 
-WHEEL is the ziglang wheel, LLVM the folder of Debian's LLVM. SYSROOT is replaced.
+ZIGLANG is the folder that holds the package of requirements.txt, LLVM the folder of Debian's LLVM. SYSROOT is replaced.
 """
 
 import pathlib
@@ -11,11 +11,8 @@ import re
 import shutil
 import subprocess
 import sys
-import zipfile
 
 OWN = pathlib.Path(__file__).resolve().parent
-WHEEL_HEADERS = "ziglang/lib/libc/include/any-macos-any/"
-WHEEL_STUB = "ziglang/lib/libc/darwin/libSystem.tbd"
 
 LIBCXX_STUB = """--- !tapi-tbd
 tbd-version: 4
@@ -28,19 +25,11 @@ exports:
 """
 
 
-def copy_own_headers_and_stubs(sysroot):
+def copy_headers_and_stubs(ziglang, sysroot):
     for part in ("System", "usr"):
         shutil.copytree(OWN / part, sysroot / part)
-
-
-def extract_darwin(wheel, sysroot):
-    with zipfile.ZipFile(wheel) as archive:
-        for name in archive.namelist():
-            if name.startswith(WHEEL_HEADERS) and not name.endswith("/"):
-                target = sysroot / "usr/include" / name[len(WHEEL_HEADERS) :]
-                target.parent.mkdir(parents=True, exist_ok=True)
-                target.write_bytes(archive.read(name))
-        (sysroot / "usr/lib/libSystem.tbd").write_bytes(archive.read(WHEEL_STUB))
+    shutil.copytree(ziglang / "lib/libc/include/any-macos-any", sysroot / "usr/include")
+    shutil.copy(ziglang / "lib/libc/darwin/libSystem.tbd", sysroot / "usr/lib")
 
 
 def write_libcxx_stub(llvm, sysroot):
@@ -67,19 +56,14 @@ def write_libcxx_configuration(llvm, sysroot):
     (folder / "__config_site").write_text(checked)
 
 
-def name_lipo(llvm, sysroot):
-    """The compiler calls the tool that joins the architectures by this name."""
-    (sysroot / "bin").mkdir()
-    (sysroot / "bin/lipo").symlink_to(llvm / "bin/llvm-lipo")
-
-
-def main(wheel, llvm, sysroot):
+def main(ziglang, llvm, sysroot):
     shutil.rmtree(sysroot, ignore_errors=True)
-    copy_own_headers_and_stubs(sysroot)
-    extract_darwin(wheel, sysroot)
+    copy_headers_and_stubs(ziglang / "ziglang", sysroot)
     write_libcxx_stub(llvm, sysroot)
     write_libcxx_configuration(llvm, sysroot)
-    name_lipo(llvm, sysroot)
+    # The compiler calls the tool that joins the architectures by this name.
+    (sysroot / "bin").mkdir()
+    (sysroot / "bin/lipo").symlink_to(llvm / "bin/llvm-lipo")
 
 
 if __name__ == "__main__":
