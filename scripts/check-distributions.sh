@@ -89,8 +89,8 @@ ls /usr/local/lib'
 
 make_packages='cd project
 scripts/install-packages.sh build packages
-cmake --preset demo -DCMAKE_INSTALL_PREFIX=/usr
-cmake --build --preset demo
+cmake --preset release -B build/demo -DLAUNCHER_BUILD_TESTS=OFF -DCMAKE_INSTALL_PREFIX=/usr
+cmake --build build/demo
 cd build/demo
 cpack'
 

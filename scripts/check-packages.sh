@@ -11,15 +11,15 @@ mkdir -p "$packages/copy"
 
 # Usage: build [TARGET ...]: without a cache.
 build() {
-  CCACHE_DISABLE=1 cmake --preset demo -DCMAKE_INSTALL_PREFIX=/usr >/dev/null
-  CCACHE_DISABLE=1 cmake --build --preset demo "$@" >/dev/null
+  export CCACHE_DISABLE=1
+  cmake --preset release -B build/demo -DLAUNCHER_BUILD_TESTS=OFF -DCMAKE_INSTALL_PREFIX=/usr >/dev/null
+  cmake --build build/demo "$@" >/dev/null
 }
 
 build
 copy_project "$packages/copy"
 (cd "$packages/copy" && build --target ThinClientLauncher ThinClientLauncherHost ThinClientLauncherPlugin)
-for file in ThinClientLauncher/libThinClientLauncher.dylib kits/libThinClientLauncherHost.so \
-  kits/libThinClientLauncherPlugin.a; do
+for file in ThinClientLauncher/libThinClientLauncher.dylib kits/libThinClientLauncher{Host.so,Plugin.a}; do
   cmp "build/demo/$file" "$packages/copy/build/demo/$file"
 done
 echo "Two builds in different folders are the same."

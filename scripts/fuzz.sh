@@ -15,8 +15,8 @@ targets=("${@:2}")
 
 scripts/install-packages.sh build fuzz
 use_llvm
-cmake --preset fuzz -DLAUNCHER_BUILD_TESTS=AUTO >/dev/null # without the suites
-cmake --build --preset fuzz --target "${targets[@]/#/fuzz_}"
+cmake --preset fuzz >/dev/null
+cmake --build build/fuzz --target "${targets[@]/#/fuzz_}"
 
 results=$PWD/build/fuzz/results
 rm -rf "$results"

@@ -1,19 +1,14 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds and runs every test; on a Mac, those that run there.
 # Usage: scripts/test.sh [PRESET]
-# Presets: release (the default), debug, libcxx, sanitize, sanitize-threads; on a Mac, macos.
+# Presets: release (the default), libcxx, sanitize, sanitize-threads; on a Mac, macos.
 source "$(dirname "$0")/usage.sh" || exit
 
-if [ "$(uname)" = Darwin ]; then
-  preset=${1:-macos}
-  purposes=(build test)
-else
-  preset=${1:-release}
-  purposes=(build test gnustep)
-  [ "$preset" != libcxx ] || purposes+=(libcxx)
-fi
+preset=${1:-$([ "$(uname)" = Darwin ] && echo macos || echo release)}
+purposes=(build test gnustep)
+[ "$preset" != libcxx ] || purposes+=(libcxx)
 
-presets=' release debug libcxx sanitize sanitize-threads macos '
+presets=' release libcxx sanitize sanitize-threads macos '
 [[ $# -le 1 && $presets == *" $preset "* ]] || wrong_usage
 
 scripts/install-packages.sh "${purposes[@]}"
