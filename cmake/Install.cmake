@@ -17,6 +17,11 @@ install(EXPORT ThinClientLauncherTargets NAMESPACE ThinClientLauncher::
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" prefix ${prefix})
+function(install_pkgconfig name description link)
+  configure_file(cmake/package.pc.in ${name}.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
+    DESTINATION ${pkgconfig_dir} COMPONENT development)
+endfunction()
 if(APPLE)
   set(link_launcher -lThinClientLauncher)
   set(link_plugin "-lc++ -framework Foundation -framework AppKit -lobjc")
@@ -25,13 +30,16 @@ else()
   set(link_launcher -l:libThinClientLauncher.dylib)
   set(link_plugin "-lstdc++ -ldl")
 endif()
-foreach(name IN ITEMS ThinClientLauncher ThinClientLauncherHost ThinClientLauncherPlugin)
-  configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
-  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
-    DESTINATION ${pkgconfig_dir} COMPONENT development)
-endforeach()
+install_pkgconfig(ThinClientLauncher "Starts the newest usable copy of a plug-in for a host"
+  ${link_launcher})
+install_pkgconfig(ThinClientLauncherHost "Calls the launcher library from C and catches its exceptions"
+  -lThinClientLauncherHost)
+install_pkgconfig(ThinClientLauncherPlugin "What a plug-in needs to enter the launcher library"
+  "-lThinClientLauncherPlugin ${link_plugin}")
 
 install(FILES README.md CHANGELOG.md SECURITY.md TYPE DOC COMPONENT docs)
 install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT docs)
 
-include(cmake/Packages.cmake)
+if(NOT APPLE)
+  include(cmake/Packages.cmake)
+endif()

@@ -1,4 +1,4 @@
-# "cpack" in the build folder makes three Debian packages, or an archive on a Mac.
+# "cpack" in the build folder makes three Debian packages.
 set(CPACK_PACKAGE_NAME thinclientlauncher)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_VENDOR "the ThinClientLauncher developers")
@@ -7,12 +7,6 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Starts the newest usable copy of a media 
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_COMPONENTS_ALL library development tools docs)
-
-if(APPLE)
-  set(CPACK_GENERATOR TGZ)
-  include(CPack)
-  return()
-endif()
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
@@ -23,21 +17,17 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/CompleteDebianPackages.cmake)
 set(CPACK_LAUNCHER_COPYRIGHT ${PROJECT_SOURCE_DIR}/COPYRIGHT)
 
-set(library libthinclientlauncher1)
-set(development libthinclientlauncher-dev)
-set(tools launcher-inspect)
-foreach(component IN ITEMS library development tools)
-  string(TOUPPER ${component} upper)
-  set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${${component}})
-endforeach()
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libthinclientlauncher1)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 # The names of its symbols do not tell that the library needs this version.
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libglib2.0-0 (>= 2.74) | libglib2.0-0t64")
 set(triggers ${CMAKE_CURRENT_BINARY_DIR}/debian/triggers)
 file(WRITE ${triggers} "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${triggers})
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libthinclientlauncher-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libthinclientlauncher1 (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME launcher-inspect)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 include(CPack)
 

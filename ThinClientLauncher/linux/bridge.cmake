@@ -1,7 +1,7 @@
 # GLib starts processes, expat parses XML.
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
-pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0>=2.74)
+pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET GLOBAL glib-2.0>=2.74)
 pkg_check_modules(EXPAT REQUIRED IMPORTED_TARGET expat)
 
 target_sources(launcher_objects PRIVATE

@@ -5,8 +5,7 @@ target_sources(launcher_objects PRIVATE macos/LauncherHelper.mm)
 set_target_properties(launcher_objects PROPERTIES
   OBJCXX_STANDARD 17
   OBJCXX_STANDARD_REQUIRED ON
-  OBJCXX_EXTENSIONS OFF
-  OBJCXX_VISIBILITY_PRESET hidden)
+  OBJCXX_EXTENSIONS OFF)
 # By default an unknown message is only a warning, and fails at run time.
 target_compile_options(launcher_objects PRIVATE -fobjc-arc -Werror=objc-method-access)
 target_link_libraries(launcher_objects PUBLIC "-framework Foundation" "-framework AppKit" objc)
