@@ -26,8 +26,9 @@ refuse() {
 
 build_quietly() {
   local output
-  output=$({ cmake --preset release -B "$build" -DLAUNCHER_BUILD_TESTS=OFF && cmake --build "$build"; } 2>&1) ||
-    { printf '%s\n' "$output" >&2; exit 1; }
+  output=$({
+    cmake --preset release -B "$build" -DLAUNCHER_BUILD_TESTS=OFF && cmake --build "$build"
+  } 2>&1) || { printf '%s\n' "$output" >&2; exit 1; }
 }
 
 make_folders() {

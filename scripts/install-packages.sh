@@ -3,6 +3,8 @@
 # Usage: scripts/install-packages.sh PURPOSE ...
 source "$(dirname "$0")/usage.sh" || exit
 
+table=scripts/packages.txt
+
 fail() {
   echo "install-packages.sh: $1" >&2
   exit 1
@@ -35,14 +37,14 @@ else
 fi
 
 wrong_purpose() {
-  echo "install-packages.sh: the purposes are: $(awk '!/^#/ { print $1 }' scripts/packages.txt | uniq | xargs)" >&2
+  echo "install-packages.sh: the purposes are: $(awk '!/^#/ { print $1 }' $table | uniq | xargs)" >&2
   exit 2
 }
 
 [ $# -gt 0 ] || wrong_purpose
 wanted=
 for purpose in "$@"; do
-  names=$(awk -v purpose="$purpose" -v column="$column" '!/^#/ && $1 == purpose { print $column }' scripts/packages.txt)
+  names=$(awk -v purpose="$purpose" "!/^#/ && \$1 == purpose { print \$$column }" $table)
   [ -n "$names" ] || wrong_purpose
   wanted+=$names$'\n'
 done

@@ -2,7 +2,7 @@
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
 pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET GLOBAL glib-2.0>=2.74)
-pkg_check_modules(EXPAT REQUIRED IMPORTED_TARGET expat)
+pkg_check_modules(EXPAT REQUIRED IMPORTED_TARGET GLOBAL expat)
 
 target_sources(launcher_objects PRIVATE
   linux/ApplicationStart.cpp
