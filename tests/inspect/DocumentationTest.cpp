@@ -124,11 +124,6 @@ Pairs codesInManual() {
   return codes;
 }
 
-Pairs codesInJsonDocument() {
-  const std::string text = test::readFile(JSON_DOCUMENT);
-  return matches(text.substr(text.find("## Codes")), "\\| `([^`]*)` \\| `([^`]*)` \\|");
-}
-
 } // namespace
 
 TEST(Documentation, NamesEveryOption) {
@@ -145,7 +140,6 @@ TEST(Documentation, NamesEveryOption) {
 TEST(Documentation, NamesEveryCode) {
   ASSERT_GT(codesInProgram().size(), 30u);
   EXPECT_EQ(codesInManual(), codesInProgram());
-  EXPECT_EQ(codesInJsonDocument(), codesInProgram());
 }
 
 TEST(Documentation, NamesEveryMember) {
