@@ -1,8 +1,7 @@
 #pragma once
 
 // Every message of a report that has a code, and when it applies. A new message is one row in
-// Messages.cpp; a test compares the codes with those in the manual page and in
-// docs/launcher-inspect-json.md.
+// Messages.cpp; a test compares the codes with those in the manual page.
 
 #include "Facts.h"
 
