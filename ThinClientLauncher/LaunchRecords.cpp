@@ -41,7 +41,7 @@ static std::string readRecord(const fs::path& file) {
   constexpr std::size_t LIMIT = 1024 * 1024;
   std::ifstream stream(file);
   std::string text;
-  std::array<char, 4096> part{};
+  std::array<char, 4096> part;
   while (stream && text.size() < LIMIT) {
     stream.read(part.data(), part.size());
     text.append(part.data(), static_cast<std::size_t>(stream.gcount()));

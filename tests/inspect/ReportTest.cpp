@@ -211,13 +211,13 @@ TEST(Report, PutsFactsInWords) {
   const char* const STATE = "/launcherDirectoryState";
   const char* const CORRUPT = "/explained/rules/1";
   const char* const CLIENT = "/explained/rules/2";
-  static const Failure failure{"/a", "bad"};
+  static const Failure DENIED{"/a", "bad"};
   const struct {
     const char* member;
     void (*change)(Facts& facts, CandidateFacts& explained);
     const char* message; // a part of "CODE TEXT"
   } rows[] = {
-      {"/outcome", [](auto& f, auto&) { f.failure = failure; }, "failed Nothing"},
+      {"/outcome", [](auto& f, auto&) { f.failure = DENIED; }, "failed Nothing"},
       {"/outcome", [](auto& f, auto&) { f.decisions.chosen.reset(); }, "nothing-viable Nothing"},
       {"/outcome", [](auto&, auto& c) { c.decision.version = ""; }, "would-start Would start a c"},
       {"/outcome", [](auto&, auto& c) { c.decision.version.assign(50, '4'); }, "444444..."},
@@ -227,9 +227,9 @@ TEST(Report, PutsFactsInWords) {
       {"/client", [](auto& f, auto&) { f.clientVersion = "1.0.0.1"; }, "any 1.0.0.1"},
       {STATE, [](auto& f, auto&) { f.places.launcherDirectory = ""; }, "no-application-support"},
       {STATE, [](auto& f, auto&) { f.places.launcherDirectoryExists = false; }, "missing ~/"},
-      {STATE, [](auto& f, auto&) { f.places.launcherDirectoryFailure = failure; }, "unknown unk"},
+      {STATE, [](auto& f, auto&) { f.places.launcherDirectoryFailure = DENIED; }, "unknown unk"},
       {"/cleanUp", [](auto& f, auto&) { f.decisions.chosen.reset(); }, "nothing-started"},
-      {"/cleanUp", [](auto& f, auto&) { f.cleanUp.failure = failure; }, "failed the launcher"},
+      {"/cleanUp", [](auto& f, auto&) { f.cleanUp.failure = DENIED; }, "failed the launcher"},
       {"/cleanUp", [](auto& f, auto&) { f.cleanUp.happens = false; }, "not-in-launcher-directory"},
       {CORRUPT, [](auto&, auto& c) { c.records.reset(); }, "exempt never corrupt: the folder"},
       {CORRUPT, [](auto&, auto& c) { c.decision.version = ""; }, "exempt never corrupt: there"},
