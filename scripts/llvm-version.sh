@@ -4,8 +4,8 @@
 # Usage: scripts/llvm-version.sh
 source "$(dirname "$0")/usage.sh" || exit
 
-# The versions with which every stage of .ci/run has passed, the best first. A new one enters by a
-# commit, after such runs.
+# The versions with which the whole of .ci/run has passed, the best first. A new one enters by a commit,
+# after such a run.
 known=(19 22)
 
 # What apt would install of the named packages, or has.

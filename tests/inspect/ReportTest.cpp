@@ -209,8 +209,8 @@ TEST(Report, ExplainsTheStop) {
 
 TEST(Report, PutsFactsInWords) {
   const char* const STATE = "/launcherDirectoryState";
-  const char* const CORRUPT = "/explained/rules/1";
-  const char* const CLIENT = "/explained/rules/2";
+  const char* const CORRUPT_RULE = "/explained/rules/1";
+  const char* const CLIENT_RULE = "/explained/rules/2";
   static const Failure DENIED{"/a", "bad"};
   const struct {
     const char* member;
@@ -231,25 +231,31 @@ TEST(Report, PutsFactsInWords) {
       {"/cleanUp", [](auto& f, auto&) { f.decisions.chosen.reset(); }, "nothing-started"},
       {"/cleanUp", [](auto& f, auto&) { f.cleanUp.failure = DENIED; }, "failed the launcher"},
       {"/cleanUp", [](auto& f, auto&) { f.cleanUp.happens = false; }, "not-in-launcher-directory"},
-      {CORRUPT, [](auto&, auto& c) { c.records.reset(); }, "exempt never corrupt: the folder"},
-      {CORRUPT, [](auto&, auto& c) { c.decision.version = ""; }, "exempt never corrupt: there"},
-      {CORRUPT, [](auto&, auto&) {}, "corrupt-exempt never corrupt: version 45.12.0.900"},
-      {CORRUPT,
+      {CORRUPT_RULE, [](auto&, auto& c) { c.records.reset(); }, "exempt never corrupt: the folder"},
+      {CORRUPT_RULE,
+       [](auto&, auto& c) { c.decision.version = ""; },
+       "exempt never corrupt: there"},
+      {CORRUPT_RULE, [](auto&, auto&) {}, "corrupt-exempt never corrupt: version 45.12.0.900"},
+      {CORRUPT_RULE,
        [](auto&, auto& c) {
          c.decision.corruptCheck = {true, 1, true, false};
        },
        "corrupt-passed not corrupt: started safely"},
-      {CORRUPT,
+      {CORRUPT_RULE,
        [](auto&, auto& c) {
          c.decision.corruptCheck = {true, 1, false, false};
        },
        "corrupt-passed not corrupt: launched 1 times"},
-      {CLIENT, [](auto& f, auto&) { f.clientVersion = ""; }, "client-exempt compatible: the host"},
-      {CLIENT, [](auto& f, auto&) { f.clientVersion = "1.0.0.1"; }, "client-exempt compatible: cl"},
-      {CLIENT,
+      {CLIENT_RULE,
+       [](auto& f, auto&) { f.clientVersion = ""; },
+       "client-exempt compatible: the host"},
+      {CLIENT_RULE,
+       [](auto& f, auto&) { f.clientVersion = "1.0.0.1"; },
+       "client-exempt compatible: cl"},
+      {CLIENT_RULE,
        [](auto& f, auto&) { f.decisions.fellBack = true; },
        "client-failed not compatible: new"},
-      {CLIENT,
+      {CLIENT_RULE,
        [](auto& f, auto& c) {
          f.decisions.fellBack = true;
          c.decision.version = "";
