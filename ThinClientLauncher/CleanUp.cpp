@@ -14,6 +14,8 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t OTHER_FOLDERS_KEPT = 2;
 
+static const ThinClientLauncherBase launcher; // its operations need no state
+
 // --- Operations ---
 
 void ThinClientLauncherBase::cleanUpLauncherDirectory(const Path& launchedDir) const {
@@ -36,7 +38,6 @@ void ThinClientLauncherBase::removeDirectory(const Path& dir) {
 namespace CleanUp {
 
 std::optional<LaunchedDirectories> findOthers(const fs::path& launchedDir) {
-  const ThinClientLauncherBase launcher; // whose operations need no state
   if (!launcher.isBelongLaunchDirectory(launchedDir)) {
     Logger::log(LogMessages::NOT_CLEANED);
     return std::nullopt;

@@ -93,6 +93,7 @@ void Logger::replaceAll(std::string& text, const std::string& what) {
 }
 
 void Logger::close() {
+  std::string().swap(logBuffer); // nothing frees it later
   if (logFile.is_open())
     logFile.close();
 }

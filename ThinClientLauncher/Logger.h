@@ -6,7 +6,7 @@
 
 // The one log of the process: a text file with one time-stamped line per message, the login name
 // masked, flushed after each line. A file that cannot be written never stops a launch and is not
-// reported; a named pipe cannot. Not thread-safe.
+// reported; a named pipe counts as one. Not thread-safe.
 class Logger {
 public:
   // Creates the file's folder if it is missing, then opens the file, emptied (truncate) or for
@@ -36,7 +36,7 @@ public:
 private:
   static void openFile(const std::filesystem::path& file, std::ios::openmode mode);
 
-  // Never destroyed: a call may go on on another thread while the process exits.
+  // Neither is destroyed: another thread may still be in a call while the process exits.
   static std::ofstream& logFile;
   static std::string& logBuffer; // the line being assembled; empty between calls
 };

@@ -9,7 +9,7 @@
 using Selection::CandidateList;
 using Selection::Path;
 
-static const ThinClientLauncherBase launcher; // whose operations need no state
+static const ThinClientLauncherBase launcher; // its operations need no state
 
 // --- Operations ---
 

@@ -7,8 +7,6 @@
 #include "Logger.h"
 #include "ThinClientLauncher.h"
 
-#include <exception>
-
 namespace LauncherLogger {
 
 // Opens the mode's log file, emptied. Without a Library folder the path is empty, which opens no
@@ -24,26 +22,29 @@ static void initialize(int argc, char** argv) {
 
 namespace {
 
-// Exists once an exception has left a call: it closes the log that this call has left open.
 struct CloseAtUnload {
   ~CloseAtUnload() { Logger::close(); }
 };
 
+// A call that an exception or the end of its thread cuts short leaves the log open until the
+// library is unloaded.
 struct Call {
   ~Call() {
-    if (std::uncaught_exceptions() > 0)
+    if (!hasReturned)
       static const CloseAtUnload closeAtUnload;
   }
+  bool hasReturned = false;
 };
 
 } // namespace
 
 extern "C" int ThinClientLauncherEntryPoint(int argc, char** argv) {
-  const Call call;
+  Call call;
   LauncherLogger::initialize(argc, argv);
   Logger::log(LogMessages::ENTRY_POINT_CALLED);
   ThinClientLauncher launcher;
   const int result = launcher.launch(argc, argv);
   Logger::close();
+  call.hasReturned = true;
   return result;
 }

@@ -73,6 +73,7 @@ static fs::file_time_type farTime(std::int64_t seconds, std::chrono::nanoseconds
 }
 
 fs::file_time_type modificationTime(const fs::path& file) {
+  // Well inside what the library converts.
   constexpr std::int64_t YEAR_1901 = std::numeric_limits<std::int32_t>::min();
   constexpr std::int64_t YEAR_2242 = std::int64_t{1} << 33;
   struct stat status {};

@@ -25,8 +25,8 @@ public:
       throw std::bad_alloc();
     XML_SetUserData(parser.get(), this);
     XML_SetStartDoctypeDeclHandler(
-        parser.get(), [](void* self, const char*, const char*, const char*, int hasDeclarations) {
-          of(self).require(!hasDeclarations); // they can multiply time and memory
+        parser.get(), [](void* self, const char*, const char*, const char*, int hasSubset) {
+          of(self).require(!hasSubset); // its declarations can multiply time and memory
         });
     XML_SetElementHandler(
         parser.get(),
