@@ -11,6 +11,7 @@ counters start with the launch.
 
 import collections
 import concurrent.futures
+import contextlib
 import os
 import pathlib
 import re
@@ -28,8 +29,9 @@ ERRORS = ("EIO", "EACCES", "ENOSPC", "EMFILE", "ENOENT")
 # What a launch writes to the working folder while there is no launcher folder.
 FILES_WITHOUT_HOME = {"work/corrupt.dat", *RECORDS_OF_NOTHING}
 ACTORS = ("caller", "worker")
-# strace skips the close that it lets fail: the start may wait for the end of a pipe that stays open.
-PATIENCE_AFTER_CLOSE = 1  # seconds
+# strace skips the close that it lets fail: the start may wait for the end of a pipe that stays open,
+# so its host gives up soon. Where it gives up before the call came, the next one has all the time.
+PATIENCES = collections.defaultdict(lambda: (PATIENCE,), close=(1, PATIENCE))
 NOT_ABOUT_FILES = {"mmap", "poll"}
 SHOWN_CALLS = 20  # of those that failed; an endless retry makes millions
 CALL = re.compile(r"^(?P<thread>\d+)?\s*(?P<name>\w+)\(")
@@ -133,6 +135,10 @@ def directories_without_record(failed, home):
     return [match[1] for match in matches if match]
 
 
+class NeverCame(Exception):
+    """The launch ended before the call that was to fail."""
+
+
 class Sweep:
     def __init__(self, programs, scratch):
         self.programs = programs
@@ -171,12 +177,18 @@ class Sweep:
 
     def run(self, layout, fault):
         """One disturbed launch and the next, undisturbed one. Returns how the first ended."""
-        home = self.fresh_home(layout, "-".join((layout, *map(str, fault))))
+        for patience in PATIENCES[fault.call]:
+            with contextlib.suppress(NeverCame):
+                return self.attempt(layout, fault, patience)
+        raise BrokenPromise(f"layout {layout}, {fault}: the call to fail never came")
+
+    def attempt(self, layout, fault, patience):
+        home = self.fresh_home(layout, "-".join(map(str, (layout, *fault, patience))))
         trace = self.scratch / f"{home.path.name}.trace"
         injection = f"inject={fault.call}:error={fault.error}:when={fault.when}"
         options = ["-o", str(trace), "-e", f"trace={fault.call}", "-e", injection]
         try:
-            return self.check(home, fault, trace, options)
+            return self.check(home, fault, trace, options, patience)
         except BrokenPromise as broken:
             failed = read_failed_calls(trace) if trace.exists() else []
             raise BrokenPromise(f"layout {layout}, {fault.call} number {fault.when} of the "
@@ -186,11 +198,11 @@ class Sweep:
             shutil.rmtree(home.path, ignore_errors=True)
             trace.unlink(missing_ok=True)
 
-    def check(self, home, fault, trace, options):
-        patience = PATIENCE_AFTER_CLOSE if fault.call == "close" else PATIENCE
+    def check(self, home, fault, trace, options, patience):
         end, before, after = traced_launch(home, self.programs, fault.actor, options, patience)
         failed = read_failed_calls(trace)
-        promise(failed, "the call to fail never came")
+        if not failed:
+            raise NeverCame
         if fault.call != "close":
             promise(end.outcome != "start unreported", "the start was never reported")
             check_descriptors(home, end, before, after)
