@@ -9,12 +9,7 @@
 #include <string>
 #include <vector>
 
-using testing::AnyOf;
-using testing::Each;
-using testing::IsEmpty;
-using testing::MatchesRegex;
-using testing::Not;
-using testing::StartsWith;
+using namespace testing;
 using Names = std::set<std::string>;
 
 namespace {

@@ -14,13 +14,7 @@
 
 namespace fs = std::filesystem;
 
-using testing::Each;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Pair;
-using testing::SizeIs;
-using testing::StartsWith;
+using namespace testing;
 
 namespace test {
 

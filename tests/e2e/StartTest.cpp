@@ -18,12 +18,7 @@
 
 namespace fs = std::filesystem;
 
-using testing::Each;
-using testing::ElementsAre;
-using testing::EndsWith;
-using testing::IsEmpty;
-using testing::MatchesRegex;
-using testing::StartsWith;
+using namespace testing;
 
 namespace test {
 

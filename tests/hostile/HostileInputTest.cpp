@@ -19,16 +19,9 @@
 #include <unistd.h>
 
 namespace fs = std::filesystem;
-namespace Binary = test::Binary;
 
+using namespace test;
 using Binary::References;
-using test::repeated;
-using test::VERSION;
-using test::VERSION_KEY;
-using test::xmlEntry;
-using test::xmlTextEntry;
-using test::xmlWithEntries;
-using test::xmlWithVersion;
 
 namespace {
 
@@ -230,7 +223,7 @@ TEST(HostileInput, XmlLists) {
 }
 
 TEST(HostileInput, BinaryLists) {
-  using namespace test::Binary;
+  using namespace Binary;
   const std::string almostKey = std::string(VERSION_KEY).replace(25, 1, "G");
   const std::string endlessCount = "\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF";
   const std::string shared(1 << 17, 'x');

@@ -13,14 +13,11 @@
 
 namespace fs = std::filesystem;
 
+using namespace testing;
 using nlohmann::json;
 using test::Result;
 using test::ScopedEnvironment;
 using test::ScopedHome;
-using ::testing::AllOf;
-using ::testing::HasSubstr;
-using ::testing::Not;
-using ::testing::StartsWith;
 
 namespace {
 

@@ -6,10 +6,7 @@
 #include <gmock/gmock.h>
 
 using namespace LauncherInspect;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
-using ::testing::Not;
-using ::testing::StartsWith;
+using namespace testing;
 
 namespace {
 

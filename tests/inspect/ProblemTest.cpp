@@ -12,14 +12,8 @@
 namespace fs = std::filesystem;
 
 using namespace LauncherInspect;
+using namespace testing;
 using test::ScopedPermissions;
-using ::testing::AllOf;
-using ::testing::ElementsAre;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::Not;
-using ::testing::StartsWith;
 
 namespace {
 

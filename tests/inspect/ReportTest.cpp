@@ -6,12 +6,9 @@
 #include <gmock/gmock.h>
 
 using namespace LauncherInspect;
+using namespace testing;
 using nlohmann::json;
 using test::sampleFacts;
-using ::testing::AllOf;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::Not;
 
 namespace {
 

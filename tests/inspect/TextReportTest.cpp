@@ -6,13 +6,9 @@
 #include <gmock/gmock.h>
 
 using namespace LauncherInspect;
+using namespace testing;
 using test::expectedPage;
 using test::sampleFacts;
-using ::testing::AllOf;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::Not;
-using ::testing::StartsWith;
 
 namespace {
 

@@ -11,12 +11,8 @@
 namespace fs = std::filesystem;
 
 using namespace LauncherInspect;
+using namespace testing;
 using test::ScopedHome;
-using ::testing::ElementsAre;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::UnorderedElementsAreArray;
 
 namespace {
 

@@ -16,9 +16,7 @@
 #include <thread>
 #include <vector>
 
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::Not;
+using namespace testing;
 
 namespace {
 

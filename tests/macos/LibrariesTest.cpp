@@ -7,10 +7,7 @@
 
 namespace fs = std::filesystem;
 namespace fake = test::FakePlatform;
-using testing::AllOf;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::StartsWith;
+using namespace testing;
 
 namespace {
 

@@ -5,10 +5,7 @@
 
 namespace fs = std::filesystem;
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::IsSupersetOf;
-using testing::UnorderedElementsAre;
+using namespace testing;
 
 namespace {
 

@@ -9,11 +9,7 @@
 
 namespace fs = std::filesystem;
 
-using testing::Contains;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
+using namespace testing;
 
 static_assert(std::is_empty_v<ThinClientLauncherBase>);
 static_assert(!std::is_polymorphic_v<ThinClientLauncherBase>);

@@ -3,10 +3,7 @@
 
 namespace fs = std::filesystem;
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::MatchesRegex;
-using testing::StartsWith;
+using namespace testing;
 
 namespace {
 

@@ -14,15 +14,8 @@
 #include <unistd.h>
 
 namespace fs = std::filesystem;
-namespace Binary = test::Binary;
 
-using test::VERSION;
-using test::VERSION_KEY;
-using test::xmlEntry;
-using test::xmlList;
-using test::xmlTextEntry;
-using test::xmlWithEntries;
-using test::xmlWithVersion;
+using namespace test;
 using testing::AnyOf;
 
 namespace {

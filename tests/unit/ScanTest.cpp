@@ -3,9 +3,7 @@
 
 namespace fs = std::filesystem;
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::UnorderedElementsAre;
+using namespace testing;
 
 namespace {
 
