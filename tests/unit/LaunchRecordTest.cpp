@@ -212,18 +212,6 @@ TEST_F(LaunchRecord, TakesAnySafeStartMark) {
 
 // --- Both records ---
 
-TEST_F(LaunchRecord, BeginsWithFirstLaunch) {
-  EXPECT_EQ(launcher.getLaunchCount(copy), 0U);
-  EXPECT_EQ(launcher.getLastLaunchTime(copy), fs::file_time_type::min());
-  EXPECT_FALSE(launcher.hasStartedSafely(copy));
-
-  launcher.updateLaunchInfo(copy);
-  EXPECT_EQ(content(copy, "launchCount.dat"), "1");
-  EXPECT_LE(std::stoll(content(copy, "launch.dat")), std::time(nullptr));
-  EXPECT_FALSE(fs::exists(copy / "started.dat"));
-  EXPECT_THAT(messages(), ElementsAre(updatedTo("1")));
-}
-
 // A count that cannot be examined stops the update before the time is written.
 TEST_F(LaunchRecord, CountsBeforeItWritesTime) {
   fs::create_symlink("launchCount.dat", copy / "launchCount.dat");

@@ -23,15 +23,10 @@ std::string masked(std::string text, const std::string& what) {
 }
 
 std::string stamp() {
-  std::string text;
+  std::string text = "before ";
   Logger::addTime(text);
-  return text;
-}
-
-std::string localTime(std::time_t time) {
-  std::ostringstream text;
-  text << std::put_time(std::localtime(&time), "%Y-%m-%d %H:%M:%S");
-  return text.str();
+  EXPECT_EQ(text.substr(0, 7), "before ");
+  return text.substr(7);
 }
 
 std::int64_t epochMilliseconds() {
@@ -112,9 +107,6 @@ TEST_F(Logging, StampsLocalTime) {
     ASSERT_EQ(text.size(), test::TIME_STAMP_LENGTH) << text;
     EXPECT_LE(before, epochMilliseconds(text)) << text;
     EXPECT_GE(after, epochMilliseconds(text)) << text;
-    EXPECT_EQ(text.substr(0, 19), localTime(epochMilliseconds(text) / 1000));
-    EXPECT_EQ(text[19], '.');
-    EXPECT_EQ(text[23], ' ');
   }
 }
 
@@ -126,13 +118,6 @@ TEST_F(Logging, PadsMilliseconds) {
     text = stamp();
   } while (epochMilliseconds(text) % 1000 >= 100);
   EXPECT_THAT(text, MatchesRegex(".*\\.0[0-9][0-9] "));
-}
-
-TEST_F(Logging, AppendsTimeStamp) {
-  std::string text = "before ";
-  Logger::addTime(text);
-  EXPECT_EQ(text.size(), 7 + test::TIME_STAMP_LENGTH);
-  EXPECT_EQ(text.substr(0, 7), "before ");
 }
 
 // --- Masking ---
@@ -185,7 +170,6 @@ TEST(Masking, ReplacesByStars) {
       {"at both ends", "aXa", "a", "*X*"},
       {"adjacent", "ababab", "ab", "******"},
       {"overlapping ones count once", "aaaaa", "aa", "****a"},
-      {"case-sensitive", "aA", "a", "*A"},
       {"stars are not searched again", "X*aa", "*a", "X**a"},
       {"stars and letters", "**a", "*a", "***"},
   };
@@ -219,9 +203,12 @@ TEST_F(LogFile, IgnoresEmptyUserWhenClosed) {
 // --- Opening and closing ---
 
 TEST_F(LogFile, DropsMessagesWhenClosed) {
+  test::writeFile(logFile(), "old content\n");
   Logger::log("before open");
   Logger::open(logFile(), true);
+  EXPECT_EQ(content(), "");
   Logger::log("while open");
+  Logger::close();
   Logger::close();
   Logger::log("after close");
   Logger::open(logFile(), false);
@@ -229,30 +216,9 @@ TEST_F(LogFile, DropsMessagesWhenClosed) {
   EXPECT_THAT(messages(), ElementsAre("while open", "open again"));
 }
 
-TEST_F(LogFile, EmptiesFile) {
-  test::writeFile(logFile(), "old content\n");
-  Logger::open(logFile(), true);
-  EXPECT_EQ(content(), "");
-  Logger::log("new");
-  EXPECT_THAT(messages(), ElementsAre("new"));
-}
-
-TEST_F(LogFile, AppendsToFile) {
-  test::writeFile(logFile(), "old content\n");
-  Logger::open(logFile(), false);
-  Logger::log("new");
-  EXPECT_EQ(content().substr(0, 12), "old content\n");
-  EXPECT_EQ(content().substr(12 + test::TIME_STAMP_LENGTH), "new\n");
-}
-
-TEST_F(LogFile, CreatesFileToAppend) {
-  Logger::open(logFile(), false);
-  EXPECT_TRUE(fs::exists(logFile()));
-}
-
 TEST_F(LogFile, CreatesFolders) {
   const auto file = home.path() / "one" / "two" / "log.txt";
-  Logger::open(file, true);
+  Logger::open(file, false);
   Logger::log("message");
   EXPECT_THAT(test::readMessages(file), ElementsAre("message"));
 }
@@ -281,13 +247,6 @@ TEST_F(LogFile, StaysClosedBelowFile) {
   Logger::open(logFile(), true);
   Logger::log("works again");
   EXPECT_THAT(messages(), ElementsAre("works again"));
-}
-
-TEST_F(LogFile, StaysClosedForFolder) {
-  fs::create_directories(logFile());
-  Logger::open(logFile(), true);
-  Logger::log("dropped");
-  EXPECT_TRUE(fs::is_empty(logFile()));
 }
 
 TEST_F(LogFile, RaisesForImpossibleFolder) {
@@ -334,24 +293,21 @@ TEST_F(LogFile, RefusesLinesAfterFailure) {
   });
 }
 
-TEST_F(LogFile, IsNoPipe) {
+TEST_F(LogFile, IsNoFolderOrPipe) {
+  const auto expectClosed = [this] {
+    Logger::open(logFile(), true);
+    Logger::log("dropped");
+    Logger::reopen(logFile());
+    Logger::log("dropped");
+    EXPECT_TRUE(fs::remove(logFile())); // an empty folder, if one
+  };
+  fs::create_directory(logFile());
+  expectClosed();
   ASSERT_EQ(::mkfifo(logFile().c_str(), 0666), 0);
-  Logger::open(logFile(), true);
-  Logger::log("dropped");
-  Logger::reopen(logFile());
-  Logger::log("dropped");
-  fs::remove(logFile());
+  expectClosed();
   Logger::open(logFile(), true);
   Logger::log("works again");
   EXPECT_THAT(messages(), ElementsAre("works again"));
-}
-
-TEST_F(LogFile, IgnoresSecondClose) {
-  Logger::close();
-  Logger::close();
-  Logger::open(logFile(), true);
-  Logger::log("message");
-  EXPECT_THAT(messages(), ElementsAre("message"));
 }
 
 TEST_F(LogFile, ReopensForAppending) {
