@@ -254,16 +254,6 @@ TEST_F(AfterALaunch, TellsLoadMode) {
   EXPECT_EQ(json::parse(inspect({"--json"}).out)["loadMode"]["end"]["code"], "not-since-launch");
 }
 
-TEST_F(AfterALaunch, TellsFilesInWorkingFolder) {
-  fs::remove(home.applicationSupport());
-  const test::ScopedDirectory work;
-  const json launch = lastLaunch(work.path());
-  EXPECT_EQ(launch["end"]["code"], "nothing-chosen");
-  EXPECT_TRUE(launch["launches"].is_null());
-  for (const char* record : {"launchCount.dat", "launch.dat"})
-    EXPECT_TRUE(fs::exists(work.path() / record)) << record;
-}
-
 TEST_F(AfterALaunch, TellsOtherEnds) {
   EXPECT_EQ(lastLaunch()["end"]["code"], "nothing-chosen");
   test::Copy(home.path());

@@ -114,21 +114,6 @@ TEST(Cost, GrowsWithLogLine) {
   }
 }
 
-TEST(Cost, IsBoundInRemovals) {
-  const test::ScopedDirectory folder;
-  const auto log = folder.path() / "log.txt";
-  const std::string stamp = "2026-03-07 14:05:09.007 ";
-  test::writeFile(
-      log,
-      stamp + "ThinClientLauncher DLL entry point called\n" +
-          repeated(stamp + "remove directory failed: Busy\n", 50'000'000));
-  Facts facts = test::sampleFacts();
-  facts.lastLaunch = readLaunchLog(log);
-  EXPECT_GT(facts.lastLaunch.furtherRemovalFailures, 900'000u);
-  EXPECT_LT(toText(makeReport(facts, ""), {}).size(), 5'000u);
-  EXPECT_LT(toJson(makeReport(facts, "")).size(), 10'000u);
-}
-
 // --- What is asked of the system ---
 
 namespace {

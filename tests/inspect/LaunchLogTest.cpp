@@ -35,16 +35,6 @@ std::string endOf(const LastLaunch& launch) {
 
 } // namespace
 
-TEST(LaunchLog, TellsTheLaunch) {
-  const auto launch =
-      read(ENTERED + STAMP + "hvd Client Version provided: 45.12.0.1000\n" + CHOICE);
-  EXPECT_EQ(launch.time, "2026-03-07 14:05:09.007");
-  EXPECT_EQ(launch.clientVersion, "45.12.0.1000");
-  ASSERT_TRUE(launch.chosen);
-  EXPECT_EQ(launch.chosen->directory, "/home/*****/copies/a");
-  EXPECT_EQ(launch.chosen->version, "45.12.0.900");
-}
-
 TEST(LaunchLog, TellsTheEnd) {
   const std::pair<std::string, std::string> rows[] = {
       {"", "no-launch: unknown: the log is e"},

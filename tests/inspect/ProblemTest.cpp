@@ -4,6 +4,7 @@
 #include "Home.h"
 #include "PropertyLists.h"
 #include "Report.h"
+#include "SampleFacts.h"
 
 #include <gmock/gmock.h>
 
@@ -13,6 +14,7 @@ namespace fs = std::filesystem;
 
 using namespace LauncherInspect;
 using namespace testing;
+using test::codes;
 using test::ScopedPermissions;
 
 namespace {
@@ -26,26 +28,14 @@ protected:
     return makeReport(findFacts(clientVersion), "");
   }
 
-  Report reportAt(const fs::path& workingDirectory) const {
-    Facts facts;
-    const fs::path before = fs::current_path();
-    fs::current_path(workingDirectory);
-    facts = findFacts("");
-    fs::current_path(before);
-    return makeReport(facts, "");
+  static Report reportAt(const fs::path& workingDirectory) {
+    return makeReport(test::findFactsAt(workingDirectory), "");
   }
 
   // "CODE TEXT -> REMEDY"
   static std::string shown(const Report& message) {
     return message["code"].get<std::string>() + " " + message["text"].get<std::string>() + " -> " +
            message.value("remedy", "");
-  }
-
-  static std::vector<std::string> codes(const Report& messages) {
-    std::vector<std::string> all;
-    for (const auto& message : messages)
-      all.push_back(message["code"]);
-    return all;
   }
 
   // On the copy in the folder of this name.

@@ -8,19 +8,13 @@
 using namespace LauncherInspect;
 using namespace testing;
 using nlohmann::json;
+using test::codes;
 using test::sampleFacts;
 
 namespace {
 
 json report(const Facts& facts, const std::string& loginName = "") {
   return json(makeReport(facts, loginName));
-}
-
-std::vector<std::string> codes(const json& messages) {
-  std::vector<std::string> list;
-  for (const auto& message : messages)
-    list.push_back(message["code"]);
-  return list;
 }
 
 } // namespace
@@ -206,9 +200,10 @@ TEST(Report, ExplainsTheStop) {
 
 TEST(Report, PutsFactsInWords) {
   const char* const STATE = "/launcherDirectoryState";
-  const char* const CORRUPT_RULE = "/explained/rules/1";
-  const char* const CLIENT_RULE = "/explained/rules/2";
+  const char* const CORRUPT = "/explained/rules/1";
+  const char* const COMPAT = "/explained/rules/2";
   static const Failure DENIED{"/a", "bad"};
+  static constexpr Selection::CorruptCheck SAFE{true, 1, true}, NEW{true, 1, false};
   const struct {
     const char* member;
     void (*change)(Facts& facts, CandidateFacts& explained);
@@ -218,8 +213,6 @@ TEST(Report, PutsFactsInWords) {
       {"/outcome", [](auto& f, auto&) { f.decisions.chosen.reset(); }, "nothing-viable Nothing"},
       {"/outcome", [](auto&, auto& c) { c.decision.version = ""; }, "would-start Would start a c"},
       {"/outcome", [](auto&, auto& c) { c.decision.version.assign(50, '4'); }, "444444..."},
-      {"/notes/0", [](auto& f, auto&) { f.decisions.fellBack = true; }, "nothing-compatible"},
-      {"/notes/0", [](auto& f, auto&) { f.clientVersion = "45.x"; }, "odd-client-version"},
       {"/client", [](auto& f, auto&) { f.clientVersion = ""; }, "none none"},
       {"/client", [](auto& f, auto&) { f.clientVersion = "1.0.0.1"; }, "any 1.0.0.1"},
       {STATE, [](auto& f, auto&) { f.places.launcherDirectory = ""; }, "no-application-support"},
@@ -228,36 +221,20 @@ TEST(Report, PutsFactsInWords) {
       {"/cleanUp", [](auto& f, auto&) { f.decisions.chosen.reset(); }, "nothing-started"},
       {"/cleanUp", [](auto& f, auto&) { f.cleanUp.failure = DENIED; }, "failed the launcher"},
       {"/cleanUp", [](auto& f, auto&) { f.cleanUp.happens = false; }, "not-in-launcher-directory"},
-      {CORRUPT_RULE, [](auto&, auto& c) { c.records.reset(); }, "exempt never corrupt: the folder"},
-      {CORRUPT_RULE,
-       [](auto&, auto& c) { c.decision.version = ""; },
-       "exempt never corrupt: there"},
-      {CORRUPT_RULE, [](auto&, auto&) {}, "corrupt-exempt never corrupt: version 45.12.0.900"},
-      {CORRUPT_RULE,
-       [](auto&, auto& c) {
-         c.decision.corruptCheck = {true, 1, true, false};
-       },
-       "corrupt-passed not corrupt: started safely"},
-      {CORRUPT_RULE,
-       [](auto&, auto& c) {
-         c.decision.corruptCheck = {true, 1, false, false};
-       },
-       "corrupt-passed not corrupt: launched 1 times"},
-      {CLIENT_RULE,
-       [](auto& f, auto&) { f.clientVersion = ""; },
-       "client-exempt compatible: the host"},
-      {CLIENT_RULE,
-       [](auto& f, auto&) { f.clientVersion = "1.0.0.1"; },
-       "client-exempt compatible: cl"},
-      {CLIENT_RULE,
-       [](auto& f, auto&) { f.decisions.fellBack = true; },
-       "client-failed not compatible: new"},
-      {CLIENT_RULE,
+      {CORRUPT, [](auto&, auto& c) { c.records.reset(); }, "exempt never corrupt: the folder"},
+      {CORRUPT, [](auto&, auto& c) { c.decision.version = ""; }, "exempt never corrupt: there"},
+      {CORRUPT, [](auto&, auto&) {}, "corrupt-exempt never corrupt: version 45.12.0.900"},
+      {CORRUPT, [](auto&, auto& c) { c.decision.corruptCheck = SAFE; }, "passed not corrupt: s"},
+      {CORRUPT, [](auto&, auto& c) { c.decision.corruptCheck = NEW; }, "passed not corrupt: laun"},
+      {COMPAT, [](auto& f, auto&) { f.clientVersion = ""; }, "client-exempt compatible: the host"},
+      {COMPAT, [](auto& f, auto&) { f.clientVersion = "1.0.0.1"; }, "client-exempt compatible: cl"},
+      {COMPAT, [](auto& f, auto&) { f.decisions.fellBack = true; }, "failed not compatible: new"},
+      {COMPAT,
        [](auto& f, auto& c) {
          f.decisions.fellBack = true;
          c.decision.version = "";
        },
-       "client-failed not compatible: no readable"}};
+       "failed not compatible: no readable"}};
   for (const auto& [member, change, expected] : rows) {
     Facts facts = sampleFacts();
     facts.explained = 4;

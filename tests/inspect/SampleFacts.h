@@ -17,6 +17,25 @@ inline LauncherInspect::FileTime fileTime(std::time_t seconds, long nanoseconds 
   return Platform::modificationTime(file);
 }
 
+// What the command finds in this working folder.
+inline LauncherInspect::Facts
+findFactsAt(const std::filesystem::path& workingDirectory, const std::string& clientVersion = "") {
+  const auto before = std::filesystem::current_path();
+  std::filesystem::current_path(workingDirectory);
+  auto facts = LauncherInspect::findFacts(clientVersion);
+  std::filesystem::current_path(before);
+  return facts;
+}
+
+// The codes of the messages in a report.
+template <typename Messages>
+std::vector<std::string> codes(const Messages& messages) {
+  std::vector<std::string> list;
+  for (const auto& message : messages)
+    list.push_back(message["code"]);
+  return list;
+}
+
 // What a layout makes of the sample, or the messages say of it.
 inline std::string expectedPage(const std::string& name) {
   return readFile(std::filesystem::path(EXPECTED_PAGES) / name);

@@ -2,6 +2,7 @@
 
 #include "Home.h"
 #include "Report.h"
+#include "SampleFacts.h"
 
 #include <gmock/gmock.h>
 
@@ -12,6 +13,8 @@ namespace fs = std::filesystem;
 
 using namespace LauncherInspect;
 using namespace testing;
+using test::codes;
+using test::findFactsAt;
 using test::ScopedHome;
 
 namespace {
@@ -38,14 +41,6 @@ void layOut(const ScopedHome& home, const std::string& copies) {
   }
 }
 
-Facts findFactsAt(const fs::path& workingDirectory, const std::string& clientVersion = "") {
-  const fs::path before = fs::current_path();
-  fs::current_path(workingDirectory);
-  const Facts facts = findFacts(clientVersion);
-  fs::current_path(before);
-  return facts;
-}
-
 Report reportOn(const std::string& copies, const std::string& clientVersion = "") {
   const ScopedHome home;
   layOut(home, copies);
@@ -62,13 +57,6 @@ std::vector<std::string> verdicts(const Report& report, const char* member) {
   std::vector<std::string> list;
   for (const auto& [folder, text] : byDirectory)
     list.push_back(text);
-  return list;
-}
-
-std::vector<std::string> codes(const Report& messages) {
-  std::vector<std::string> list;
-  for (const auto& message : messages)
-    list.push_back(message["code"]);
   return list;
 }
 
