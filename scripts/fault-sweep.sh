@@ -2,8 +2,8 @@
 # Disturbs launches from outside and checks what every launch promises: fails each file-related
 # system call once with each of five errors, and together with all later ones of its kind, over five
 # layouts; kills hosts at random moments; runs two hosts at once; fills the disk; runs one host under
-# valgrind. Prints one line per layout and ends with status 1 at the first broken promise. Everything runs in sandboxes, whose
-# temporary folders hold the homes.
+# valgrind. Prints one line per layout and ends with status 1 at the first broken promise. Everything
+# runs in sandboxes, whose temporary folders hold the homes.
 # Usage: scripts/fault-sweep.sh
 source "$(dirname "$0")/usage.sh" || exit
 
