@@ -93,6 +93,7 @@ TEST_F(TextReport, UsesTheWholeWidth) {
 
 TEST_F(TextReport, ShowsOddNames) {
   EXPECT_EQ(render(oddFacts(), UNLIMITED), expectedPage("odd-names.txt"));
+  EXPECT_EQ(render(oddFacts()), expectedPage("odd-names-terminal.txt"));
   EXPECT_EQ(toBriefText(makeReport(oddFacts(), ""), {}), expectedPage("odd-names-brief.txt"));
 }
 
