@@ -121,9 +121,10 @@ Pairs codesInManual() {
 } // namespace
 
 TEST(Documentation, NamesEveryOption) {
-  const auto options = matches(test::run({{LAUNCHER_INSPECT, "--help"}}).out, "(--[a-z-]+)()");
-  ASSERT_GE(options.size(), 7u);
-  for (const auto& [option, nothing] : options) {
+  const auto options = matches(
+      test::run({{LAUNCHER_INSPECT, "--help"}}).out, "(--[a-z-]+)[^\n]*(?:\n +)? ([A-Z][a-z]+ )");
+  ASSERT_EQ(options.size(), 9u) << "each with a description";
+  for (const auto& [option, description] : options) {
     EXPECT_THAT(manual(), HasSubstr(option));
     EXPECT_THAT(test::readFile(BASH_COMPLETION), HasSubstr(option));
     EXPECT_THAT(test::readFile(ZSH_COMPLETION), HasSubstr(option));
