@@ -1,5 +1,6 @@
 #include "Facts.h"
 
+#include "LaunchRecords.h"
 #include "LauncherConstants.h"
 #include "LauncherHelper.h"
 
@@ -322,7 +323,7 @@ static Places findPlaces() {
 }
 
 static Path findUnwritableRecord(const CandidateFacts& chosen, const Places& places) {
-  const Path record = chosen.decision.dir / "launchCount.dat";
+  const Path record = chosen.decision.dir / LAUNCHED_COUNT_FILE_NAME;
   const bool isNeeded = chosen.records && places.homeOwner.empty();
   return isNeeded && !isWritable(record) ? record : Path();
 }
