@@ -63,7 +63,16 @@ TEST(Utf8, KnowsBrokenTexts) {
   EXPECT_TRUE(isUtf8(""));
   EXPECT_TRUE(isUtf8("a\\\n\x7f\u009b\u202E\u0378 Ünï 日本\ufffd"));
   for (const char* broken :
-       {"\xff", "a\xc3", "\xc3\x28", "\xed\xa0\x80", "\xc0\xaf", "\xf5\x80\x80\x80"})
+       {"\xff",
+        "a\xc3",
+        "\xc3\x28",
+        "\xed\xa0\x80",
+        "\xc0\xaf",
+        "\xe0\x9f\xbf",
+        "\xf0\x8f\xbf\xbf",
+        "\xf4\x90\x80\x80",
+        "\xf5\x80\x80\x80",
+        "\xf8\x88\x80\x80\x80"})
     EXPECT_FALSE(isUtf8(broken)) << escape(broken);
 }
 

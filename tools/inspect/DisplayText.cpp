@@ -1,9 +1,10 @@
 #include "DisplayText.h"
 
 #include <fmt/format.h>
-#include <utf8proc.h>
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace LauncherInspect {
 
@@ -18,18 +19,52 @@ struct Glyph {
 
 } // namespace
 
-// Invisible characters may reorder or join the text around them.
-static bool isPrintable(utf8proc_int32_t character) {
-  switch (utf8proc_category(character)) {
-  case UTF8PROC_CATEGORY_CN:
-  case UTF8PROC_CATEGORY_CC:
-  case UTF8PROC_CATEGORY_CF:
-  case UTF8PROC_CATEGORY_ZL:
-  case UTF8PROC_CATEGORY_ZP:
-    return false;
-  default:
-    return !utf8proc_get_property(character)->ignorable;
+// The columns of a character that is not printed: unassigned, or invisible, which may reorder or
+// join the text around it.
+constexpr int HIDDEN = -1;
+
+struct Range {
+  char32_t first;
+  int columns;
+};
+
+constexpr Range RANGES[] = {
+#include "Characters.inc"
+};
+
+static int columnsOf(char32_t character) {
+  const auto isBefore = [](char32_t sought, const Range& range) { return sought < range.first; };
+  return std::upper_bound(std::begin(RANGES), std::end(RANGES), character, isBefore)[-1].columns;
+}
+
+static std::size_t lengthAfter(unsigned char lead) {
+  if (lead < 0x80)
+    return 1;
+  if (lead < 0xC0 || lead >= 0xF8)
+    return 0;
+  return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+}
+
+static bool isCharacter(char32_t value, std::size_t length) {
+  constexpr char32_t SMALLEST[] = {0, 0, 0x80, 0x800, 0x10000};
+  const bool isSurrogate = value >= 0xD800 && value <= 0xDFFF;
+  return length > 0 && value >= SMALLEST[length] && value <= 0x10FFFF && !isSurrogate;
+}
+
+// The first character of a text and its number of bytes; 0 bytes if they are not UTF-8.
+static std::pair<char32_t, std::size_t> decode(std::string_view text) {
+  const auto lead = static_cast<unsigned char>(text.front());
+  const std::size_t length = lengthAfter(lead);
+  if (length > text.size())
+    return {0, 0};
+  char32_t value = length == 1 ? lead : lead & (0x7Fu >> length);
+  for (std::size_t i = 1; i < length; ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    if ((byte & 0xC0) != 0x80)
+      return {0, 0};
+    value = value << 6 | (byte & 0x3F);
   }
+  return {value, isCharacter(value, length) ? length : 0};
 }
 
 static bool isPlain(char byte) {
@@ -40,17 +75,14 @@ static bool isPlain(char byte) {
 static Glyph firstGlyph(std::string_view text) {
   if (isPlain(text.front())) // most are: their properties need no look-up
     return {text.substr(0, 1), true, 1};
-  utf8proc_int32_t character = 0;
-  const auto length = utf8proc_iterate(
-      reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
-      static_cast<utf8proc_ssize_t>(text.size()),
-      &character);
-  if (length <= 0)
+  const auto [character, length] = decode(text);
+  if (length == 0)
     return {text.substr(0, 1), false, 0};
-  const auto bytes = text.substr(0, static_cast<std::size_t>(length));
-  if (!isPrintable(character))
+  const auto bytes = text.substr(0, length);
+  const int columns = columnsOf(character);
+  if (columns == HIDDEN)
     return {bytes, false, 0};
-  return {bytes, true, static_cast<std::size_t>(utf8proc_charwidth(character))};
+  return {bytes, true, static_cast<std::size_t>(columns)};
 }
 
 bool isUtf8(std::string_view text) {
