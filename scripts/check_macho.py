@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""Checks that a file is the launcher library as a Mac expects it.
+"""Checks that a file is the launcher library, or a program, as a Mac expects it.
 
 Usage: check_macho.py LIBRARY EXPORTS [FORBIDDEN_TEXT ...]
+       check_macho.py --program PROGRAM [FORBIDDEN_TEXT ...]
 
 EXPORTS is the linker's list of exported symbols. No FORBIDDEN_TEXT, usually a build path, may occur
 anywhere in the file. Needs LIEF in the version of scripts/lief-requirements.txt. Prints one line
@@ -9,6 +10,7 @@ per check and slice. Exit status: 0 all hold, 1 one does not, 2 wrong usage.
 """
 
 import hashlib
+import itertools
 import pathlib
 import sys
 
@@ -25,8 +27,10 @@ SYSTEM_LIBRARIES = {
 }
 TYPES = MachO.LoadCommand.TYPE
 
-# On x86_64, the compiler zeroes memory with a function of its own.
-ONLY_X86_64 = "___bzero"
+# The compiler zeroes memory with a function for each architecture, and on x86_64 the C library's
+# names say how wide an inode is.
+ZEROING = {"___bzero", "_bzero"}
+INODE = "$INODE64"
 
 # LIEF shows a code signature as bytes. Its numbers are big-endian.
 EMBEDDED_SIGNATURE, CODE_DIRECTORY = 0xFADE0CC0, 0xFADE0C02
@@ -76,6 +80,15 @@ def faults_of_loads(binary):
     )
 
 
+def faults_of_system_loads(binary):
+    """Of a program, which may load any library of the system, but no other."""
+    return [
+        f"{command.name} {name}"
+        for command, name in libraries(binary)
+        if command != TYPES.LOAD_DYLIB or not name.startswith(("/usr/lib/", "/System/Library/"))
+    ]
+
+
 def faults_of_exports(binary, expected):
     trie = binary.dyld_exports_trie or binary.dyld_info
     exported = {str(entry.symbol.name) for entry in trie.exports} if trie else set()
@@ -96,7 +109,8 @@ def faults_of_unwinding(binary):
 
 
 def imports(binary):
-    return {str(symbol.name) for symbol in macho.undefined(binary)} - {ONLY_X86_64}
+    names = {str(symbol.name).removesuffix(INODE) for symbol in macho.undefined(binary)}
+    return names - ZEROING
 
 
 def differences(binaries, content_of_slice):
@@ -143,26 +157,38 @@ def faults_of_signature(binary, content):
 # --- All checks ---
 
 
-def checks_of_slice(binary, content, expected):
+def checks_of_library(binary, expected):
     """Pairs of what is checked and its faults."""
-    header, flags = binary.header, MachO.Header.FLAGS
     names = names_of(binary, TYPES.ID_DYLIB)
+    is_library = binary.header.file_type == MachO.Header.FILE_TYPE.DYLIB
+    yield "a dynamic library", unless(is_library, f"{binary.header.file_type}")
+    yield "install name", unless(names == [INSTALL_NAME], f"{names}")
+    yield "loads the five system libraries alone", faults_of_loads(binary)
+    yield "exports exactly the list", faults_of_exports(binary, expected)
+
+
+def checks_of_program(binary):
+    header, flags = binary.header, MachO.Header.FLAGS
+    is_program = header.file_type == MachO.Header.FILE_TYPE.EXECUTE
+    yield "a program", unless(is_program, f"{header.file_type}")
+    yield "at any address", unless(header.has(flags.PIE), f"flags {header.flags:#x}")
+    yield "loads libraries of the system alone", faults_of_system_loads(binary)
+
+
+def checks_of_slice(binary, content):
+    """What holds of either."""
+    header, flags = binary.header, MachO.Header.FLAGS
     builds = commands(binary, MachO.BuildVersion)
     platforms = [build.platform for build in builds]
     minimums = [build.minos for build in builds]
     run_paths = [command.path for command in commands(binary, MachO.RPathCommand)]
     two_level = header.has(flags.TWOLEVEL) and not header.has(flags.FORCE_FLAT)
-    is_library = header.file_type == MachO.Header.FILE_TYPE.DYLIB
     is_for_macos = platforms == [MachO.BuildVersion.PLATFORMS.MACOS]
-    yield "a dynamic library", unless(is_library, f"{header.file_type}")
     yield "two-level name space", unless(two_level, f"flags {header.flags:#x}")
     yield "nothing undefined", faults_of_imports(binary)
-    yield "install name", unless(names == [INSTALL_NAME], f"{names}")
     yield "for macOS", unless(is_for_macos, f"{platforms}")
     yield "minimum macOS 11.0", unless(minimums == [[11, 0, 0]], f"{minimums}")
     yield "no run path", run_paths
-    yield "loads the five system libraries alone", faults_of_loads(binary)
-    yield "exports exactly the list", faults_of_exports(binary, expected)
     yield "an unwind entry for every function", faults_of_unwinding(binary)
     yield "a stack protector", unless("___stack_chk_fail" in imports(binary), "not imported")
     if architecture_of(binary) == "arm64":  # the only one that macOS refuses to run unsigned
@@ -170,7 +196,7 @@ def checks_of_slice(binary, content, expected):
 
 
 def checks(data, expected, forbidden):
-    """Triples of slice, what is checked and its faults."""
+    """Triples of slice, what is checked and its faults; of a program if no exports are expected."""
     universal = macho.parse(data)
     names = [architecture_of(binary) for binary in universal]
     wanted = sorted(macho.ARCHITECTURES.values())
@@ -179,7 +205,9 @@ def checks(data, expected, forbidden):
     yield "file", "the same imports in every slice", differences(universal, imports)
     yield "file", "the same messages in every slice", differences(universal, macho.selectors)
     for binary in universal:
-        for what, faults in checks_of_slice(binary, content_of(binary, data), expected):
+        of_kind = checks_of_program(binary) if expected is None else checks_of_library(binary, expected)
+        of_either = checks_of_slice(binary, content_of(binary, data))
+        for what, faults in itertools.chain(of_kind, of_either):
             yield architecture_of(binary), what, faults
 
 
@@ -190,19 +218,20 @@ def read_exports(file):
 
 def main(arguments):
     if len(arguments) < 2 or not all(arguments):
-        print("Usage: check_macho.py LIBRARY EXPORTS [FORBIDDEN_TEXT ...]", file=sys.stderr)
+        print(__doc__, file=sys.stderr)
         return 2
-    library, exports, *forbidden = arguments
+    is_library = arguments[0] != "--program"
+    file, *forbidden = arguments[0 if is_library else 1 :]
     failed = 0
     try:
-        data = pathlib.Path(library).read_bytes()
-        for where, what, faults in checks(data, read_exports(exports), forbidden):
+        expected = read_exports(forbidden.pop(0)) if is_library else None
+        for where, what, faults in checks(pathlib.Path(file).read_bytes(), expected, forbidden):
             print(f"{'FAILED' if faults else 'ok':6}  {where:6}  {what}")
             for fault in faults:
                 print(f"{'':16}{fault}")
             failed += bool(faults)
     except (Malformed, OSError, UnicodeDecodeError) as fault:
-        print(f"FAILED  {library}: {fault}")
+        print(f"FAILED  {file}: {fault}")
         failed += 1
     return 1 if failed else 0
 

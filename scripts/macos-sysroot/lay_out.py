@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Creates a folder in which clang and lld find what a build for macOS needs.
 
-Usage: lay_out.py ZIGLANG LLVM SYSROOT
+Usage: lay_out.py ZIGLANG LLVM LIBCXX SYSROOT
 
-ZIGLANG is the folder that holds the package of requirements.txt, LLVM the folder of Debian's LLVM. SYSROOT is replaced.
+ZIGLANG is the folder that holds the package of requirements.txt, LLVM the folder of Debian's LLVM,
+LIBCXX that of the libraries of libc++ 11. SYSROOT is replaced.
 """
 
 import pathlib
@@ -24,6 +25,16 @@ exports:
 ...
 """
 
+# What launcher-inspect takes from packages of headers: the package, its folder, its target.
+HEADER_PACKAGE = """add_library({target} INTERFACE IMPORTED)
+target_compile_definitions({target} INTERFACE FMT_HEADER_ONLY=1)
+"""
+HEADER_PACKAGES = [
+    ("CLI11", "CLI", "CLI11::CLI11"),
+    ("fmt", "fmt", "fmt::fmt-header-only"),
+    ("nlohmann_json", "nlohmann", "nlohmann_json::nlohmann_json"),
+]
+
 
 def copy_headers_and_stubs(ziglang, sysroot):
     for part in ("System", "usr"):
@@ -32,11 +43,20 @@ def copy_headers_and_stubs(ziglang, sysroot):
     shutil.copy(ziglang / "lib/libc/darwin/libSystem.tbd", sysroot / "usr/lib")
 
 
-def write_libcxx_stub(llvm, sysroot):
-    """The Mac's libc++ exports what Debian's libc++ and libc++abi do."""
+def copy_header_packages(sysroot):
+    """The folders alone: /usr/include has the headers of Linux too."""
+    for package, folder, target in HEADER_PACKAGES:
+        shutil.copytree(f"/usr/include/{folder}", sysroot / "usr/include" / folder)
+        configuration = sysroot / "usr/lib/cmake" / package / f"{package}Config.cmake"
+        configuration.parent.mkdir(parents=True)
+        configuration.write_text(HEADER_PACKAGE.format(target=target))
+
+
+def write_libcxx_stub(llvm, libcxx, sysroot):
+    """Names what macOS 11 has, so that the linker refuses the rest."""
     listing = subprocess.run(
         [llvm / "bin/llvm-nm", "--dynamic", "--defined-only", "--format=just-symbols"]
-        + [llvm / "lib" / name for name in ("libc++.so.1", "libc++abi.so.1")],
+        + [libcxx / name for name in ("libc++.so.1", "libc++abi.so.1")],
         check=True, capture_output=True, text=True).stdout
     symbols = sorted({"_" + name for name in re.findall(r"^(_\w+)", listing, re.MULTILINE)})
     (sysroot / "usr/lib/libc++.tbd").write_text(LIBCXX_STUB.format(symbols=", ".join(symbols)))
@@ -56,10 +76,11 @@ def write_libcxx_configuration(llvm, sysroot):
     (folder / "__config_site").write_text(checked)
 
 
-def main(ziglang, llvm, sysroot):
+def main(ziglang, llvm, libcxx, sysroot):
     shutil.rmtree(sysroot, ignore_errors=True)
     copy_headers_and_stubs(ziglang / "ziglang", sysroot)
-    write_libcxx_stub(llvm, sysroot)
+    copy_header_packages(sysroot)
+    write_libcxx_stub(llvm, libcxx, sysroot)
     write_libcxx_configuration(llvm, sysroot)
     # The compiler calls the tool that joins the architectures by this name.
     (sysroot / "bin").mkdir()
@@ -67,6 +88,6 @@ def main(ziglang, llvm, sysroot):
 
 
 if __name__ == "__main__":
-    if len(sys.argv) != 4:
-        sys.exit("Usage: lay_out.py WHEEL LLVM SYSROOT")
+    if len(sys.argv) != 5:
+        sys.exit("Usage: lay_out.py ZIGLANG LLVM LIBCXX SYSROOT")
     main(*map(pathlib.Path, sys.argv[1:]))

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""Tests the checker: it finds and names every fault that is put into a copy of the library.
+"""Tests the checker: it finds and names every fault that is put into a copy of the library, or of a
+program.
 
-Usage: check_macho_test.py LIBRARY EXPORTS
+Usage: check_macho_test.py LIBRARY EXPORTS PROGRAM
 """
 
 import contextlib
@@ -111,6 +112,16 @@ FAULTS_OF_EITHER_SLICE = [
     (UNWINDING, "where functions start is unknown",
      lambda s: s.put("<I", s.command(TYPES.FUNCTION_STARTS), 0x2B)),
 ]
+FAULTS_OF_A_PROGRAM = [
+    ("a program", "FILE_TYPE.BUNDLE", lambda s: s.put("<I", 12, 8)),
+    ("at any address", "flags 0x18085", lambda s: s.set_flags(0, FLAGS.PIE)),
+    ("loads libraries of the system alone", "LOAD_DYLIB /opt/lib/libobjc.dylib.A",
+     lambda s: s.replace(b"/usr/lib/libobjc.A.dylib", b"/opt/lib/libobjc.dylib.A")),
+    ("loads libraries of the system alone",
+     "LOAD_WEAK_DYLIB /System/Library/Frameworks/Foundation.framework/Versions/C/Foundation",
+     lambda s: s.put("<I", s.command(TYPES.LOAD_DYLIB), int(TYPES.LOAD_WEAK_DYLIB))),
+    ("no run path", "/opt/lib", lambda s: s.add_run_path(b"/opt/lib")),
+]
 FAULTS_OF_THEIR_DIFFERENCE = [
     (IMPORTS, "_strftime, _strftimf", b"_strftime", b"_strftimf"),
     ("the same messages in every slice", "setArguments:, setArgumentz:",
@@ -135,7 +146,7 @@ def damaged(data, architecture, damage):
 
 
 class Checker(unittest.TestCase):
-    library = exports = None  # set from the command line
+    library = exports = program = None  # set from the command line
 
     def setUp(self):
         self.data = self.library.read_bytes()
@@ -165,6 +176,20 @@ class Checker(unittest.TestCase):
         status, output = self.run_checker(self.library, self.exports, "/home/builder")
         self.assertEqual((status, "FAILED" in output), (0, False))
         self.assertEqual(len(output.splitlines()), 27)
+
+    def test_accepts_the_program(self):
+        status, output = self.run_checker("--program", self.program, "/home/builder")
+        self.assertEqual((status, "FAILED" in output), (0, False))
+        self.assertEqual(len(output.splitlines()), 25)
+
+    def test_program(self):
+        data = self.program.read_bytes()
+        for what, faults, damage in FAULTS_OF_A_PROGRAM:
+            with self.subTest(what):
+                copy = bytes(damaged(data, "x86_64", damage))
+                found = [(where, each, ", ".join(faults))
+                         for where, each, faults in check_macho.checks(copy, None, ()) if faults]
+                self.assertIn(("x86_64", what, faults), found)
 
     # --- Faults of a slice ---
 
@@ -272,12 +297,12 @@ class Checker(unittest.TestCase):
         self.assertEqual((status, "No such file" in output), (1, True))
 
     def test_usage(self):
-        for arguments in ([], [self.library], [self.library, ""]):
+        for arguments in ([], [self.library], [self.library, ""], ["--program"]):
             self.assertEqual(self.run_checker(*arguments)[0], 2)
 
 
 if __name__ == "__main__":
-    if len(sys.argv) != 3:
-        sys.exit("Usage: check_macho_test.py LIBRARY EXPORTS")
-    Checker.library, Checker.exports = map(pathlib.Path, sys.argv[1:])
+    if len(sys.argv) != 4:
+        sys.exit("Usage: check_macho_test.py LIBRARY EXPORTS PROGRAM")
+    Checker.library, Checker.exports, Checker.program = map(pathlib.Path, sys.argv[1:])
     unittest.main(argv=sys.argv[:1])
