@@ -81,10 +81,10 @@ Result validate(const std::string& report) {
   return test::run({{"python3", "-c", VALIDATE, SCHEMA, folder.path() / "report.json"}});
 }
 
-// What bash offers for the last of these words.
+// What bash offers for the last of these words, without what 3.2 lacks.
 std::string completed(const std::string& words, const fs::path& folder) {
-  const std::string script = "source '" + BASH_COMPLETION.string() +
-                             "'; COMP_WORDS=(launcher-inspect " + words +
+  const std::string script = "enable -n mapfile readarray compopt; source '" +
+                             BASH_COMPLETION.string() + "'; COMP_WORDS=(launcher-inspect " + words +
                              "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _launcher_inspect; "
                              "printf '%s\\n' \"${COMPREPLY[@]}\"";
   return test::run({{"bash", "-c", script}, folder}).out;

@@ -1,4 +1,10 @@
-# Completion of launcher-inspect for bash.
+# Completion of launcher-inspect for bash, also for 3.2, which has no mapfile and no compopt.
+
+# One answer per line.
+_launcher_inspect_offer() {
+  local answer
+  while IFS= read -r answer; do COMPREPLY+=("$answer"); done
+}
 
 _launcher_inspect() {
   local current=${COMP_WORDS[COMP_CWORD]}
@@ -14,15 +20,15 @@ _launcher_inspect() {
   case $previous in
     --home | --working-directory)
       compopt -o filenames 2>/dev/null
-      mapfile -t COMPREPLY < <(compgen -d -- "$current")
+      _launcher_inspect_offer < <(compgen -d -- "$current")
       ;;
     --explain)
       compopt -o filenames 2>/dev/null
-      mapfile -t COMPREPLY < <(cd -- "$copies" >/dev/null 2>&1 && compgen -d -- "$current")
+      _launcher_inspect_offer < <(cd -- "$copies" >/dev/null 2>&1 && compgen -d -- "$current")
       ;;
     --client-version) ;;
     *)
-      mapfile -t COMPREPLY < <(compgen -W "--client-version --home --working-directory --explain
+      _launcher_inspect_offer < <(compgen -W "--client-version --home --working-directory --explain
         --brief --json --mask --version --help" -- "$current")
       ;;
   esac
