@@ -13,8 +13,11 @@ namespace Platform {
 std::filesystem::path applicationSupportDirectory();
 std::filesystem::path libraryDirectory();
 
-// The text under CFBundleShortVersionString in the information property list of the bundle; empty
-// when the bundle, the list or the key is missing or unreadable, or the value is no text.
+// The text under a key in the information property list of the bundle; empty when the bundle, the
+// list or the key is missing or unreadable, or the value is no text.
+std::string bundleText(const std::filesystem::path& bundle, const char* key);
+
+// The text under CFBundleShortVersionString.
 std::string bundleVersion(const std::filesystem::path& bundle);
 
 // What keeps a property list from holding a text under a key.

@@ -9,8 +9,12 @@ static PropertyList::Entry entryOf(const fs::path& bundle, const char* key) {
   return PropertyList::read(bundle.native() + "/Contents/Info.plist", key);
 }
 
+std::string bundleText(const fs::path& bundle, const char* key) {
+  return entryOf(bundle, key).text;
+}
+
 std::string bundleVersion(const fs::path& bundle) {
-  return entryOf(bundle, "CFBundleShortVersionString").text;
+  return bundleText(bundle, "CFBundleShortVersionString");
 }
 
 ListProblem versionProblem(const fs::path& bundle) {
@@ -18,7 +22,7 @@ ListProblem versionProblem(const fs::path& bundle) {
 }
 
 fs::path executableName(const fs::path& bundle) {
-  const std::string name = entryOf(bundle, "CFBundleExecutable").text;
+  const std::string name = bundleText(bundle, "CFBundleExecutable");
   return name.empty() ? bundle.stem() : fs::path(name);
 }
 

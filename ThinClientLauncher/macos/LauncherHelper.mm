@@ -54,10 +54,14 @@ static NSDictionary* informationOf(const fs::path& bundle) {
   return [opened infoDictionary];
 }
 
-std::string bundleVersion(const fs::path& bundle) {
+std::string bundleText(const fs::path& bundle, const char* key) {
   @autoreleasepool {
-    return standardString([informationOf(bundle) objectForKey:@"CFBundleShortVersionString"]);
+    return standardString([informationOf(bundle) objectForKey:platformString(key)]);
   }
+}
+
+std::string bundleVersion(const fs::path& bundle) {
+  return bundleText(bundle, "CFBundleShortVersionString");
 }
 
 // NSBundle does not tell a malformed list from one without a dictionary, and has no limit of size.
@@ -74,11 +78,8 @@ ListProblem versionProblem(const fs::path& bundle) {
 }
 
 fs::path executableName(const fs::path& bundle) {
-  @autoreleasepool {
-    const std::string name =
-        standardString([informationOf(bundle) objectForKey:@"CFBundleExecutable"]);
-    return name.empty() ? bundle.stem() : fs::path(name);
-  }
+  const std::string name = bundleText(bundle, "CFBundleExecutable");
+  return name.empty() ? bundle.stem() : fs::path(name);
 }
 
 // --- Files ---

@@ -1,4 +1,5 @@
 #include "LaunchLog.h"
+#include "System.h"
 
 #include "Home.h"
 #include "Report.h"

@@ -19,6 +19,11 @@ Facts everyFact() {
   facts.cleanUp.tiedKept = 4;
   facts.startCheck.program = "/program";
   facts.startCheck.frameworks = "/frameworks";
+  facts.startCheck.architecture = "arm64";
+  facts.startCheck.foreignFile = "/foreign";
+  facts.startCheck.unsignedFile = "/unsigned";
+  facts.startCheck.systemVersion = "14.5";
+  facts.startCheck.neededSystem = "15.0";
   facts.unwritableRecord = "/record";
   facts.lastLaunch.unreadableReason = "launch log";
   facts.loadMode.unreadableReason = "load log";

@@ -52,8 +52,11 @@ TEST(Report, ShowsTimesOfAllCenturies) {
 
 TEST(Report, NotesOnlyFailedRemovals) {
   Facts facts = sampleFacts();
-  facts.lastLaunch.removalFailures = {"Input/output error"};
-  EXPECT_THAT(report(facts)["lastLaunch"]["notes"][0]["remedy"].dump(), HasSubstr("the disk."));
+  for (const auto& [reason, remedy] :
+       {std::pair("Input/output error", "the disk."), {"Operation not permitted", "lsattr"}}) {
+    facts.lastLaunch.removalFailures = {reason};
+    EXPECT_THAT(report(facts)["lastLaunch"]["notes"][0]["remedy"].dump(), HasSubstr(remedy));
+  }
   facts.lastLaunch.removalFailures.clear();
   EXPECT_EQ(report(facts)["lastLaunch"]["notes"], json::array());
 }
@@ -115,7 +118,8 @@ Facts personalFacts() {
   facts.lastLaunch.chosen = LoggedCopy{"/srv/alice", "45.alice"};
   facts.lastLaunch.removalFailures = {"alice"};
   facts.places.homeOwner = "alice";
-  facts.startCheck = {outside, outside, false, true, false, false};
+  facts.startCheck = {
+      outside, outside, false, true, false, false, "", outside, outside, "14", "alice", true};
   facts.unwritableRecord = facts.loadMode.log = outside;
   facts.loadMode.failure = "/srv/alice is denied";
   facts.decisions.candidates[5].twin = 1;

@@ -1,7 +1,12 @@
 #include "CopyCheck.h"
 
 #include "LauncherConstants.h"
+#include "MachO.h"
 
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <sstream>
 #include <system_error>
 #include <unistd.h>
 
@@ -40,10 +45,76 @@ static bool mayExist(const fs::path& file) {
   return fs::exists(file, error) || error;
 }
 
-StartCheck checkStart(const fs::path& dir) {
-  const fs::path contents = dir / VDI_MAIN_APP_NAME / "Contents";
+// --- What macOS asks for ---
+
+static const Slice* findSlice(const std::vector<Slice>& slices, const std::string& architecture) {
+  const auto found = std::find_if(slices.begin(), slices.end(), [&](const Slice& slice) {
+    return slice.architecture == architecture;
+  });
+  return found == slices.end() ? nullptr : &*found;
+}
+
+// All code in a process is for one architecture: the first of the system's that the program has.
+static std::string architectureOf(const fs::path& program, const System& system) {
+  const auto slices = readSlices(program);
+  for (const auto& architecture : system.architectures) {
+    if (slices && findSlice(*slices, architecture) != nullptr)
+      return architecture;
+  }
+  return system.architectures.front();
+}
+
+static void checkCode(const System& system, StartCheck& check) {
+  check.architecture = architectureOf(check.program, system);
+  for (const auto& file :
+       {check.program,
+        check.frameworks / VDI_MAIN_LIBRARY_NAME,
+        check.frameworks / VDI_LAUNCHER_LIBRARY_NAME}) {
+    const auto slices = readSlices(file);
+    const Slice* const slice = slices ? findSlice(*slices, check.architecture) : nullptr;
+    if (slices && slice == nullptr && check.foreignFile.empty())
+      check.foreignFile = file;
+    if (slice != nullptr && !slice->isSigned && slice->architecture == "arm64" &&
+        check.unsignedFile.empty())
+      check.unsignedFile = file;
+  }
+}
+
+// What is missing is 0: 14 and 14.0.0 are equal.
+static std::array<std::uint32_t, 3> systemNumbers(const std::string& version) {
+  std::array<std::uint32_t, 3> numbers{};
+  std::istringstream text(version);
+  char dot = '.';
+  for (auto& number : numbers) {
+    if (dot != '.' || !(text >> number))
+      break;
+    text >> dot;
+  }
+  return numbers;
+}
+
+static void checkSystem(const fs::path& bundle, const System& system, StartCheck& check) {
+  check.systemVersion = system.version;
+  const std::string needed = Platform::bundleText(bundle, "LSMinimumSystemVersion");
+  if (!system.version.empty() && systemNumbers(needed) > systemNumbers(system.version))
+    check.neededSystem = needed;
+}
+
+// Systems that copy a Mac's attributes may put a name space before the name.
+static bool isQuarantined(const fs::path& bundle) {
+  std::string names(64 * 1024, '\0');
+  const ssize_t size = listAttributes(bundle.c_str(), names.data(), names.size());
+  names.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+  return names.find(std::string("com.apple.quarantine") + '\0') != std::string::npos;
+}
+
+// --- The whole ---
+
+StartCheck checkStart(const fs::path& dir, const System& system) {
+  const fs::path bundle = dir / VDI_MAIN_APP_NAME;
+  const fs::path contents = bundle / "Contents";
   StartCheck check;
-  check.program = contents / "MacOS" / Platform::executableName(dir / VDI_MAIN_APP_NAME);
+  check.program = contents / "MacOS" / Platform::executableName(bundle);
   check.frameworks = contents / "Frameworks";
   check.hasProgram = mayExist(check.program);
   std::error_code error;
@@ -51,6 +122,9 @@ StartCheck checkStart(const fs::path& dir) {
       !fs::is_directory(check.program, error) && ::access(check.program.c_str(), X_OK) == 0;
   check.hasMainLibrary = mayExist(check.frameworks / VDI_MAIN_LIBRARY_NAME);
   check.hasLauncherLibrary = mayExist(check.frameworks / VDI_LAUNCHER_LIBRARY_NAME);
+  checkCode(system, check);
+  checkSystem(bundle, system, check);
+  check.isQuarantined = isQuarantined(bundle);
   return check;
 }
 

@@ -3,6 +3,7 @@
 // What a copy's bundle lacks. The launcher asks for none of this; it answers "why".
 
 #include "Platform.h"
+#include "System.h"
 
 #include <filesystem>
 
@@ -20,9 +21,16 @@ struct StartCheck {
   bool isExecutable = true; // for this user
   bool hasMainLibrary = true;
   bool hasLauncherLibrary = true;
+
+  // What macOS asks for. A file is empty where nothing is wrong.
+  std::string architecture;                // of the process
+  std::filesystem::path foreignFile;       // the first without code for it
+  std::filesystem::path unsignedFile;      // the first whose code needs a signature and has none
+  std::string systemVersion, neededSystem; // the latter is empty where this system is new enough
+  bool isQuarantined = false;
 };
 
-// Raises nothing of the file system.
-StartCheck checkStart(const std::filesystem::path& dir);
+// Whether the copy in a folder comes up on a system. Raises nothing of the file system.
+StartCheck checkStart(const std::filesystem::path& dir, const System& system);
 
 } // namespace LauncherInspect

@@ -336,7 +336,7 @@ static void previewLaunch(Facts& facts) {
   if (!facts.decisions.chosen)
     return;
   const CandidateFacts& chosen = facts.decisions.chosenOne();
-  facts.startCheck = checkStart(chosen.decision.dir);
+  facts.startCheck = checkStart(chosen.decision.dir, thisSystem());
   facts.unwritableRecord = findUnwritableRecord(chosen, facts.places);
   facts.cleanUp = previewCleanUp(chosen.decision.dir);
 }

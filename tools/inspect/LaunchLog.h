@@ -53,10 +53,6 @@ bool isEarlier(const LoadMode& loadMode, const LastLaunch& launch);
 // When the launch began, to the second; empty if that is unknown.
 std::string startOf(const LastLaunch& launch);
 
-// The command that shows what the system log tells of the starts since a local time, or since ever
-// where that is empty. linux/ and macos/ implement it.
-std::string systemLogCommand(const std::string& since);
-
 // Whether a text of the log is this one, except for characters that are masked by stars.
 bool isMaskedFormOf(const std::string& logged, const std::string& text);
 

@@ -1,6 +1,7 @@
 #include "Messages.h"
 
 #include "LauncherConstants.h"
+#include "System.h"
 
 #include <algorithm>
 
@@ -274,6 +275,34 @@ static Messages startWarnings(const StartCheck& start, const CandidateFacts& can
        installAgain}};
 }
 
+static Messages systemWarnings(const StartCheck& start, const CandidateFacts& candidate) {
+  const bool isChosen = candidate.isChosen;
+  return {
+      {"no-code-for-machine",
+       isChosen && !start.foreignFile.empty(),
+       "The chosen copy would not come up: there is no code for "_t + start.architecture + " in " +
+           start.foreignFile,
+       "Install a build of this copy that runs on this machine."},
+      {"unsigned-code",
+       isChosen && !start.unsignedFile.empty(),
+       "The chosen copy would not come up: its code for "_t + start.architecture +
+           " has no signature in " + start.unsignedFile,
+       "Install a signed build. For one machine alone, codesign --sign - signs a file."},
+      {"needs-newer-system",
+       isChosen && !start.neededSystem.empty(),
+       "The chosen copy would not come up: it needs macOS "_t + Version{start.neededSystem} +
+           ", and this is " + start.systemVersion,
+       "Update macOS, or install a build of this copy for this version."},
+      {"quarantined",
+       isChosen && start.isQuarantined,
+       "The chosen copy is quarantined: macOS may ask the user, refuse it, or run it from another "
+       "folder, where it cannot record its safe start.",
+       inBundle(
+           "If you trust where it comes from, remove com.apple.quarantine (xattr -dr) from its "
+           "bundle: ",
+           candidate)}};
+}
+
 static Messages countWarning(const Path& record, const CandidateFacts& candidate) {
   return {
       {"not-countable",
@@ -284,6 +313,7 @@ static Messages countWarning(const Path& record, const CandidateFacts& candidate
 
 Messages warnings(const Facts& facts, const CandidateFacts& candidate) {
   return recordWarnings(candidate) + startWarnings(facts.startCheck, candidate) +
+         systemWarnings(facts.startCheck, candidate) +
          countWarning(facts.unwritableRecord, candidate);
 }
 
@@ -505,18 +535,26 @@ Messages launchEnd(const Facts& facts, const CandidateFacts&) {
   return earlyEnds(facts.lastLaunch) + endsAfterChoice(facts.lastLaunch);
 }
 
+static const char* removalRemedy(const std::vector<std::string>& reasons) {
+  const auto has = [&reasons](std::errc code) {
+    const std::string text = std::make_error_code(code).message();
+    return std::find(reasons.begin(), reasons.end(), text) != reasons.end();
+  };
+  if (has(std::errc::permission_denied))
+    return "Make the folders in the launcher folder, and all they hold, writable for this user.";
+  if (has(std::errc::operation_not_permitted))
+    return protectionRemedy();
+  return "Nothing, if this is the first time: the next launch tries again. Otherwise check the "
+         "disk.";
+}
+
 Messages launchNotes(const Facts& facts, const CandidateFacts&) {
   const auto& reasons = facts.lastLaunch.removalFailures;
-  const auto refusal = std::make_error_code(std::errc::permission_denied).message();
-  const bool isRefused = std::find(reasons.begin(), reasons.end(), refusal) != reasons.end();
   return {
       {"not-removed",
        !reasons.empty(),
        "Old folders could not be removed; the log does not name them.",
-       isRefused
-           ? "Make the folders in the launcher folder, and all they hold, writable for this user."
-           : "Nothing, if this is the first time: the next launch tries again. Otherwise check the "
-             "disk."}};
+       removalRemedy(reasons)}};
 }
 
 // --- In the started application ---

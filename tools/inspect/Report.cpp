@@ -3,6 +3,7 @@
 #include "DisplayText.h"
 #include "LocalTime.h"
 #include "Messages.h"
+#include "System.h"
 
 #include <set>
 
