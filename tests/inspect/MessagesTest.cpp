@@ -15,6 +15,7 @@ Facts everyFact() {
   facts.failure = Failure{"/failed", "", std::make_error_code(std::errc::not_a_directory)};
   facts.places.launcherDirectoryFailure = Failure{"/unknown", ""};
   facts.places.homeOwner = "alice";
+  facts.places.ignoredHome = "/ignored";
   facts.cleanUp.failure = Failure{"/kept", "", std::make_error_code(std::errc::io_error)};
   facts.cleanUp.tiedKept = 4;
   facts.startCheck.program = "/program";

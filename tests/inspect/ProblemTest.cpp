@@ -236,6 +236,17 @@ TEST_F(Problem, FullDisk) {
   }
 }
 
+// On a Mac, HOME never names the home.
+TEST_F(Problem, IgnoredHome) {
+  for (const auto& [name, isIgnored] :
+       {std::pair(home.path().string() + "/", false), {"relative", true}, {"", false}}) {
+    const test::ScopedEnvironment variable("HOME", name);
+    const std::string notes = report()["notes"].dump();
+    EXPECT_EQ(notes.find("other-home") != notes.npos, isIgnored) << name;
+    EXPECT_EQ(notes.find("is inspected, not relative") != notes.npos, isIgnored) << name;
+  }
+}
+
 TEST_F(Problem, NoApplicationSupport) {
   fs::remove(home.applicationSupport());
   EXPECT_THAT(

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <iterator>
 #include <map>
 #include <pwd.h>
@@ -308,9 +309,20 @@ static std::string findOtherOwner(const Path& home) {
   return owner != nullptr ? owner->pw_name : std::to_string(status.st_uid);
 }
 
+// On a Mac the system names the home; on Linux, HOME does where it is absolute.
+static Path findIgnoredHome(const Path& home) {
+  const char* const variable = std::getenv("HOME");
+  if (variable == nullptr || *variable == '\0')
+    return {};
+  const Path named = (Path(variable) / "Library").parent_path(); // without a slash at the end
+  std::error_code error;
+  return named == home || fs::equivalent(named, home, error) ? Path() : named;
+}
+
 static Places findPlaces() {
   Places places;
   places.home = Platform::libraryDirectory().parent_path();
+  places.ignoredHome = findIgnoredHome(places.home);
   places.homeOwner = findOtherOwner(places.home);
   places.diskIsFull = isFull(places.home);
   std::error_code error;

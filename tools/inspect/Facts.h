@@ -65,6 +65,7 @@ struct Decisions {
 
 struct Places {
   Path home;
+  Path ignoredHome;      // what HOME names, where the system goes by another home; otherwise empty
   std::string homeOwner; // the user's name or number; empty: the user of this process
   bool diskIsFull = false;
   Path workingDirectory;  // empty: it cannot be told

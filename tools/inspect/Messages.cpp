@@ -193,6 +193,11 @@ static Messages clientNotes(const Facts& facts, const CandidateFacts& candidate)
 
 static Messages homeNotes(const Places& places) {
   return {
+      {"other-home",
+       !places.ignoredHome.empty(),
+       "HOME does not name the home on this system: "_t + places.home + " is inspected, not " +
+           places.ignoredHome,
+       "Name the home with --home."},
       {"other-owner",
        !places.homeOwner.empty(),
        "The home belongs to another user ("_t + places.homeOwner +
