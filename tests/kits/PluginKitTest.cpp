@@ -103,6 +103,19 @@ TEST_F(PluginKit, SparesOtherFolders) {
   }
 }
 
+// A Mac may run a quarantined bundle from such a mirror, on a read-only volume of its own.
+TEST_F(PluginKit, SparesTranslocatedBundle) {
+  const Copy own = makeCopy();
+  const fs::path mirror = home.path() / "T/AppTranslocation/613DF902-6BE1-4C37-A4C2-349AA050923C/d";
+  fs::create_directories(mirror);
+  fs::copy(test::bundleIn(own), test::bundleIn(mirror), fs::copy_options::recursive);
+  test::asUnprivilegedUser(home.path(), [&] {
+    const test::ScopedPermissions readOnly(mirror, fs::perms::owner_read | fs::perms::owner_exec);
+    EXPECT_EQ(recordFrom(mirror), THIN_CLIENT_LAUNCHER_PLUGIN_NO_COPY);
+  });
+  EXPECT_FALSE(isMarked(own));
+}
+
 // Only the bundle of this name is what the launcher starts.
 TEST_F(PluginKit, SparesOtherBundles) {
   const Copy own = makeCopy();
