@@ -4,8 +4,7 @@
 #
 # It starts nothing if the launcher would choose a copy outside that folder, such as an installed
 # one. As every launch, it leaves the line "launch app succeed" in the system log. On a Mac, where
-# the system gives the application the real user's home folder, the log of load mode there gets two
-# lines. Redirecting either would need rights that a demo does not ask for.
+# the system starts the application, the copies' property lists name the demo's home.
 source "$(dirname "$0")/usage.sh" || exit
 [[ $* =~ ^(--keep)?$ ]] || wrong_usage
 
@@ -36,9 +35,9 @@ make_folders() {
   folder=$(cd "$folder" && pwd -P)
   home=$folder/alice
   launcher="$home/Library/Application Support/VantuOrlixVDILauncher"
-  logs=Library/Logs/VantuOrlixVDI
-  load_mode_log=$home/$logs/vdi-launch-loadmode-log.txt
-  [ "$(uname)" != Darwin ] || load_mode_log=$HOME/$logs/vdi-launch-loadmode-log.txt
+  logs=$home/Library/Logs/VantuOrlixVDI
+  load_mode_log=$logs/vdi-launch-loadmode-log.txt
+  environment="<key>LSEnvironment</key><dict><key>CFFIXED_USER_HOME</key><string>$home</string></dict>"
   mkdir -p "$launcher" "$home/work"
 }
 
@@ -47,10 +46,11 @@ days_ago() { date -d "$1 days ago" "+$2" 2>/dev/null || date -v "-$1d" "+$2"; }
 
 # Usage: add_copy VERSION LAUNCHES DAYS_SINCE_LAST_LAUNCH STARTED_SAFELY
 add_copy() {
-  local copy=$launcher/$1
+  local list copy=$launcher/$1
   mkdir "$copy"
   cp -R "$build/examples/OrlixVDIPlugin.app" "$copy"
-  sed "s/$chosen/$1/" examples/plugin/Info.plist >"$copy/OrlixVDIPlugin.app/Contents/Info.plist"
+  list=$(sed "s/$chosen/$1/" examples/plugin/Info.plist)
+  printf '%s\n' "${list/<dict>/<dict>$environment}" >"$copy/OrlixVDIPlugin.app/Contents/Info.plist"
   [ "$4" = no ] || : >"$copy/started.dat"
   [ "$2" -gt 0 ] || return 0
   printf %s "$2" >"$copy/launchCount.dat"
@@ -143,7 +143,7 @@ inspect
 heading "A host of version $client_version asks for a launch"
 outcome="$chosen was started and entered load mode."
 { launch && entered_load_mode; } || outcome=
-show_log "$home/$logs/vdi-launch-launchmode-log.txt"
+show_log "$logs/vdi-launch-launchmode-log.txt"
 heading "The started application enters load mode"
 [ -z "$outcome" ] || show_log "$load_mode_log"
 heading "Records"
