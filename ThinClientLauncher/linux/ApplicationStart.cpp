@@ -14,9 +14,12 @@
 #include <dlfcn.h>
 #include <exception>
 #include <fcntl.h>
+#include <link.h>
 #include <memory>
 #include <pthread.h>
 #include <sched.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <syslog.h>
 #include <system_error>
 #include <unistd.h>
@@ -219,20 +222,43 @@ private:
   sigset_t before;
 };
 
-// Enough for a start and the host's thread-local variables, which take up part of each stack. The
-// default size may be too small, if the host sets it, or too large, if RLIMIT_STACK is.
+// The thread-local variables of the program and its libraries take up part of each stack.
+std::size_t threadLocalSize() {
+  std::size_t size = 0;
+  const auto add = [](dl_phdr_info* image, std::size_t, void* sum) {
+    for (auto* header = image->dlpi_phdr; header != image->dlpi_phdr + image->dlpi_phnum; ++header)
+      *static_cast<std::size_t*>(sum) += header->p_type == PT_TLS ? header->p_memsz : 0;
+    return 0;
+  };
+  ::dl_iterate_phdr(add, &size);
+  return size;
+}
+
+// Enough for a start. The default size may be too small, if the host sets it, or too large, if
+// RLIMIT_STACK is.
 constexpr std::size_t STACK_SIZE = 1024 * 1024;
 
-bool createWorker(Start* start) {
+// Returns the reason for a failure, as an error code.
+int createWorker(Start* start) {
   pthread_attr_t attributes;
-  if (::pthread_attr_init(&attributes) != 0)
-    return false;
-  ::pthread_attr_setstacksize(&attributes, STACK_SIZE);
+  ::pthread_attr_init(&attributes);
+  ::pthread_attr_setstacksize(&attributes, STACK_SIZE + threadLocalSize());
   ::pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
   pthread_t worker{};
-  const bool created = ::pthread_create(&worker, &attributes, workerMain, start) == 0;
+  const int failure = ::pthread_create(&worker, &attributes, workerMain, start);
   ::pthread_attr_destroy(&attributes);
-  return created;
+  return failure;
+}
+
+// Writing to the system log may block, so the caller's thread sends what syslog would: a report
+// that the log cannot take at once is lost.
+void reportWithoutWaiting(const std::string& failure) {
+  const sockaddr_un log{AF_UNIX, _PATH_LOG};
+  const std::string line = "<" + std::to_string(LOG_USER | LOG_ERR) + ">" +
+                           program_invocation_short_name + ": Failed to run the app: " + failure;
+  const Descriptor sender(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  ::sendto(
+      sender, line.data(), line.size(), 0, reinterpret_cast<const sockaddr*>(&log), sizeof log);
 }
 
 // The application has another working folder, so a relative path must be resolved here.
@@ -248,10 +274,11 @@ void startApplication(const fs::path& bundle, const std::string& argument) {
   keepLibraryMapped();
   auto start = std::make_unique<Start>(Start{absolutePath(bundle), argument});
   const SignalsBlocked signalsBlocked;
-  // If no thread can be created, the start fails unreported: writing to the system log may block,
-  // so the caller's thread does not do it.
-  if (createWorker(start.get()))
+  const int failure = createWorker(start.get());
+  if (failure == 0)
     static_cast<void>(start.release()); // the worker owns it
+  else
+    reportWithoutWaiting("no thread can be created: " + std::generic_category().message(failure));
 }
 
 } // namespace Platform

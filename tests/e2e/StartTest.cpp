@@ -14,6 +14,7 @@
 #include <pthread.h>
 #include <sched.h>
 #include <sys/resource.h>
+#include <syslog.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -43,7 +44,7 @@ void closeStreams() {
 }
 
 // The C library takes the space for these from the stack of each thread.
-thread_local std::array<volatile char, 64 * 1024> threadLocals;
+thread_local std::array<volatile char, 1100 * 1024> threadLocals;
 
 void setDefaultStackSize(std::size_t size) {
   threadLocals[0] = 1;
@@ -323,12 +324,27 @@ TEST_F(Start, ReportsLostWorkingFolder) {
   EXPECT_EQ(outcome(), failure(executableIn({}), "No such file or directory"));
 }
 
-// Only that thread could report it.
-TEST_F(Start, FailsSilentlyWithoutThread) {
+TEST_F(Start, ReportsDeniedThread) {
   const Copy copy = makeCopy();
   launchInHost([] { FakeSystem::thread.answer = Answer::NO; });
   EXPECT_EQ(readFile(copy.dir() / "launchCount.dat"), "1");
   EXPECT_THAT(reports(), IsEmpty());
+  const SystemLog::Entry entry = systemLog->await(1).at(0);
+  EXPECT_EQ(entry.priority, LOG_USER | LOG_ERR);
+  EXPECT_EQ(entry.name, "e2e_tests");
+  EXPECT_EQ(
+      entry.message,
+      "Failed to run the app: no thread can be created: Resource temporarily unavailable");
+}
+
+// The report is lost then.
+TEST_F(Start, IgnoresStalledLogWithoutThread) {
+  makeCopy();
+  inHost([this] {
+    systemLog->stall();
+    FakeSystem::thread.answer = Answer::NO;
+    EXPECT_EQ(launch(), "returned 0");
+  });
   EXPECT_THAT(systemLog->awaitMessages(0), IsEmpty());
 }
 

@@ -21,12 +21,10 @@ constexpr std::string_view FILLER = "filler";
 const sockaddr_un ADDRESS{AF_UNIX, "/dev/log"};
 const auto* const LOG_ADDRESS = reinterpret_cast<const sockaddr*>(&ADDRESS);
 
-// "<14>Nov 20 16:22:47 host: launch app succeed"
+// "<14>Nov 20 16:22:47 host: launch app succeed", or the same without the time.
 SystemLog::Entry parse(const std::string& line) {
-  constexpr std::size_t TIME_LENGTH = 16;
-  const auto afterPriority = line.find('>') + 1;
-  const auto name = afterPriority + TIME_LENGTH;
-  const auto colon = line.find(": ", name);
+  const auto colon = line.find(": ");
+  const auto name = line.find_last_of("> ", colon) + 1;
   return {std::atoi(line.c_str() + 1), line.substr(name, colon - name), line.substr(colon + 2)};
 }
 
