@@ -69,6 +69,10 @@ void* findSymbol(void* library, const std::string& name);
 // std::filesystem::filesystem_error when it cannot be examined.
 std::filesystem::path imagePath(const void* code);
 
+// The program of this process under the absolute path that it was started by, links included; empty
+// if that is unknown.
+std::filesystem::path startedProgram();
+
 // The reason for the last failure of loadLibrary or findSymbol on this thread.
 std::string loaderError();
 

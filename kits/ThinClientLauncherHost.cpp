@@ -10,6 +10,7 @@
 #include <exception>
 #include <filesystem>
 #include <pthread.h>
+#include <unistd.h>
 
 namespace {
 
@@ -28,15 +29,20 @@ struct Answer {
   }
 };
 
-std::atomic_flag isCalled = ATOMIC_FLAG_INIT;
+// The process whose call is running; in a process forked meanwhile, that is another one.
+std::atomic<pid_t> caller{0};
 
 // Whether this is the only call in the process; it is until the end of the scope.
 class OnlyCall {
 public:
-  OnlyCall() : isOnly(!isCalled.test_and_set()) {}
+  OnlyCall() {
+    const pid_t self = ::getpid();
+    pid_t other = caller;
+    isOnly = other != self && caller.compare_exchange_strong(other, self);
+  }
   ~OnlyCall() {
     if (isOnly)
-      isCalled.clear();
+      caller = 0;
   }
   OnlyCall(const OnlyCall&) = delete;
   OnlyCall& operator=(const OnlyCall&) = delete;
@@ -44,20 +50,7 @@ public:
   explicit operator bool() const { return isOnly; }
 
 private:
-  bool isOnly;
-};
-
-// Cancellation would leave the launcher at a file operation, with its log open, and end the process
-// where everything is caught.
-class NoCancellation {
-public:
-  NoCancellation() { ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before); }
-  ~NoCancellation() { ::pthread_setcancelstate(before, nullptr); }
-  NoCancellation(const NoCancellation&) = delete;
-  NoCancellation& operator=(const NoCancellation&) = delete;
-
-private:
-  int before = PTHREAD_CANCEL_ENABLE;
+  bool isOnly = false;
 };
 
 const char* loaderError() {
@@ -92,16 +85,25 @@ Status launch(const char* path, const char* clientVersion, const Answer& answer)
   return answer.give(THIN_CLIENT_LAUNCHER_HOST_FAILED, "an exception of an unknown type");
 }
 
-} // namespace
-
-extern "C" Status ThinClientLauncherHostLaunch(
-    const char* library, const char* clientVersion, char* text, std::size_t size) {
-  const Answer answer{text, size};
-  if (library == nullptr) // dlopen would return the host's own program
+Status launchOnce(const char* path, const char* clientVersion, const Answer& answer) {
+  if (path == nullptr || *path == '\0') // dlopen would return the host's own program
     return answer.give(THIN_CLIENT_LAUNCHER_HOST_NOT_LOADED, "no library is named");
-  const NoCancellation noCancellation;
   const OnlyCall onlyCall;
   if (!onlyCall)
     return answer.give(THIN_CLIENT_LAUNCHER_HOST_BUSY, "another launch is running in this process");
-  return launch(library, clientVersion, answer);
+  return launch(path, clientVersion, answer);
+}
+
+} // namespace
+
+// Cancellation would leave the launcher at a file operation, with its log open, and end the process
+// where everything is caught. An asynchronous one takes effect where it is enabled again, which
+// must be in no destructor.
+extern "C" Status ThinClientLauncherHostLaunch(
+    const char* library, const char* clientVersion, char* text, std::size_t size) {
+  int before = PTHREAD_CANCEL_ENABLE;
+  ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
+  const Status status = launchOnce(library, clientVersion, {text, size});
+  ::pthread_setcancelstate(before, nullptr);
+  return status;
 }

@@ -24,7 +24,7 @@ enum ThinClientLauncherHostStatus {
 //
 // The library is a path, or a mere file name where the system's loader finds it; it is never
 // unloaded. The call blocks its thread, usually for little more than three seconds. Meanwhile the
-// thread cannot be cancelled, and further calls return BUSY at once.
+// thread cannot be cancelled, and further calls in this process return BUSY at once.
 //
 // RETURNED does not tell whether the application came up: the launcher's logs and the system log
 // do. After FILE_SYSTEM_ERROR or FAILED the application may have been started, and the next launch

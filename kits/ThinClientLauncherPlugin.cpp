@@ -23,17 +23,20 @@ bool isBelow(const fs::path& folder, const fs::path& file) {
   return false;
 }
 
-// The folders in the launcher folder whose bundle holds this code. The system may name the code's
-// file without links, and a copy or its bundle may be a link: the names do not tell, and a bundle
-// may belong to several copies.
+// The folders in the launcher folder whose bundle holds this code, or the program as it was
+// started, which may be a link out of the bundle. The system may name the code's file without
+// links, and a copy or its bundle may be a link: the names do not tell, and a bundle may belong to
+// several copies.
 std::vector<fs::path> ownCopies() {
   const fs::path image = Platform::imagePath(reinterpret_cast<void*>(&ownCopies));
+  const fs::path program = Platform::startedProgram();
   const fs::path launcherDirectory = LauncherHelper::getLauncherDirectory();
   std::vector<fs::path> copies;
   if (!fs::exists(launcherDirectory))
     return copies;
   for (const auto& entry : fs::directory_iterator(launcherDirectory)) {
-    if (isBelow(entry.path() / VDI_MAIN_APP_NAME, image))
+    const fs::path bundle = entry.path() / VDI_MAIN_APP_NAME;
+    if (isBelow(bundle, image) || isBelow(bundle, program))
       copies.push_back(entry.path());
   }
   return copies;

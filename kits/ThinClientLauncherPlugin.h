@@ -28,9 +28,9 @@ enum ThinClientLauncherPluginStatus {
 // been launched three times without it is not chosen again. Call it once the plug-in works, in each
 // process.
 //
-// The copy is the one in whose bundle the executable or library lies that this is linked into; only
-// folders in the launcher folder, and links to folders there, are copies. May be called repeatedly
-// and by several threads.
+// The copy is the one in whose bundle the executable or library lies that this is linked into, or
+// from whose bundle this process was started; only folders in the launcher folder, and links to
+// folders there, are copies. May be called repeatedly and by several threads.
 enum ThinClientLauncherPluginStatus ThinClientLauncherPluginRecordSafeStart(void);
 
 #ifdef __cplusplus

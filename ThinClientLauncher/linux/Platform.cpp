@@ -11,6 +11,7 @@
 #include <limits>
 #include <link.h>
 #include <pwd.h>
+#include <sys/auxv.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -20,15 +21,14 @@ namespace fs = std::filesystem;
 
 namespace Platform {
 
+// A relative path would name another file whenever a thread of the host changes its working folder.
+static bool isAbsolute(const char* path) {
+  return path != nullptr && *path == '/';
+}
+
 // --- Folders ---
 
 constexpr std::size_t MAXIMUM_PASSWORD_ENTRY = 1024 * 1024;
-
-// A relative home would name another folder whenever a thread of the host changes its working
-// folder.
-static bool isAbsolute(const char* home) {
-  return home != nullptr && *home == '/';
-}
 
 static fs::path homeFromPasswordFile() {
   std::vector<char> buffer(16 * 1024);
@@ -109,6 +109,11 @@ fs::path imagePath(const void* code) {
   const int found = ::dladdr1(code, &image, reinterpret_cast<void**>(&library), RTLD_DL_LINKMAP);
   const bool isNamed = found != 0 && *library->l_name != '\0';
   return fs::canonical(isNamed ? library->l_name : "/proc/self/exe");
+}
+
+fs::path startedProgram() {
+  const auto* const path = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
+  return isAbsolute(path) ? path : "";
 }
 
 std::string loaderError() {

@@ -143,6 +143,12 @@ fs::path imagePath(const void* code) {
   return fs::canonical(::dladdr(code, &image) != 0 ? image.dli_fname : "");
 }
 
+fs::path startedProgram() {
+  @autoreleasepool {
+    return standardString([[NSBundle mainBundle] executablePath]);
+  }
+}
+
 std::string loaderError() {
   const char* const text = ::dlerror();
   return text != nullptr ? text : "";

@@ -1,5 +1,6 @@
 // The kit for hosts, with a fake launcher library.
 
+#include "Fork.h"
 #include "Home.h"
 #include "Process.h"
 
@@ -64,8 +65,10 @@ TEST_F(HostKit, PassesNoVersion) {
 TEST_F(HostKit, ReportsUnusableLibraries) {
   EXPECT_EQ(launch("/nowhere/library"), THIN_CLIENT_LAUNCHER_HOST_NOT_LOADED);
   EXPECT_THAT(reason.data(), HasSubstr("/nowhere/library"));
-  EXPECT_EQ(launch(nullptr), THIN_CLIENT_LAUNCHER_HOST_NOT_LOADED);
-  EXPECT_THAT(reason.data(), Not(testing::StrEq("")));
+  for (const char* none : {static_cast<const char*>(nullptr), ""}) {
+    EXPECT_EQ(launch(none), THIN_CLIENT_LAUNCHER_HOST_NOT_LOADED);
+    EXPECT_THAT(reason.data(), testing::StrEq("no library is named"));
+  }
   EXPECT_EQ(launch(ENTRYLESS_LIBRARY), THIN_CLIENT_LAUNCHER_HOST_NO_ENTRY_POINT);
   EXPECT_THAT(reason.data(), HasSubstr("ThinClientLauncherEntryPoint"));
 }
@@ -102,23 +105,41 @@ TEST_F(HostKit, AllowsNextCalls) {
     EXPECT_EQ(launch(), THIN_CLIENT_LAUNCHER_HOST_RETURNED);
 }
 
+// The call of that other process goes on there.
+TEST_F(HostKit, AllowsCallInForkedProcess) {
+  setLaunch([](int, char**) {
+    test::inChildProcess([] {
+      setLaunch(noteArguments);
+      for (int calls = 0; calls < 2; ++calls)
+        EXPECT_EQ(launch(), THIN_CLIENT_LAUNCHER_HOST_RETURNED);
+    });
+    statusInside = launch();
+  });
+  EXPECT_EQ(launch(), THIN_CLIENT_LAUNCHER_HOST_RETURNED);
+  EXPECT_EQ(statusInside, THIN_CLIENT_LAUNCHER_HOST_BUSY);
+}
+
 TEST_F(HostKit, DefersCancellation) {
   setLaunch([](int, char**) {
     ::pthread_cancel(::pthread_self());
     ::pthread_testcancel();
-    arguments = {"not cancelled"};
+    arguments.emplace_back("not cancelled");
   });
-  pthread_t thread{};
-  const auto run = [](void*) -> void* {
-    launch();
-    ::pthread_testcancel();
-    return nullptr;
-  };
-  ASSERT_EQ(::pthread_create(&thread, nullptr, run, nullptr), 0);
-  void* result = nullptr;
-  ::pthread_join(thread, &result);
-  EXPECT_THAT(arguments, testing::ElementsAre("not cancelled"));
-  EXPECT_EQ(result, PTHREAD_CANCELED); // only after the call
+  arguments.clear();
+  for (int type : {PTHREAD_CANCEL_DEFERRED, PTHREAD_CANCEL_ASYNCHRONOUS}) {
+    const auto run = [](void* given) -> void* {
+      ::pthread_setcanceltype(*static_cast<int*>(given), nullptr);
+      launch();
+      ::pthread_testcancel();
+      return nullptr;
+    };
+    pthread_t thread{};
+    ASSERT_EQ(::pthread_create(&thread, nullptr, run, &type), 0);
+    void* result = nullptr;
+    ::pthread_join(thread, &result);
+    EXPECT_EQ(result, PTHREAD_CANCELED); // only after the call
+  }
+  EXPECT_THAT(arguments, testing::ElementsAre("not cancelled", "not cancelled"));
 }
 
 TEST_F(HostKit, CutsReason) {

@@ -92,6 +92,14 @@ TEST_F(PluginKit, RecordsLinkedBundle) {
   EXPECT_FALSE(isMarked(target));
 }
 
+TEST_F(PluginKit, RecordsLinkedExecutable) {
+  const Copy own = makeCopy();
+  fs::remove(test::executableIn(own));
+  fs::create_symlink(PLUGIN_PROGRAM, test::executableIn(own));
+  EXPECT_EQ(recordFrom(own), THIN_CLIENT_LAUNCHER_PLUGIN_RECORDED);
+  EXPECT_TRUE(isMarked(own));
+}
+
 TEST_F(PluginKit, SparesOtherFolders) {
   makeCopy();
   for (const fs::path& folder :

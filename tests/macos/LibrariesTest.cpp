@@ -89,3 +89,7 @@ TEST_F(LauncherLibrary, NoLoaderError) {
 }
 
 } // namespace
+
+TEST_F(LauncherLibrary, KnowsStartedProgram) {
+  EXPECT_EQ(Platform::startedProgram(), fs::read_symlink("/proc/self/exe"));
+}

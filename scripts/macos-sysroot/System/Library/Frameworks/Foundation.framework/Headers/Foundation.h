@@ -35,6 +35,8 @@
 
 @interface NSBundle : NSObject
 + (nullable instancetype)bundleWithPath:(NSString*)path;
+@property(class, readonly, strong) NSBundle* mainBundle;
+@property(nullable, readonly, copy) NSString* executablePath;
 @property(nullable, readonly, copy) NSDictionary* infoDictionary;
 @end
 
