@@ -125,19 +125,25 @@ TEST_F(Command, PrintsJson) {
   EXPECT_TRUE(report["chosen"].contains("directoryBytes"));
 }
 
-// The login name, or the account's where there is none.
+// Those of USER, of the account and of the home's owner, whatever the output.
 TEST_F(Command, MasksNames) {
-  const std::string account = ::getpwuid(::geteuid())->pw_name;
-  for (const auto& [login, name] :
-       {std::pair<std::string, std::string>{"alice", "alice"}, {"", account}}) {
-    const ScopedEnvironment user("USER", login);
-    const test::Copy copy = home.copy(name + "'s");
-    EXPECT_THAT(inspect({}).out, HasSubstr(name + "'s"));
-    for (const char* form : {"--mask", "--json"})
-      EXPECT_THAT(
-          inspect({"--mask", form}).out, AllOf(HasSubstr("*'s"), Not(HasSubstr(name + "'s"))));
-    fs::remove_all(copy.dir());
+  constexpr uid_t DAEMON = 1;
+  const uid_t owner = ::geteuid() == 0 ? DAEMON : ::geteuid();
+  ASSERT_EQ(::chown(home.path().c_str(), owner, ::getegid()), 0);
+  const std::string own = ::getpwuid(::geteuid())->pw_name;
+  const std::string all = "alice's " + own + "'s " + ::getpwuid(owner)->pw_name + "'s";
+  const std::string missing = home.path() / all;
+  home.copy(all);
+  const std::vector<std::vector<std::string>> rows = {
+      {}, {"--json"}, {"--explain", "no " + all}, {all}, {"--home", missing}};
+  for (auto words : rows) {
+    words.insert(words.begin(), "--mask");
+    const ScopedEnvironment user("USER", "alice");
+    const Result result = inspect(words);
+    EXPECT_THAT(result.out + result.err, AllOf(HasSubstr("*'s "), Not(ContainsRegex("[a-z]'s"))));
   }
+  const ScopedEnvironment user("USER", "");
+  EXPECT_THAT(inspect({"--mask"}).out, AllOf(HasSubstr("alice's *"), Not(HasSubstr(own + "'s"))));
 }
 
 TEST_F(Command, NeedsNameToMask) {

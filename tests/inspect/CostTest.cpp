@@ -50,11 +50,11 @@ std::string repeated(const std::string& text, std::size_t length) {
 }
 
 void writeReports(const Facts& facts) {
-  const Report report = makeReport(facts, "alice");
+  const Report report = makeReport(facts, {"alice"});
   toText(report, {40, true});
   toText(report, {});
   toBriefText(report, {80, false});
-  toJson(makeReport(facts, "alice", Paths::Absolute));
+  toJson(makeReport(facts, {"alice"}, Paths::Absolute));
 }
 
 // Without a place to break at, with many, of many components, of no width, and to be escaped.

@@ -138,7 +138,7 @@ TEST(Documentation, NamesEveryCode) {
 }
 
 TEST(Documentation, NamesEveryMember) {
-  const auto report = LauncherInspect::makeReport(test::sampleFacts(), "");
+  const auto report = LauncherInspect::makeReport(test::sampleFacts());
   const auto members = matches(report.dump(), "\"([A-Za-z]+)\":()");
   ASSERT_GT(members.size(), 30u);
   for (const auto& [member, nothing] : members)
@@ -163,14 +163,14 @@ TEST(Documentation, SchemaFitsReports) {
 TEST(Documentation, SchemaFitsSample) {
   auto facts = test::sampleFacts();
   facts.explained = 3;
-  const auto report = LauncherInspect::makeReport(facts, "", LauncherInspect::Paths::Absolute);
+  const auto report = LauncherInspect::makeReport(facts, {}, LauncherInspect::Paths::Absolute);
   EXPECT_EQ(validate(LauncherInspect::toJson(report)).err, "");
 }
 
 TEST(Documentation, SchemaRejectsOthers) {
   // Not in the order of Report, for which clang 22 warns of a deprecated look-up by a pointer.
   const nlohmann::json good =
-      LauncherInspect::makeReport(test::sampleFacts(), "", LauncherInspect::Paths::Absolute);
+      LauncherInspect::makeReport(test::sampleFacts(), {}, LauncherInspect::Paths::Absolute);
   const std::pair<const char*, const char*> rows[] = {
       {"/home", "\"~\""},
       {"/candidates/0/directory", "\"~/a\""},

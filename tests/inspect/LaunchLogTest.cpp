@@ -31,7 +31,7 @@ std::string shown(const Report& end) {
 std::string endOf(const LastLaunch& launch) {
   Facts facts;
   facts.lastLaunch = launch;
-  return shown(makeReport(facts, "")["lastLaunch"]["end"]);
+  return shown(makeReport(facts)["lastLaunch"]["end"]);
 }
 
 } // namespace
@@ -103,7 +103,7 @@ std::string loadEndOf(const LoadMode& loadMode, const LastLaunch& launch = {}) {
   Facts facts;
   facts.loadMode = loadMode;
   facts.lastLaunch = launch;
-  return shown(makeReport(facts, "")["loadMode"]["end"]);
+  return shown(makeReport(facts)["loadMode"]["end"]);
 }
 
 } // namespace

@@ -75,7 +75,7 @@ protected:
   std::vector<Report> warnings(const System& system) const {
     Facts facts = findFacts("");
     facts.startCheck = checkStart(copy, system);
-    return makeReport(facts, "")["warnings"];
+    return makeReport(facts)["warnings"];
   }
 
   const test::ScopedHome home;
@@ -160,5 +160,5 @@ TEST_F(MacCause, Quarantine) {
 // The command asks for the machine that it runs on.
 TEST_F(MacCause, ThisMachine) {
   write(slice(I386, SIGNATURE), "", "");
-  EXPECT_THAT(codes(makeReport(findFacts(""), "")["warnings"]), ElementsAre("no-code-for-machine"));
+  EXPECT_THAT(codes(makeReport(findFacts(""))["warnings"]), ElementsAre("no-code-for-machine"));
 }

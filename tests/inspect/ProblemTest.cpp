@@ -25,11 +25,11 @@ constexpr const char* CLIENT = "45.12"; // for which a copy without a version is
 class Problem : public ::testing::Test {
 protected:
   static Report report(const std::string& clientVersion = "") {
-    return makeReport(findFacts(clientVersion), "");
+    return makeReport(findFacts(clientVersion));
   }
 
   static Report reportAt(const fs::path& workingDirectory) {
-    return makeReport(test::findFactsAt(workingDirectory), "");
+    return makeReport(test::findFactsAt(workingDirectory));
   }
 
   // "CODE TEXT -> REMEDY"

@@ -17,7 +17,7 @@ protected:
   TextReport() { tzset(); }
 
   static std::string render(const Facts& facts, std::size_t width = 80, bool colour = false) {
-    return toText(makeReport(facts, ""), {width, colour});
+    return toText(makeReport(facts), {width, colour});
   }
 
 private:
@@ -77,7 +77,7 @@ TEST_F(TextReport, KeepsWithinTheWidth) {
       for (facts.explained = 0; facts.explained < facts.decisions.candidates.size();
            ++*facts.explained) {
         for (const auto layout : {toText, toBriefText, toExplanation}) {
-          for (const auto& line : test::splitLines(layout(makeReport(facts, ""), {width, false})))
+          for (const auto& line : test::splitLines(layout(makeReport(facts), {width, false})))
             EXPECT_TRUE(displayWidth(line) <= width || isCommand(line)) << line;
         }
       }
@@ -94,13 +94,13 @@ TEST_F(TextReport, UsesTheWholeWidth) {
 TEST_F(TextReport, ShowsOddNames) {
   EXPECT_EQ(render(oddFacts(), UNLIMITED), expectedPage("odd-names.txt"));
   EXPECT_EQ(render(oddFacts()), expectedPage("odd-names-terminal.txt"));
-  EXPECT_EQ(toBriefText(makeReport(oddFacts(), ""), {}), expectedPage("odd-names-brief.txt"));
+  EXPECT_EQ(toBriefText(makeReport(oddFacts()), {}), expectedPage("odd-names-brief.txt"));
 }
 
 // --- One line per copy ---
 
 TEST_F(TextReport, BriefSortsByVersion) {
-  EXPECT_EQ(toBriefText(makeReport(sampleFacts(), ""), {80, false}), expectedPage("brief.txt"));
+  EXPECT_EQ(toBriefText(makeReport(sampleFacts()), {80, false}), expectedPage("brief.txt"));
 }
 
 TEST_F(TextReport, BriefComparesNumbers) {
@@ -109,7 +109,7 @@ TEST_F(TextReport, BriefComparesNumbers) {
   for (std::size_t i = 0; i < facts.decisions.candidates.size(); ++i)
     facts.decisions.candidates[i].decision.version = versions[i];
   std::vector<std::string> order;
-  for (const auto& line : test::splitLines(toBriefText(makeReport(facts, ""), {})))
+  for (const auto& line : test::splitLines(toBriefText(makeReport(facts), {})))
     order.push_back(line.substr(2, line.find(' ', 2) - 2));
   EXPECT_THAT(order, ElementsAre("word", "100", "45.10.0.10", "45.10.0.2", "45.10", "45.9", "-"));
 }
@@ -118,13 +118,13 @@ TEST_F(TextReport, BriefSaysIfNothingStarts) {
   Facts facts = sampleFacts();
   facts.decisions.chosen.reset();
   facts.decisions.candidates[4].isChosen = false;
-  const auto lines = test::splitLines(toBriefText(makeReport(facts, ""), {80, false}));
+  const auto lines = test::splitLines(toBriefText(makeReport(facts), {80, false}));
   EXPECT_EQ(lines.front(), "Nothing would start: no candidate is viable");
   EXPECT_EQ(lines.size(), 8u);
 }
 
 TEST_F(TextReport, BriefCutsAtTheTerminal) {
-  EXPECT_THAT(toBriefText(makeReport(oddFacts(), ""), {80, false}), HasSubstr("x...\n"));
+  EXPECT_THAT(toBriefText(makeReport(oddFacts()), {80, false}), HasSubstr("x...\n"));
 }
 
 // --- One copy ---
@@ -132,13 +132,13 @@ TEST_F(TextReport, BriefCutsAtTheTerminal) {
 TEST_F(TextReport, ExplainsOneCopy) {
   Facts facts = sampleFacts();
   facts.explained = 3;
-  EXPECT_EQ(toExplanation(makeReport(facts, ""), {80, false}), expectedPage("explanation.txt"));
+  EXPECT_EQ(toExplanation(makeReport(facts), {80, false}), expectedPage("explanation.txt"));
 }
 
 TEST_F(TextReport, ExplainsWithoutRecords) {
   Facts facts = sampleFacts();
   facts.explained = 1;
-  EXPECT_THAT(toExplanation(makeReport(facts, ""), {80, false}), Not(HasSubstr("launches")));
+  EXPECT_THAT(toExplanation(makeReport(facts), {80, false}), Not(HasSubstr("launches")));
 }
 
 TEST_F(TextReport, ColoursOnlyWhenAsked) {
@@ -155,7 +155,7 @@ TEST_F(TextReport, ColoursOnlyWhenAsked) {
 TEST_F(TextReport, ColoursRulesByResult) {
   Facts facts = sampleFacts();
   facts.explained = 0;
-  const std::string text = toExplanation(makeReport(facts, ""), {80, true});
+  const std::string text = toExplanation(makeReport(facts), {80, true});
   EXPECT_EQ(beforeText(text, "bundle: "), "  ");
   EXPECT_EQ(beforeText(text, "never corrupt"), "\x1b[2m  ");
   EXPECT_EQ(beforeText(text, "not chosen"), "\x1b[31m  ");

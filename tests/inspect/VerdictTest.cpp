@@ -44,7 +44,7 @@ void layOut(const ScopedHome& home, const std::string& copies) {
 Report reportOn(const std::string& copies, const std::string& clientVersion = "") {
   const ScopedHome home;
   layOut(home, copies);
-  return makeReport(findFacts(clientVersion), "");
+  return makeReport(findFacts(clientVersion));
 }
 
 // This member of the verdict on each copy, by folder.
@@ -121,7 +121,7 @@ TEST(Verdict, SaysWhyItCameSecond) {
     layOut(home, second);
     const Facts facts = findFactsAt(copy);
     EXPECT_EQ(facts.decisions.chosen, 1u);
-    EXPECT_THAT(verdicts(makeReport(facts, ""), "code"), ElementsAre(code));
+    EXPECT_THAT(verdicts(makeReport(facts), "code"), ElementsAre(code));
   }
 }
 

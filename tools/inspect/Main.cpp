@@ -3,18 +3,19 @@
 #include "Arguments.h"
 #include "DisplayText.h"
 #include "JsonReport.h"
+#include "Platform.h"
 #include "Terminal.h"
 #include "TextReport.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <iostream>
-#include <pwd.h>
 #include <stdexcept>
 #include <string>
 #include <system_error>
-#include <unistd.h>
+#include <vector>
 
 namespace fs = std::filesystem;
 
@@ -37,14 +38,14 @@ static fs::path normalise(const fs::path& folder) {
 // The launcher's rules ask for the home and the working folder of their process.
 static void enterHome(const fs::path& home) {
   const fs::path absolute = normalise(home);
+  ::setenv("HOME", absolute.c_str(), 1);
+  ::setenv("CFFIXED_USER_HOME", absolute.c_str(), 1); // what Foundation goes by
   std::error_code error;
   if (home.empty()) // libc++ takes it for the working folder
     error = std::make_error_code(std::errc::no_such_file_or_directory);
   else if (!fs::is_directory(absolute, error) && !error)
     error = std::make_error_code(std::errc::not_a_directory);
   requireUsable("--home", home, error);
-  ::setenv("HOME", absolute.c_str(), 1);
-  ::setenv("CFFIXED_USER_HOME", absolute.c_str(), 1); // what Foundation goes by
 }
 
 static void enterWorkingDirectory(const fs::path& folder) {
@@ -53,13 +54,11 @@ static void enterWorkingDirectory(const fs::path& folder) {
   requireUsable("--working-directory", folder, error);
 }
 
-// The name that the launcher masks in its log, or that of the user who runs this process.
-static std::string nameToMask() {
-  if (const char* const user = std::getenv("USER"); user != nullptr && *user != '\0')
-    return user;
-  if (const passwd* const entry = ::getpwuid(::geteuid()))
-    return entry->pw_name;
-  throw UsageError("--mask: this user has no login name; set USER to the name to mask");
+static std::vector<std::string> namesToMask() {
+  auto names = ownLoginNames();
+  if (names.empty())
+    throw UsageError("--mask: this user has no login name; set USER to the name to mask");
+  return names;
 }
 
 // --- The report ---
@@ -97,12 +96,12 @@ static int inspect(const Arguments& arguments) {
     enterHome(*arguments.home);
   if (arguments.workingDirectory)
     enterWorkingDirectory(*arguments.workingDirectory);
-  const std::string mask = arguments.mask ? nameToMask() : "";
+  const auto names = arguments.mask ? namesToMask() : std::vector<std::string>();
   Facts facts = findFacts(arguments.clientVersion);
   if (arguments.explained)
     facts.explained = indexOf(*arguments.explained, explained, facts);
   const Paths paths = arguments.json ? Paths::Absolute : Paths::BelowTilde;
-  std::cout << toOutput(makeReport(facts, mask, paths), arguments);
+  std::cout << toOutput(makeReport(facts, names, paths), arguments);
   if (facts.failure)
     return CANNOT_TELL;
   return facts.decisions.chosen ? COPY_WOULD_START : NO_COPY_WOULD_START;
@@ -114,7 +113,17 @@ static void requireWritten() {
         "the output cannot be written; check that there is space where it goes");
 }
 
-static void complain(const std::string& message) {
+// Also where the arguments cannot be read.
+static bool asksForMask(int argc, const char* const* argv) {
+  return std::find(argv, argv + argc, std::string("--mask")) != argv + argc;
+}
+
+static void complain(std::string message, bool isMasked) {
+  if (isMasked) {
+    auto names = ownLoginNames();
+    names.push_back(ownerOf(Platform::libraryDirectory().parent_path()));
+    message = Redaction("", names, Paths::Absolute).text(message);
+  }
   std::cerr << "launcher-inspect: " << escape(message) << "\n";
 }
 
@@ -125,11 +134,11 @@ int main(int argc, char** argv) {
     requireWritten();
     return status;
   } catch (const UsageError& error) {
-    complain(error.what());
+    complain(error.what(), asksForMask(argc, argv));
     std::cerr << "Run \"launcher-inspect --help\" for the options.\n";
     return WRONG_USAGE;
   } catch (const std::exception& error) {
-    complain(error.what());
+    complain(error.what(), asksForMask(argc, argv));
     return CANNOT_TELL;
   }
 }

@@ -4,9 +4,35 @@
 #include "Logger.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <utility>
 
 namespace LauncherInspect {
+
+static std::string loginNameOf(uid_t user) {
+  const passwd* const entry = ::getpwuid(user);
+  return entry != nullptr ? entry->pw_name : "";
+}
+
+std::vector<std::string> ownLoginNames() {
+  const char* const user = std::getenv("USER");
+  std::vector<std::string> names{user != nullptr ? user : "", loginNameOf(::geteuid())};
+  names.erase(std::remove(names.begin(), names.end(), ""), names.end());
+  return names;
+}
+
+std::string ownerOf(std::filesystem::path folder) {
+  struct stat status {};
+  while (::stat(folder.c_str(), &status) != 0) {
+    if (!folder.has_relative_path())
+      return {};
+    folder = folder.parent_path();
+  }
+  return loginNameOf(status.st_uid);
+}
 
 // A name may be part of another one: the longer one goes first.
 Redaction::Redaction(

@@ -9,6 +9,13 @@ namespace LauncherInspect {
 // Whether the home folder at the start of a path is shown as ~.
 enum class Paths { Absolute, BelowTilde };
 
+// The login names of this user: in USER, which the launcher masks in its log, and of the account.
+std::vector<std::string> ownLoginNames();
+
+// The login name of the user to whom a folder belongs, or the first one above it that exists; empty
+// if there is none.
+std::string ownerOf(std::filesystem::path folder);
+
 // How much of the user a report shows: the home folder may become ~ and, when asked for, login
 // names become stars, in every text that is not the command's own.
 class Redaction {

@@ -216,11 +216,11 @@ private:
 
 } // namespace
 
-Report makeReport(const Facts& facts, const std::string& loginName, Paths paths) {
-  std::vector<std::string> masked;
-  if (!loginName.empty())
-    masked = {loginName, facts.places.homeOwner};
-  return Writer(facts, masked, paths).report();
+Report makeReport(const Facts& facts, const std::vector<std::string>& maskedNames, Paths paths) {
+  std::vector<std::string> names = maskedNames;
+  if (!names.empty())
+    names.push_back(facts.places.homeOwner);
+  return Writer(facts, names, paths).report();
 }
 
 } // namespace LauncherInspect

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <string>
+#include <vector>
 
 namespace LauncherInspect {
 
@@ -14,8 +15,11 @@ namespace LauncherInspect {
 // texts may hold any byte.
 using Report = nlohmann::ordered_json;
 
-// A login name that is not empty is replaced by stars in every text that is not the command's own.
-Report
-makeReport(const Facts& facts, const std::string& loginName, Paths paths = Paths::BelowTilde);
+// The names are replaced by stars in every text that is not the command's own; where there is any,
+// that of the home's owner too.
+Report makeReport(
+    const Facts& facts,
+    const std::vector<std::string>& maskedNames = {},
+    Paths paths = Paths::BelowTilde);
 
 } // namespace LauncherInspect
