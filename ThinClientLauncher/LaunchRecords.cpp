@@ -7,7 +7,6 @@
 #include "Platform.h"
 #include "ThinClientLauncherBase.h"
 
-#include <array>
 #include <ctime>
 #include <fstream>
 #include <locale>
@@ -35,26 +34,12 @@ static bool writeNumber(const fs::path& file, Number number) {
   return true;
 }
 
-// At most the first MiB, in case the file is a link to a device that never ends; nothing if it
-// cannot be read.
-static std::string readRecord(const fs::path& file) {
-  constexpr std::size_t LIMIT = 1024 * 1024;
-  std::ifstream stream(file);
-  std::string text;
-  std::array<char, 4096> part;
-  while (stream && text.size() < LIMIT) {
-    stream.read(part.data(), part.size());
-    text.append(part.data(), static_cast<std::size_t>(stream.gcount()));
-  }
-  return stream.bad() ? std::string() : text;
-}
-
 std::uint32_t ThinClientLauncherBase::getLaunchCount(const Path& dir) const {
+  constexpr std::size_t LIMIT = 1024 * 1024;
   const Path file = dir / LAUNCHED_COUNT_FILE_NAME;
-  const fs::file_status status = fs::status(file);
-  if (!fs::exists(status) || fs::is_fifo(status))
+  if (!fs::exists(file))
     return 0;
-  std::istringstream record(readRecord(file));
+  std::istringstream record(Platform::readFile(file, LIMIT).value_or(""));
   record.imbue(std::locale::classic());
   std::uint32_t count = 0;
   record >> count; // 0 for no number, the largest one for one that is too large

@@ -4,7 +4,9 @@
 //
 // No operation keeps state or changes anything on disk.
 
+#include <cstddef>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace Platform {
@@ -41,6 +43,10 @@ ListProblem versionProblem(const std::filesystem::path& bundle);
 // The file name of the program that startApplication executes in Contents/MacOS, from the property
 // list as it stands: CFBundleExecutable, or the bundle's own name.
 std::filesystem::path executableName(const std::filesystem::path& bundle);
+
+// The start of a regular file, at most this many bytes; nothing, and a reason in errno, for a file
+// of any other kind or that cannot be read. Waits for no terminal and for no end of a pipe.
+std::optional<std::string> readFile(const std::filesystem::path& file, std::size_t limit);
 
 // When a file was last modified. A time that the file clock cannot represent becomes its latest
 // one, or the earliest after its minimum, which stands for no time at all. Raises

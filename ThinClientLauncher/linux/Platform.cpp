@@ -1,5 +1,6 @@
 #include "../Platform.h"
 
+#include "Descriptor.h"
 #include "FileClock.h"
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <limits>
 #include <link.h>
 #include <pwd.h>
@@ -15,6 +17,7 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -56,6 +59,27 @@ fs::path applicationSupportDirectory() {
 }
 
 // --- Files ---
+
+// Opening a device can have effects, so the file's type is asked for first. Without O_NONBLOCK, a
+// pipe that takes the file's place meanwhile would be waited for.
+std::optional<std::string> readFile(const fs::path& file, std::size_t limit) {
+  struct stat status {};
+  if (::stat(file.c_str(), &status) != 0)
+    return std::nullopt;
+  errno = EINVAL;
+  if (!S_ISREG(status.st_mode))
+    return std::nullopt;
+  const Descriptor input(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  std::string text(std::min(limit, static_cast<std::size_t>(status.st_size)), '\0');
+  ssize_t more = input < 0 ? -1 : 1;
+  std::size_t size = 0;
+  while (more > 0 && size < text.size()) {
+    more = TEMP_FAILURE_RETRY(::read(input, text.data() + size, text.size() - size));
+    size += more > 0 ? static_cast<std::size_t>(more) : 0;
+  }
+  text.resize(size);
+  return more < 0 ? std::nullopt : std::optional(std::move(text));
+}
 
 // libstdc++ refuses times after the year 2262 and garbles those before 1882, although file systems
 // have them. Its file clock holds the years 1882 to 2466.

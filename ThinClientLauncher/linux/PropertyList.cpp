@@ -1,15 +1,12 @@
 #include "PropertyList.h"
 
 #include "BinaryPropertyList.h"
-#include "Descriptor.h"
 
 #include <expat.h>
 
-#include <fcntl.h>
 #include <memory>
 #include <new>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <optional>
 
 namespace {
 
@@ -128,31 +125,15 @@ private:
   bool hasKey = false, isWanted = false;
 };
 
-// Replaces the list by the file's. Opening a device can have effects, so the file's type is asked
-// for first.
-ListProblem readFile(const std::string& file, std::string& list) {
-  struct stat status {};
-  if (::stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
-    return ListProblem::Unreadable;
-  if (status.st_size > 256 * 1024)
-    return ListProblem::TooLarge;
-  const Descriptor input(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  list.resize(static_cast<std::size_t>(status.st_size));
-  for (std::size_t got = 0; got < list.size();) {
-    const ssize_t more = TEMP_FAILURE_RETRY(::read(input, list.data() + got, list.size() - got));
-    if (more <= 0)
-      return ListProblem::Unreadable;
-    got += static_cast<std::size_t>(more);
-  }
-  return ListProblem::None;
-}
-
 } // namespace
 
 Entry PropertyList::read(const std::string& file, const char* key) {
-  std::string list;
-  if (const auto problem = readFile(file, list); problem != ListProblem::None)
-    return {{}, problem};
-  const bool isBinary = list.compare(0, 8, "bplist00") == 0;
-  return isBinary ? BinaryPropertyList::read(list, key) : XmlReader(key).read(list);
+  constexpr std::size_t LIMIT = 256 * 1024;
+  const std::optional<std::string> list = Platform::readFile(file, LIMIT + 1);
+  if (!list)
+    return {{}, ListProblem::Unreadable};
+  if (list->size() > LIMIT)
+    return {{}, ListProblem::TooLarge};
+  const bool isBinary = list->compare(0, 8, "bplist00") == 0;
+  return isBinary ? BinaryPropertyList::read(*list, key) : XmlReader(key).read(*list);
 }

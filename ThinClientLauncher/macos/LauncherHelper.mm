@@ -6,7 +6,10 @@
 #import <AppKit/AppKit.h>
 #import <Foundation/Foundation.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <dlfcn.h>
+#include <fstream>
 
 namespace fs = std::filesystem;
 
@@ -83,6 +86,20 @@ fs::path executableName(const fs::path& bundle) {
 }
 
 // --- Files ---
+
+std::optional<std::string> readFile(const fs::path& file, std::size_t limit) {
+  std::error_code error;
+  std::ifstream stream;
+  errno = EINVAL;
+  if (fs::is_regular_file(file, error))
+    stream.open(file, std::ios::binary);
+  if (!stream.is_open())
+    return std::nullopt;
+  std::string text(std::min<std::uintmax_t>(limit, fs::file_size(file, error)), '\0');
+  stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text.resize(static_cast<std::size_t>(stream.gcount()));
+  return stream.bad() ? std::nullopt : std::optional(text);
+}
 
 // The file clock has 128 bits here and represents every time of the file system.
 fs::file_time_type modificationTime(const fs::path& file) {

@@ -261,6 +261,7 @@ TEST(HostileInput, LaunchCounts) {
           {"a megabyte of zeros and a number", file(std::string(1'000'000, '0') + "12"), "12"},
           {"a megabyte of blanks and a number", file(std::string(1'000'000, ' ') + "12"), "12"},
           {"an endless device", linkTo("/dev/zero"), "0"},
+          {"a terminal, which waits for input", linkTo("/dev/ptmx"), "0"},
       });
 }
 

@@ -1,12 +1,13 @@
 #include "LaunchLog.h"
 
 #include "LogMessages.h"
+#include "Platform.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <charconv>
-#include <fstream>
+#include <sstream>
 #include <system_error>
 
 namespace fs = std::filesystem;
@@ -154,9 +155,10 @@ static void readFile(const fs::path& log, Content& content) {
   if (!content.unreadableReason.empty())
     return;
   content.isEmpty = fs::is_empty(log);
-  std::ifstream stream(log, std::ios::binary);
-  if (!stream.is_open())
+  const auto text = Platform::readFile(log, MAXIMUM_LOG_SIZE);
+  if (!text)
     throw std::system_error(errno, std::generic_category());
+  std::istringstream stream(*text);
   parse(stream, content);
 }
 
