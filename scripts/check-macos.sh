@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds the library, the command and the kits for macOS on Linux, for both architectures, checks the
-# files and runs the library's machine code for x86_64.
+# files and runs the library's machine code.
 # Usage: scripts/check-macos.sh
 source "$(dirname "$0")/usage.sh" || exit
 
@@ -36,21 +36,4 @@ python3 scripts/check_macho.py "$library" "$exports" "$PWD"
 python3 scripts/check_macho.py --program "$command" "$PWD"
 python3 tests/macos/check_macho_test.py "$library" "$exports" "$command"
 
-# The tests of the rules and of the bridge, over the machine code.
-machine=build/libcxx/tests/macos/machine
-cmake --preset libcxx -DMAC_LIBRARY="$PWD/$library" >/dev/null
-cmake --build --preset libcxx --target machine_tests machine_comparison
-# GNUstep reports every property list that is damaged on purpose.
-reports=$TMPDIR/reports
-show_reports() {
-  tail -n 20 "$reports" >&2
-  exit 1
-}
-# A message to a released object, then a zombie, ends the program.
-NSZombieEnabled=YES CRASH_ON_ZOMBIE=YES \
-  "$machine"/machine_tests --gtest_brief=1 2>"$reports" || show_reports
-"$machine"/machine_comparison --gtest_brief=1 2>"$reports" || show_reports
-# Finds uses of released memory. Values that were never set also occur in GoogleTest and GNUstep.
-valgrind --quiet --error-exitcode=1 --undef-value-errors=no \
-  --suppressions=tests/macos/machine/valgrind-suppressions.txt \
-  "$machine"/machine_tests --gtest_brief=1 --gtest_filter='Start.*:Objects.*:WholeLaunch.*'
+scripts/run-machine-code.sh "$library"

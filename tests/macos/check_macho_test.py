@@ -14,8 +14,10 @@ import sys
 import tempfile
 import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts"))
+HERE = pathlib.Path(__file__).resolve().parent
+sys.path[:0] = [str(HERE.parents[1] / "scripts"), str(HERE / "machine")]
 import check_macho  # noqa: E402  (needs the path above)
+import relink  # noqa: E402
 from check_macho import TYPES, MachO  # noqa: E402
 
 FLAGS = MachO.Header.FLAGS
@@ -126,6 +128,12 @@ FAULTS_OF_THEIR_DIFFERENCE = [
     (IMPORTS, "_strftime, _strftimf", b"_strftime", b"_strftimf"),
     ("the same messages in every slice", "setArguments:, setArgumentz:",
      b"setArguments:", b"setArgumentz:"),
+]
+FAULTS_OF_THE_BORDER = [
+    ("message setArgumentz:", b"setArguments:", b"setArgumentz:"),
+    ("function _snprintf", b"_strftime", b"_snprintf"),
+    ("function __ZNKSt3__110error_code7messageEz",  # a last "z" stands for unnamed arguments
+     b"__ZNKSt3__110error_code7messageEv", b"__ZNKSt3__110error_code7messageEz"),
 ]
 FAULTS_OF_THE_SIGNATURE = [
     ("no signature", lambda s: s.put("<I", s.command(TYPES.CODE_SIGNATURE), 0x2B)),
@@ -254,6 +262,20 @@ class Checker(unittest.TestCase):
             with self.subTest(fault):
                 found = self.faults(self.data, exports)
                 self.assertEqual([faults for _, _, faults in found], [fault, fault])
+
+    # --- What the tests of the machine code do not know how to call ---
+
+    def test_border(self):
+        for architecture in ("x86_64", "arm64"):
+            for unknown, old, new in FAULTS_OF_THE_BORDER:
+                with self.subTest(architecture=architecture, unknown=unknown):
+                    copy = Slice(self.data, architecture)
+                    self.assertEqual(relink.faults_of_border(copy.binary), [])
+                    copy.replace(old, new)
+                    universal = MachO.parse(bytes(copy.data))
+                    faults = [fault for each in universal for fault in relink.faults_of_border(each)]
+                    self.assertRegex(
+                        ", ".join(faults), f"^the border knows no {unknown}: add it to [A-Z]+ in [^,]+, ")
 
     # --- The signature ---
 

@@ -1,6 +1,8 @@
 // What the library for macOS imports and Linux lacks or has in another form: the loader's work on
 // Objective-C, the entry points of ARC, and a few functions of the C library.
 
+#include "MacRuntime.h"
+
 #include "Home.h"
 
 #import <Foundation/Foundation.h>
@@ -9,15 +11,13 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <locale>
+#include <map>
 #include <objc/runtime.h>
 #include <sys/mman.h>
 
-namespace {
+extern "C" IMP objc_msg_lookup(id self, SEL selector);
 
-struct ClassReference {
-  Class* place;
-  const char* name;
-};
+namespace {
 
 // Ends the process with the name of a class that is missing.
 void bindClasses(const ClassReference* references) {
@@ -25,10 +25,14 @@ void bindClasses(const ClassReference* references) {
     *references->place = objc_getRequiredClass(references->name);
 }
 
-// Every place holds the name of a selector.
-void bindSelectors(SEL** places) {
-  for (; *places != nullptr; ++places)
-    **places = sel_registerName(reinterpret_cast<const char*>(**places));
+std::map<SEL, MessageKind> messageKinds;
+
+void bindSelectors(const SelectorReference* references) {
+  for (; references->place != nullptr; ++references) {
+    const SEL selector = sel_registerName(static_cast<const char*>(*references->place));
+    *references->place = const_cast<void*>(static_cast<const void*>(selector));
+    messageKinds[selector] = references->kind;
+  }
 }
 
 // Where GNUstep looks for it.
@@ -38,13 +42,14 @@ void bindSelectors(SEL** places) {
 
 // --- The loader ---
 
-// Runs before the library's initialisers. From then on only its last segment can be written, as on
-// a Mac.
-extern "C" void
-mac_adopt(const ClassReference* classes, SEL** selectors, void* image, std::size_t constantSize) {
+void mac_adopt(
+    const ClassReference* classes,
+    const SelectorReference* selectors,
+    char* image,
+    char* endOfConstants) {
   bindClasses(classes);
   bindSelectors(selectors);
-  mprotect(image, constantSize, PROT_READ | PROT_EXEC);
+  mprotect(image, static_cast<std::size_t>(endOfConstants - image), PROT_READ | PROT_EXEC);
 }
 
 // The fakes of the bridge's tests note the call and serve it.
@@ -62,35 +67,15 @@ extern "C" void dyld_stub_binder() {
 
 // --- Messages and ARC ---
 
-// Looks the method up and jumps to it with all arguments as they came. No message of the library
-// passes floating-point numbers.
-asm(R"(
-.globl objc_msgSend
-.type objc_msgSend, @function
-objc_msgSend:
-  push %rbp
-  mov %rsp, %rbp
-  push %rax
-  push %rdi
-  push %rsi
-  push %rdx
-  push %rcx
-  push %r8
-  push %r9
-  sub $8, %rsp
-  call objc_msg_lookup@PLT
-  mov %rax, %r11
-  add $8, %rsp
-  pop %r9
-  pop %r8
-  pop %rcx
-  pop %rdx
-  pop %rsi
-  pop %rdi
-  pop %rax
-  pop %rbp
-  jmp *%r11
-)");
+// What objc_msgSend needs, in the border's assembler.
+struct FoundMethod {
+  IMP code;
+  MessageKind kind;
+};
+
+extern "C" FoundMethod mac_lookup(id self, SEL selector) {
+  return {objc_msg_lookup(self, selector), messageKinds.at(selector)};
+}
 
 extern "C" id objc_retain(id object) {
   return [object retain];
@@ -122,7 +107,9 @@ extern "C" void objc_autoreleasePoolPop(void* pool) {
 
 // --- The standard libraries ---
 
+#ifndef __aarch64__ // where Linux has one
 extern "C" const std::uintptr_t __stack_chk_guard = 0x5A17C0DE00FF0DULL;
+#endif
 
 // std::locale::use_facet
 extern "C" const void*

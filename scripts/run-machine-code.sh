@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# Runs the machine code of the library for macOS: the tests of the rules and of the bridge, and random
+# homes in comparison with the library for Linux. An emulator runs what this machine's processor does not.
+# Usage: scripts/run-machine-code.sh LIBRARY
+source "$(dirname "$0")/usage.sh" || exit
+[[ $# -eq 1 && $1 != -* ]] || wrong_usage
+library=$(realpath "$1")
+
+# GNUstep reports every property list that is damaged on purpose.
+reports=build/macos-reports
+# Usage: run PROGRAM OPTION ...: in a process namespace, since a forked child can hang in the emulator.
+run() {
+  bwrap --dev-bind / / --proc /proc --unshare-pid --cap-add ALL --die-with-parent "${emulator[@]}" \
+    "$machine/$1" --gtest_brief=1 "${@:2}" 2>$reports || { tail -n 20 $reports >&2; exit 1; }
+}
+
+# Usage: build_and_run ARCHITECTURE FOLDER
+build_and_run() {
+  local machine=$2/tests/macos/machine
+  cmake --build "$2" --target machine_tests machine_comparison
+  echo "The machine code for $1:"
+  # A message to a released object, then a zombie, ends the program.
+  NSZombieEnabled=YES CRASH_ON_ZOMBIE=YES run machine_tests --gtest_filter='-Heap.*'
+  run machine_tests --gtest_filter='Heap.*'
+  run machine_comparison
+}
+
+emulator=()
+if [ "$(uname -m)" = x86_64 ]; then
+  cmake --preset libcxx -DMAC_LIBRARY="$library" >/dev/null
+  build_and_run x86_64 build/libcxx
+  # Finds uses of released memory. Values that were never set also occur in GoogleTest and GNUstep.
+  valgrind --quiet --error-exitcode=1 --undef-value-errors=no \
+    --suppressions=tests/macos/machine/valgrind-suppressions.txt \
+    build/libcxx/tests/macos/machine/machine_tests --gtest_brief=1 \
+    --gtest_filter='Start.*:Objects.*:WholeLaunch.*'
+fi
+
+[ "$(uname -m)" = aarch64 ] || emulator=(qemu-aarch64)
+toolchain=$PWD/tests/macos/machine/apple-arm64.cmake
+scripts/fetch-arm64.sh build/arm64-root
+cmake -S tests/macos/machine/libcxx -B build/arm64-libcxx -G Ninja --toolchain "$toolchain" \
+  -DCMAKE_BUILD_TYPE=Release -DSOURCES="$PWD/build/macos-ziglang/ziglang/lib" >/dev/null
+cmake --build build/arm64-libcxx
+cmake --preset release -B build/arm64 --toolchain "$toolchain" -DMAC_LIBRARY="$library" \
+  -DLAUNCHER_BUILD_TOOLS=OFF -DLAUNCHER_BUILD_EXAMPLES=OFF >/dev/null
+export GCONV_PATH=$PWD/build/arm64-root/lib/aarch64-linux-gnu/gconv
+build_and_run arm64 build/arm64
