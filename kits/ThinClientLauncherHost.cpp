@@ -1,6 +1,7 @@
 #include "ThinClientLauncherHost.h"
 
 #include "LaunchArguments.h"
+#include "LaunchProgress.h"
 #include "LauncherConstants.h"
 
 #include <array>
@@ -17,14 +18,23 @@ namespace {
 using Status = ThinClientLauncherHostStatus;
 using EntryPoint = int (*)(int, char**);
 
-// What the caller receives: the status, and the reason in its buffer.
-struct Answer {
+// A buffer of the caller's.
+struct Buffer {
   char* text;
   std::size_t size;
 
-  Status give(Status status, const char* reason) const {
+  void fill(const char* content) const {
     if (size > 0)
-      std::snprintf(text, size, "%s", reason);
+      std::snprintf(text, size, "%s", content);
+  }
+};
+
+// What the caller receives: the status, and the reason in its buffer.
+struct Answer {
+  Buffer reason;
+
+  Status give(Status status, const char* text) const {
+    reason.fill(text);
     return status;
   }
 };
@@ -75,6 +85,7 @@ Status launch(const char* path, const char* clientVersion, const Answer& answer)
   void* const entry = ::dlsym(library, VDI_LAUNCHER_LIBRARY_EntryPoint);
   if (entry == nullptr)
     return answer.give(THIN_CLIENT_LAUNCHER_HOST_NO_ENTRY_POINT, loaderError());
+  LaunchProgress::begin();
   call(reinterpret_cast<EntryPoint>(entry), clientVersion);
   return answer.give(THIN_CLIENT_LAUNCHER_HOST_RETURNED, "");
 } catch (const std::filesystem::filesystem_error& failure) {
@@ -94,16 +105,43 @@ Status launchOnce(const char* path, const char* clientVersion, const Answer& ans
   return launch(path, clientVersion, answer);
 }
 
-} // namespace
+LaunchProgress::Progress awaitProgress(unsigned int milliseconds) try {
+  return LaunchProgress::await(std::chrono::milliseconds(milliseconds));
+} catch (...) { // then nothing is known
+  return {};
+}
 
 // Cancellation would leave the launcher at a file operation, with its log open, and end the process
 // where everything is caught. An asynchronous one takes effect where it is enabled again, which
-// must be in no destructor.
-extern "C" Status ThinClientLauncherHostLaunch(
-    const char* library, const char* clientVersion, char* text, std::size_t size) {
+// must be in no destructor and beside no object that has one.
+template <typename Action>
+auto withoutCancellation(Action action) {
   int before = PTHREAD_CANCEL_ENABLE;
   ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
-  const Status status = launchOnce(library, clientVersion, {text, size});
+  const auto result = action();
   ::pthread_setcancelstate(before, nullptr);
-  return status;
+  return result;
+}
+
+} // namespace
+
+extern "C" Status ThinClientLauncherHostLaunch(
+    const char* library, const char* clientVersion, char* text, std::size_t size) {
+  return withoutCancellation([&] {
+    return launchOnce(library, clientVersion, {{text, size}});
+  });
+}
+
+extern "C" ThinClientLauncherHostProgress ThinClientLauncherHostAwait(
+    unsigned int milliseconds,
+    char* folder,
+    std::size_t folderSize,
+    char* version,
+    std::size_t versionSize) {
+  return withoutCancellation([&] {
+    const LaunchProgress::Progress progress = awaitProgress(milliseconds);
+    Buffer{folder, folderSize}.fill(progress.folder.c_str());
+    Buffer{version, versionSize}.fill(progress.version.c_str());
+    return progress.reached;
+  });
 }

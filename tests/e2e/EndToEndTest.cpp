@@ -58,6 +58,15 @@ Copy EndToEnd::makeCopy(const fs::path& dir, const std::string& version) const {
   return Copy(dir, version).executable(PROBE_PROGRAM);
 }
 
+Copy EndToEnd::makeApplication() const {
+  const Copy copy = makeCopy().executable(APPLICATION_PROGRAM);
+  const fs::path frameworks = bundleIn(copy) / "Contents" / "Frameworks";
+  fs::create_directories(frameworks);
+  fs::copy_file(LAUNCHER_LIBRARY, frameworks / LAUNCHER_NAME);
+  fs::copy_file(MAIN_LIBRARY, frameworks / "libnexal_vdi_main.dylib");
+  return copy;
+}
+
 static void* library = nullptr;
 
 void EndToEnd::loadLibrary(const fs::path& file) {

@@ -16,6 +16,7 @@
 
 namespace test {
 
+constexpr const char* LAUNCHER_NAME = "libThinClientLauncher.dylib";
 constexpr const char* SUCCESS = "launch app succeed";
 
 // The system log's line for an executable that cannot be run.
@@ -40,6 +41,9 @@ protected:
 
   Copy makeCopy(const std::filesystem::path& dir, const std::string& version = "45.12.0.1") const;
   Copy makeCopy() const { return makeCopy(home.launcherDirectory() / "copy"); }
+
+  // A copy whose application carries the launcher library and a main library.
+  Copy makeApplication() const;
 
   // --- The host: a child process, which loads the library by path and finds the entry by name ---
 

@@ -8,18 +8,7 @@ namespace test {
 
 class LoadMode : public EndToEnd {
 protected:
-  static constexpr const char* LAUNCHER_NAME = "libThinClientLauncher.dylib";
-
-  LoadMode() : copy(makeCopy().executable(APPLICATION_PROGRAM)) {
-    fs::create_directories(mainLibrary.parent_path());
-    fs::copy_file(LAUNCHER_LIBRARY, mainLibrary.parent_path() / LAUNCHER_NAME);
-    fs::copy_file(MAIN_LIBRARY, mainLibrary);
-  }
-
-  // A copy whose application carries the launcher library and a main library.
-  const Copy copy;
-  const fs::path mainLibrary =
-      bundleIn(copy) / "Contents" / "Frameworks" / "libnexal_vdi_main.dylib";
+  const Copy copy = makeApplication();
   const ScopedEnvironment record{"LIBRARY_RECORD", (home.path() / "record").string()};
 };
 
