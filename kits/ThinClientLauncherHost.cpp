@@ -127,9 +127,7 @@ auto withoutCancellation(Action action) {
 
 extern "C" Status ThinClientLauncherHostLaunch(
     const char* library, const char* clientVersion, char* text, std::size_t size) {
-  return withoutCancellation([&] {
-    return launchOnce(library, clientVersion, {{text, size}});
-  });
+  return withoutCancellation([&] { return launchOnce(library, clientVersion, {{text, size}}); });
 }
 
 extern "C" ThinClientLauncherHostProgress ThinClientLauncherHostAwait(

@@ -59,7 +59,7 @@ TEST_F(Command, EndsWithTwoOnWrongUsage) {
       {{"--no-such-option"}, "not expected: --no-such-option"},
       {{"word"}, "not expected: word"},
       {{"--json", "--brief"}, "--brief excludes --json; give one of the two"},
-      {{"--brief", "--explain", "a"}, "--explain excludes --brief; give one of the two"},
+      {{"--brief", "--explain", "a"}, "--brief excludes --explain; give one of the two"},
       {{"--explain", "none"}, R"("none" is none of the candidates; give the name of a folder)"},
       {{"--explain", ""}, R"("launcher-inspect --brief" lists them)"},
       {{"--home", "/\x1b[31m\n\u202E"}, R"("/\x1b[31m\n\xe2\x80\xae" is no folder)"},
@@ -156,6 +156,41 @@ TEST_F(Command, NeedsNameToMask) {
       StartsWith("launcher-inspect: --mask: this user has no login name; set USER to the name"));
 }
 
+TEST_F(Command, ChecksForMonitoring) {
+  const auto check = [](std::vector<std::string> more) {
+    more.emplace_back("--check");
+    const Result result = inspect(std::move(more));
+    return std::to_string(result.status) + " " + result.out + result.err;
+  };
+  EXPECT_EQ(
+      check({}),
+      "2 LAUNCHER CRITICAL - Nothing would start: no candidate is viable (nothing-viable)\n");
+  EXPECT_THAT(
+      check({"--brief"}), StartsWith("3 LAUNCHER UNKNOWN - --brief excludes --check; give one"));
+  EXPECT_THAT(
+      check({"--home", "/a|b"}), StartsWith("3 LAUNCHER UNKNOWN - --home: \"/a/b\" is no "));
+  const test::Copy copy = home.copy("a").startedSafely();
+  EXPECT_THAT(
+      check({}), StartsWith("2 LAUNCHER CRITICAL - Would start 45.12.0.900 (no-program, no-"));
+  test::writeFile(test::executableIn(copy), "");
+  fs::permissions(test::executableIn(copy), fs::perms(0755));
+  for (const char* library : {"libnexal_vdi_main.dylib", "libThinClientLauncher.dylib"})
+    test::writeFile(test::bundleIn(copy) / "Contents/Frameworks" / library, "");
+  EXPECT_EQ(check({}), "0 LAUNCHER OK - Would start 45.12.0.900\n");
+  EXPECT_EQ(
+      check({"--client-version", "40.1"}),
+      "1 LAUNCHER WARNING - Would start 45.12.0.900 (nothing-compatible)\n");
+  fs::create_symlink("loop", home.launcherDirectory() / "loop");
+  EXPECT_THAT(check({}), AllOf(StartsWith("2 LAUNCHER CRITICAL - "), EndsWith(" (failed)\n")));
+}
+
+TEST_F(Command, MarksFallback) {
+  home.copy("a");
+  EXPECT_THAT(inspect({"--brief"}).out, HasSubstr("would-start"));
+  EXPECT_THAT(
+      inspect({"--brief", "--client-version", "40.1"}).out, HasSubstr("> 45.12.0.900  fallback"));
+}
+
 TEST_F(Command, PrintsVersionAndHelp) {
   EXPECT_EQ(inspect({"--version"}).status, 0);
   EXPECT_EQ(inspect({"--version"}).out, "launcher-inspect " LAUNCHER_VERSION "\n");
@@ -168,7 +203,7 @@ TEST_F(Command, PrintsVersionAndHelp) {
           HasSubstr("--working-directory DIR"),
           HasSubstr("1.0.0.1 is any"),
           HasSubstr("0 a copy would start, 1 none would, 2 wrong usage,"),
-          HasSubstr("\n3 it cannot be told.")));
+          HasSubstr("\n3 an error would stop the launcher or has stopped this report.")));
   for (const auto& line : test::splitLines(help.out))
     EXPECT_LE(line.size(), 80U) << line;
 }

@@ -45,6 +45,8 @@ std::string shown(const Text& text) {
       sentence += std::to_string(*number);
     else if (const auto* path = std::get_if<Fact<Path>>(&part))
       sentence += path->get().string();
+    else if (const auto* inside = std::get_if<Inside>(&part))
+      sentence += inside->path().string();
     else if (const auto* known = std::get_if<Fact<std::string>>(&part))
       sentence += known->get();
     else if (const auto* failure = std::get_if<Fact<std::optional<Failure>>>(&part))

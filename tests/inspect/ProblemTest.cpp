@@ -96,7 +96,7 @@ TEST_F(Problem, VersionCauses) {
       cause(),
       AllOf(
           HasSubstr("is no regular file -> Remove"),
-          EndsWith(" " + folder + "/a/OrlixVDIPlugin.app/Contents/Info.plist")));
+          EndsWith(" ~/'" + folder.substr(2) + "/a/OrlixVDIPlugin.app/Contents/Info.plist'")));
 }
 
 TEST_F(Problem, VersionUnreadable) {
@@ -200,8 +200,30 @@ TEST_F(Problem, UnwritableLogFolder) {
   fs::remove(home.path() / "Library/Logs");
   asUser([&] {
     const ScopedPermissions closed(home.path() / "Library", fs::perms(0500));
-    EXPECT_THAT(shown(report()["outcome"]), HasSubstr(" ~/Library: Permission"));
+    EXPECT_THAT(
+        shown(report()["outcome"]),
+        EndsWith(" ~/Library: Permission denied -> Make this folder writable for this user."));
   });
+}
+
+// Its parent is no folder to open up.
+TEST_F(Problem, MissingHome) {
+  asUser([&] {
+    const std::string missing = "/home of nobody";
+    const test::ScopedEnvironment variable("HOME", missing);
+    const test::ScopedEnvironment other("CFFIXED_USER_HOME", missing);
+    EXPECT_THAT(
+        shown(report()["outcome"]),
+        AllOf(
+            HasSubstr("the home is missing"), HasSubstr(" ~: Perm"), HasSubstr("-> Create this")));
+  });
+}
+
+TEST_F(Problem, UnwritableLog) {
+  completeCopy("a");
+  EXPECT_THAT(report()["notes"], IsEmpty());
+  fs::create_directories(home.launchLog());
+  EXPECT_THAT(codes(report()["notes"]), ElementsAre("log-not-writable"));
 }
 
 TEST_F(Problem, UnwritableRecord) {
@@ -252,6 +274,72 @@ TEST_F(Problem, NoApplicationSupport) {
   EXPECT_THAT(
       codes(reportAt(home.path())["notes"]),
       ElementsAre("nothing-viable", "writes-to-working-directory"));
+}
+
+// --- Records ---
+
+TEST_F(Problem, NewBuildInOldFolder) {
+  const test::Copy copy = completeCopy("a").launches("1").startedSafely();
+  const auto age = [&copy](const char* record) {
+    test::setModificationTime(copy.dir() / record, 1'000'000'000);
+  };
+  age("launchCount.dat");
+  EXPECT_THAT(codes(report()["warnings"]), ElementsAre("older-records"));
+  fs::remove(copy.dir() / "launchCount.dat");
+  EXPECT_THAT(report()["warnings"], IsEmpty());
+  age("started.dat");
+  EXPECT_THAT(codes(report()["warnings"]), ElementsAre("older-records"));
+}
+
+TEST_F(Problem, ChangedTimes) {
+  const test::Copy copy = completeCopy("a").launched(std::chrono::hours(1)).startedSafely();
+  EXPECT_THAT(report()["warnings"], IsEmpty());
+  test::setModificationTime(copy.dir() / "launch.dat", 1'000'000'000);
+  test::setModificationTime(copy.dir() / "started.dat", 1'000'000'000);
+  EXPECT_THAT(codes(report()["warnings"]), ElementsAre("times-changed"));
+}
+
+TEST_F(Problem, NewestIsCorrupt) {
+  completeCopy("a").startedSafely();
+  home.copy("older", "45.11").launches("3");
+  EXPECT_THAT(report()["warnings"], IsEmpty());
+  home.copy("newer", "45.13").launches("3");
+  EXPECT_THAT(codes(report()["warnings"]), ElementsAre("newest-corrupt"));
+}
+
+TEST_F(Problem, TellsNextCopy) {
+  completeCopy("a").launches("2");
+  const auto warning = [] { return shown(report()["warnings"][0]); };
+  EXPECT_THAT(warning(), HasSubstr("/a. Then nothing would start -> Look into"));
+  home.copy("b", "45.11.0.5");
+  EXPECT_THAT(warning(), HasSubstr("Then 45.11.0.5 would start, in " + folder + "/b -> "));
+}
+
+TEST_F(Problem, CameUpWithoutSafeStart) {
+  const test::Copy copy = completeCopy("a").launches("2");
+  const std::string time = "2026-03-07 14:05:09.007 ";
+  const std::string entered = time + "ThinClientLauncher DLL entry point called\n" + time;
+  test::writeFile(home.launchLog(), entered + "Best candidate: " + copy.name() + " (version: 1)\n");
+  test::writeFile(home.loadLog(), entered + "load mode, load main dll\n");
+  EXPECT_THAT(shown(report()["warnings"][0]), HasSubstr("-> It came up at the last launch, but"));
+  test::writeFile(copy.dir() / "launchCount.dat", "3");
+  EXPECT_THAT(verdict(report(), "a"), HasSubstr("-> It came up at the last launch, but"));
+}
+
+// --- What the clean-up takes ---
+
+TEST_F(Problem, RemovesUnlaunched) {
+  completeCopy("a").startedSafely();
+  for (const char* name : {"b", "c"})
+    home.copy(name, "45.11").launched(std::chrono::hours(1));
+  EXPECT_THAT(report()["cleanUp"]["notes"], IsEmpty());
+  home.copy("new", "45.13");
+  fs::create_directory(home.launcherDirectory() / "other");
+  EXPECT_THAT(
+      codes(report(CLIENT)["cleanUp"]["notes"]),
+      ElementsAre("removes-unlaunched", "removes-other-folder"));
+  EXPECT_THAT(
+      report(CLIENT)["cleanUp"]["notes"].dump(), HasSubstr("never launched: 1, the first in ~/"));
 }
 
 // --- Whether the chosen copy would come up ---

@@ -131,7 +131,8 @@ TEST(Messages, NoteTheUnusual) {
     const char* copies;
     std::vector<std::string> notes;
   } rows[] = {
-      {"45.12x", "45.12", {}},
+      {"45.12x", "45.12", {"odd-client-version"}},
+      {"45,12", "44 45.12", {"odd-client-version", "short-client-version"}},
       {"v45", "45.12", {"odd-client-version"}},
       {"40.1", "45.12", {"nothing-compatible"}},
       {"45", "44 45.12", {"short-client-version"}},

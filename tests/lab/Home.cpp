@@ -155,8 +155,9 @@ Copy& Copy::launches(const std::string& count) {
 }
 
 Copy& Copy::launched(std::chrono::hours ago) {
-  writeFile(folder / "launch.dat", "0");
-  fs::last_write_time(folder / "launch.dat", fs::file_time_type::clock::now() - ago);
+  const std::time_t time = std::time(nullptr) - std::chrono::seconds(ago).count();
+  writeFile(folder / "launch.dat", std::to_string(time));
+  setModificationTime(folder / "launch.dat", time);
   return *this;
 }
 

@@ -3,6 +3,8 @@
 #include <CLI/CLI.hpp>
 
 #include <iostream>
+#include <string>
+#include <vector>
 
 namespace fs = std::filesystem;
 
@@ -14,7 +16,8 @@ static const char* const DESCRIPTION =
 
 static const char* const EXIT_STATUSES =
     "Exit status: 0 a copy would start, 1 none would, 2 wrong usage,\n"
-    "3 it cannot be told.";
+    "3 an error would stop the launcher or has stopped this report.\n"
+    "With --check: 0 well, 1 warning, 2 critical, 3 unknown.";
 
 static CLI::Option* addDirectory(
     CLI::App& app, const char* name, std::optional<fs::path>& directory, const char* help) {
@@ -33,16 +36,29 @@ static void addOptions(CLI::App& app, Arguments& arguments) {
   addDirectory(app, "--home", arguments.home, "Home folder to look into, or a copy of one");
   addDirectory(
       app, "--working-directory", arguments.workingDirectory, "Working folder of the host");
-  CLI::Option* const explain =
-      addDirectory(
-          app, "--explain", arguments.explained, "Print every rule that this copy passed or failed")
-          ->type_name("FOLDER");
-  CLI::Option* const brief =
-      app.add_flag("--brief", arguments.brief, "Print one line per copy, the chosen one first");
-  app.add_flag("--json", arguments.json, "Print one JSON object")->excludes(brief);
-  brief->excludes(explain);
+  addDirectory(
+      app, "--explain", arguments.explained, "Print every rule that this copy passed or failed")
+      ->type_name("FOLDER");
+  app.add_flag("--brief", arguments.brief, "Print one line per copy, the chosen one first");
+  app.add_flag("--json", arguments.json, "Print one JSON object");
+  app.add_flag("--check", arguments.check, "Print one line for a monitoring system");
   app.add_flag("--mask", arguments.mask, "Replace the login name by stars");
   app.footer(EXIT_STATUSES);
+}
+
+// Each layout stands alone, but for an explanation as JSON.
+static void requireOneLayout(const Arguments& arguments) {
+  std::vector<std::string> layouts;
+  if (arguments.brief)
+    layouts.emplace_back("--brief");
+  if (arguments.check)
+    layouts.emplace_back("--check");
+  if (arguments.json)
+    layouts.emplace_back("--json");
+  if (arguments.explained && !arguments.json)
+    layouts.emplace_back("--explain");
+  if (layouts.size() > 1)
+    throw UsageError(layouts[0] + " excludes " + layouts[1] + "; give one of the two");
 }
 
 std::optional<Arguments> readArguments(int argc, const char* const* argv) {
@@ -56,11 +72,10 @@ std::optional<Arguments> readArguments(int argc, const char* const* argv) {
     return std::nullopt;
   } catch (const CLI::ArgumentMismatch& error) {
     throw UsageError(error.what() + std::string("; give the option once, with one value"));
-  } catch (const CLI::ExcludesError& error) {
-    throw UsageError(error.what() + std::string("; give one of the two"));
   } catch (const CLI::ParseError& error) {
     throw UsageError(error.what());
   }
+  requireOneLayout(arguments);
   return arguments;
 }
 

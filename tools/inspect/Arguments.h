@@ -20,6 +20,7 @@ struct Arguments {
   std::optional<std::filesystem::path> workingDirectory;
   std::optional<std::filesystem::path> explained; // a copy, by name or by path
   bool brief = false;
+  bool check = false;
   bool json = false;
   bool mask = false;
 };

@@ -3,6 +3,7 @@
 #include "Selection.h"
 #include "TextReport.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <list>
 #include <vector>
@@ -42,15 +43,24 @@ static VersionKey keyOf(const Report& version) {
   return key;
 }
 
-static Line lineOf(const Report& candidate) {
+static Line lineOf(const Report& candidate, bool isFallback) {
   const std::string verdict = candidate.at("verdict").at("code");
+  const bool isChosen = verdict == "would-start";
   return {
-      verdict == "would-start",
+      isChosen,
       keyOf(candidate.at("version")),
       shortVersionOf(candidate),
       escape(folderOf(candidate)),
-      verdict,
+      isChosen && isFallback ? "fallback" : verdict,
       styleOf(candidate)};
+}
+
+// No copy fits the client.
+static bool isFallback(const Report& report) {
+  const Report& notes = report.at("notes");
+  return std::any_of(notes.begin(), notes.end(), [](const Report& note) {
+    return note.at("code") == "nothing-compatible";
+  });
 }
 
 static bool comesFirst(const Line& left, const Line& right) {
@@ -73,7 +83,7 @@ static void addLines(Page& page, const Lines& lines) {
 std::string toBriefText(const Report& report, const Terminal& terminal) {
   Lines lines;
   for (const auto& candidate : report.at("candidates"))
-    lines.push_back(lineOf(candidate));
+    lines.push_back(lineOf(candidate, isFallback(report)));
   lines.sort(comesFirst); // those of equal rank stay in order
 
   Page page(terminal);

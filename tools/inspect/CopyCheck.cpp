@@ -1,12 +1,18 @@
 #include "CopyCheck.h"
 
+#include "LaunchRecords.h"
 #include "LauncherConstants.h"
 #include "MachO.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstdlib>
+#include <ctime>
+#include <fstream>
+#include <optional>
 #include <sstream>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -125,6 +131,36 @@ StartCheck checkStart(const fs::path& dir, const System& system) {
   checkCode(system, check);
   checkSystem(bundle, system, check);
   check.isQuarantined = isQuarantined(bundle);
+  return check;
+}
+
+// --- The records ---
+
+// In seconds since 1970; nothing for a file that cannot be examined.
+static std::optional<std::time_t> modificationTime(const fs::path& file) {
+  struct stat status {};
+  return ::stat(file.c_str(), &status) == 0 ? std::optional(status.st_mtime) : std::nullopt;
+}
+
+static bool hasForeignTime(const fs::path& record) {
+  constexpr std::int64_t TOLERANCE = 300; // by which a file server's clock may differ
+  std::error_code error;
+  std::int64_t recorded = 0;
+  const bool isTold = fs::is_regular_file(record, error) && std::ifstream(record) >> recorded;
+  const auto modified = modificationTime(record);
+  return isTold && modified && std::abs(*modified - recorded) > TOLERANCE;
+}
+
+RecordCheck checkRecords(const fs::path& dir) {
+  constexpr std::time_t TOLERANCE = 2; // of some file systems' times
+  RecordCheck check;
+  check.haveForeignTimes = hasForeignTime(dir / LAUNCH_DAT_FILE_NAME);
+  const auto built = modificationTime(dir / VDI_MAIN_APP_NAME / "Contents/Info.plist");
+  for (const char* record : {SAFE_START_FILE_NAME, LAUNCHED_COUNT_FILE_NAME}) {
+    const auto recorded = modificationTime(dir / record);
+    if (!check.haveForeignTimes && built && recorded && *built > *recorded + TOLERANCE)
+      check.areOlderThanBundle = true;
+  }
   return check;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
-// What a copy's bundle lacks. The launcher asks for none of this; it answers "why".
+// What a copy's bundle lacks, and what is odd about its records. The launcher asks for none of
+// this; it answers "why".
 
 #include "Platform.h"
 #include "System.h"
@@ -32,5 +33,14 @@ struct StartCheck {
 
 // Whether the copy in a folder comes up on a system. Raises nothing of the file system.
 StartCheck checkStart(const std::filesystem::path& dir, const System& system);
+
+// What the times of a copy's files tell of its records.
+struct RecordCheck {
+  bool haveForeignTimes = false;   // launch.dat was modified at another time than it holds
+  bool areOlderThanBundle = false; // they are another build's
+};
+
+// Raises nothing of the file system.
+RecordCheck checkRecords(const std::filesystem::path& dir);
 
 } // namespace LauncherInspect

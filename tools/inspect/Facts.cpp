@@ -47,7 +47,9 @@ static Order orderOf(const std::string& version, const std::string& chosen) {
     return Order::Equal;
   if (isGreater(chosen, version))
     return Order::Lower;
-  const bool isEqual = !isGreater(version, chosen) && isNumeric(version) && isNumeric(chosen);
+  if (isGreater(version, chosen))
+    return Order::Higher;
+  const bool isEqual = isNumeric(version) && isNumeric(chosen);
   return isEqual ? Order::Equal : Order::Unordered;
 }
 
@@ -149,26 +151,61 @@ describeAll(const Selection::Candidates& judged, const std::optional<std::size_t
   return candidates;
 }
 
+namespace {
+
+struct Selected {
+  Selection::Candidates eligible; // and the others, in scan order
+  bool fellBack;
+  Selection::Choice choice;
+};
+
+} // namespace
+
+static Selected select(const Selection::Candidates& viable, const std::string& clientVersion) {
+  const auto compatible = Selection::judgeCompatibility(viable, clientVersion);
+  const bool fellBack = Selection::fallsBack(
+      Selection::viableDirectories(viable), Selection::viableDirectories(compatible));
+  auto eligible = fellBack ? viable : compatible;
+  const auto choice = Selection::chooseBest(eligible);
+  return {eligible, fellBack, choice};
+}
+
 // As the launch decides, but for the list of corrupt versions, which it writes in between.
 static Decisions decide(const std::string& clientVersion) {
-  const auto viable = Selection::judgeViability(launcher.scanForPossibleDirectories());
-  const auto compatible = Selection::judgeCompatibility(viable, clientVersion);
+  auto viable = Selection::judgeViability(launcher.scanForPossibleDirectories());
+  const auto [eligible, fellBack, choice] = select(viable, clientVersion);
   Decisions decisions;
-  decisions.fellBack = Selection::fallsBack(
-      Selection::viableDirectories(viable), Selection::viableDirectories(compatible));
-  auto eligible = decisions.fellBack ? viable : compatible;
-  const auto choice = Selection::chooseBest(eligible);
+  decisions.fellBack = fellBack;
   decisions.chosen = choice.index;
   decisions.choseWithoutVersion =
       choice.index && choice.version == Selection::LOWEST_CANDIDATE_VERSION;
   decisions.candidates = describeAll(eligible, choice.index);
   decisions.eligible = countEligible(decisions.candidates);
+  if (isNearlyCorrupt(decisions.chosenOne())) {
+    viable[*choice.index].status = Selection::Status::Corrupt;
+    decisions.next = select(viable, clientVersion).choice.index;
+  }
   return decisions;
 }
 
-const CandidateFacts& Decisions::chosenOne() const {
+static const CandidateFacts&
+findOne(const std::vector<CandidateFacts>& candidates, const std::optional<std::size_t>& index) {
   static const CandidateFacts none;
-  return chosen ? candidates[*chosen] : none;
+  return index ? candidates[*index] : none;
+}
+
+const CandidateFacts& Decisions::chosenOne() const {
+  return findOne(candidates, chosen);
+}
+
+const CandidateFacts& Decisions::nextOne() const {
+  return findOne(candidates, next);
+}
+
+bool isNearlyCorrupt(const CandidateFacts& candidate) {
+  const auto& check = candidate.decision.corruptCheck;
+  return check.applies && !check.startedSafely &&
+         check.launchCount == Selection::CORRUPT_LAUNCH_COUNT_THRESHOLD - 1;
 }
 
 const CandidateFacts& Decisions::firstListed(const CandidateFacts& candidate) const {
@@ -267,20 +304,25 @@ static CleanUpPreview previewCleanUp(const Path& launched) {
 
 // --- What the launch would write ---
 
+// Why no folder can be created in this one; 0: one can.
+static int refusalOf(const Path& folder) {
+  if (!fs::is_directory(folder))
+    return ENOTDIR;
+  return ::access(folder.c_str(), W_OK | X_OK) == 0 ? 0 : errno;
+}
+
 // The launcher creates the log folder first of all.
-static void requireLogFolder(const Path& folder) {
+static std::optional<Failure> findLogFolderFailure(const Path& home, const Path& folder) {
   Path existing = folder;
   while (existing.has_relative_path() && !fs::exists(existing))
     existing = existing.parent_path();
-  if (existing == folder || folder.empty())
-    return;
-  int refusal = 0;
-  if (!fs::is_directory(existing))
-    refusal = ENOTDIR;
-  else if (::access(existing.c_str(), W_OK | X_OK) != 0)
-    refusal = errno;
-  if (refusal != 0)
-    throw fs::filesystem_error("", existing, std::error_code(refusal, std::generic_category()));
+  const int refusal = existing == folder || folder.empty() ? 0 : refusalOf(existing);
+  if (refusal == 0)
+    return std::nullopt;
+  const std::error_code code(refusal, std::generic_category());
+  if (!fs::exists(home))
+    return Failure{home, code.message(), code, Failure::Step::CreatingHome};
+  return Failure{existing, code.message(), code, Failure::Step::CreatingLogFolder};
 }
 
 static bool isWritable(const Path& file) {
@@ -340,15 +382,32 @@ static Path findUnwritableRecord(const CandidateFacts& chosen, const Places& pla
   return isNeeded && !isWritable(record) ? record : Path();
 }
 
+static Path findUnwritableLog(const Path& folder) {
+  const Path log = folder / VDI_LAUNCH_LOGE_LAUNCH_MODE;
+  return fs::exists(folder) && !isWritable(log) ? log : Path();
+}
+
+// A home of another user's is written by that user.
+static void previewLog(Facts& facts) {
+  const Path folder = LauncherHelper::getLogPath();
+  if (!facts.places.homeOwner.empty() || folder.empty())
+    return;
+  facts.failure = findLogFolderFailure(facts.places.home, folder);
+  facts.unwritableLog = findUnwritableLog(folder);
+}
+
 // What the launcher asks for, in its order.
 static void previewLaunch(Facts& facts) {
-  if (facts.places.homeOwner.empty())
-    requireLogFolder(LauncherHelper::getLogPath());
+  previewLog(facts);
+  if (facts.failure)
+    return;
   facts.decisions = decide(facts.clientVersion);
   if (!facts.decisions.chosen)
     return;
   const CandidateFacts& chosen = facts.decisions.chosenOne();
   facts.startCheck = checkStart(chosen.decision.dir, thisSystem());
+  if (chosen.records)
+    facts.recordCheck = checkRecords(chosen.decision.dir);
   facts.unwritableRecord = findUnwritableRecord(chosen, facts.places);
   facts.cleanUp = previewCleanUp(chosen.decision.dir);
 }
@@ -357,7 +416,8 @@ Facts findFacts(const std::string& clientVersion) {
   Facts facts;
   facts.clientVersion = clientVersion;
   facts.places = findPlaces();
-  facts.failure = failureOf([&facts] { previewLaunch(facts); });
+  if (const auto raised = failureOf([&facts] { previewLaunch(facts); }))
+    facts.failure = raised;
   if (facts.failure)
     facts.decisions = examineEach(facts.places, clientVersion);
   const Path logDirectory = LauncherHelper::getLogPath();

@@ -30,13 +30,15 @@ struct Records {
 
 // How a version compares with that of the chosen copy. Unordered: neither exceeds the other, and
 // they are not equal, since a component is no number.
-enum class Order { Equal, Lower, Unordered };
+enum class Order { Equal, Lower, Higher, Unordered };
 
 // What the file system refused.
 struct Failure {
   Path path; // what to change; empty: not told
   std::string reason;
   std::error_code code = {};
+  // What the launcher would be about to do.
+  enum class Step { Examining, CreatingLogFolder, CreatingHome } step = Step::Examining;
 };
 
 struct CandidateFacts {
@@ -52,12 +54,14 @@ struct CandidateFacts {
 struct Decisions {
   std::vector<CandidateFacts> candidates; // in scan order
   std::optional<std::size_t> chosen;      // index of a candidate
+  std::optional<std::size_t> next;        // the choice once the chosen copy has become corrupt
   std::size_t eligible = 0; // how many copies the chosen one was selected from, each folder once
   bool fellBack = false;    // no viable copy is compatible, so all of them are eligible
   bool choseWithoutVersion = false; // no eligible copy has a version that counts
 
-  // An empty one where none is chosen.
+  // An empty one where there is none.
   const CandidateFacts& chosenOne() const;
+  const CandidateFacts& nextOne() const;
 
   // The same folder, where it is listed first.
   const CandidateFacts& firstListed(const CandidateFacts& candidate) const;
@@ -94,7 +98,9 @@ struct Facts {
   Decisions decisions;
   std::optional<std::size_t> explained; // index of the candidate that the user asks about
   StartCheck startCheck;                // of the chosen copy
+  RecordCheck recordCheck;              // of the chosen copy
   Path unwritableRecord;                // of the chosen copy; empty: its launch can be counted
+  Path unwritableLog;                   // empty: the launch can write its log
   CleanUpPreview cleanUp;
   LastLaunch lastLaunch;
   LoadMode loadMode;
@@ -103,6 +109,9 @@ struct Facts {
 // Looks into the home and the working folder of this process. Changes nothing and raises nothing of
 // the file system.
 Facts findFacts(const std::string& clientVersion);
+
+// Whether one more launch without a safe start makes the copy corrupt.
+bool isNearlyCorrupt(const CandidateFacts& candidate);
 
 // The index of the first candidate with this absolute path.
 std::optional<std::size_t> findCandidate(const Decisions& decisions, const Path& path);

@@ -1,6 +1,7 @@
 // launcher-inspect: tells what the next launch would do.
 
 #include "Arguments.h"
+#include "CheckReport.h"
 #include "DisplayText.h"
 #include "JsonReport.h"
 #include "Platform.h"
@@ -81,6 +82,8 @@ indexOf(const fs::path& name, const fs::path& absolutePath, const Facts& facts) 
 }
 
 static std::string toOutput(const Report& report, const Arguments& arguments) {
+  if (arguments.check)
+    return toCheckLine(report);
   if (arguments.json)
     return toJson(report);
   if (arguments.brief)
@@ -101,7 +104,10 @@ static int inspect(const Arguments& arguments) {
   if (arguments.explained)
     facts.explained = indexOf(*arguments.explained, explained, facts);
   const Paths paths = arguments.json ? Paths::Absolute : Paths::BelowTilde;
-  std::cout << toOutput(makeReport(facts, names, paths), arguments);
+  const Report report = makeReport(facts, names, paths);
+  std::cout << toOutput(report, arguments);
+  if (arguments.check)
+    return checkStatusOf(report);
   if (facts.failure)
     return CANNOT_TELL;
   return facts.decisions.chosen ? COPY_WOULD_START : NO_COPY_WOULD_START;
@@ -114,17 +120,28 @@ static void requireWritten() {
 }
 
 // Also where the arguments cannot be read.
-static bool asksForMask(int argc, const char* const* argv) {
-  return std::find(argv, argv + argc, std::string("--mask")) != argv + argc;
+static bool hasOption(int argc, const char* const* argv, const std::string& option) {
+  return std::find(argv, argv + argc, option) != argv + argc;
 }
 
-static void complain(std::string message, bool isMasked) {
-  if (isMasked) {
-    auto names = ownLoginNames();
-    names.push_back(ownerOf(Platform::libraryDirectory().parent_path()));
-    message = Redaction("", names, Paths::Absolute).text(message);
+static std::string masked(const std::string& message) {
+  auto names = ownLoginNames();
+  names.push_back(ownerOf(Platform::libraryDirectory().parent_path()));
+  return Redaction("", names, Paths::Absolute).text(message);
+}
+
+// A monitoring system takes every status of a check for one of its own.
+static int endWith(const std::exception& error, int argc, const char* const* argv) {
+  const std::string message = hasOption(argc, argv, "--mask") ? masked(error.what()) : error.what();
+  if (hasOption(argc, argv, "--check")) {
+    std::cout << toUnknownLine(message);
+    return CHECK_UNKNOWN;
   }
   std::cerr << "launcher-inspect: " << escape(message) << "\n";
+  if (dynamic_cast<const UsageError*>(&error) == nullptr)
+    return CANNOT_TELL;
+  std::cerr << "Run \"launcher-inspect --help\" for the options.\n";
+  return WRONG_USAGE;
 }
 
 int main(int argc, char** argv) {
@@ -133,12 +150,7 @@ int main(int argc, char** argv) {
     const int status = arguments ? inspect(*arguments) : COPY_WOULD_START;
     requireWritten();
     return status;
-  } catch (const UsageError& error) {
-    complain(error.what(), asksForMask(argc, argv));
-    std::cerr << "Run \"launcher-inspect --help\" for the options.\n";
-    return WRONG_USAGE;
   } catch (const std::exception& error) {
-    complain(error.what(), asksForMask(argc, argv));
-    return CANNOT_TELL;
+    return endWith(error, argc, argv);
   }
 }

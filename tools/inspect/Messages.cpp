@@ -1,9 +1,12 @@
 #include "Messages.h"
 
+#include "LaunchRecords.h"
 #include "LauncherConstants.h"
 #include "System.h"
 
 #include <algorithm>
+#include <set>
+#include <tuple>
 
 namespace LauncherInspect {
 
@@ -69,6 +72,7 @@ constexpr const char* OPEN = "Make this readable for this user: ";
 constexpr const char* CHECK_DISK = "Check that the disk has space, and install this copy again.";
 constexpr const char* CHECK_LIST = "Check what the list holds, and install this copy again.";
 constexpr const char* NAME_A_VERSION = "Install a build of this copy that names its version.";
+constexpr const char* SEE_WHY = "Look into the system log for why it did not come up.";
 constexpr const char* LIST = "/Contents/Info.plist";
 
 static const std::initializer_list<VersionProblem> VERSION_PROBLEMS = {
@@ -90,8 +94,12 @@ static const VersionProblem& versionProblem(const CandidateFacts& candidate) {
       });
 }
 
+static Text inFolder(const char* words, const CandidateFacts& candidate, const Path& place = {}) {
+  return Text(words) + Inside{candidate.decision.dir, place};
+}
+
 static Text inBundle(const char* words, const CandidateFacts& candidate, const char* place = "") {
-  return Text(words) + candidate.decision.dir + "/" + VDI_MAIN_APP_NAME + place;
+  return inFolder(words, candidate, std::string(VDI_MAIN_APP_NAME) + place);
 }
 
 static Text versionRemedy(const CandidateFacts& candidate) {
@@ -113,9 +121,27 @@ static Messages operator+(Messages messages, const Messages& more) {
 
 // --- The choice ---
 
+static bool isAt(const std::optional<Failure>& failure, Failure::Step step) {
+  return failure && failure->step == step;
+}
+
+static const char* creationRemedy(const std::optional<Failure>& failure) {
+  const bool isRefused = failure && failure->code == std::errc::permission_denied;
+  return isRefused ? "Make this folder writable for this user." : failureRemedy(failure);
+}
+
 Messages outcome(const Facts& facts, const CandidateFacts& candidate) {
   const bool hasVersion = !candidate.decision.version.empty();
   return {
+      {"failed",
+       isAt(facts.failure, Failure::Step::CreatingHome),
+       "Nothing would start: the home is missing, and the launcher cannot create it. "_t +
+           facts.failure,
+       "Create this home for the user, or name an existing one."},
+      {"failed",
+       isAt(facts.failure, Failure::Step::CreatingLogFolder),
+       "Nothing would start: the launcher cannot create the folder of its log. "_t + facts.failure,
+       creationRemedy(facts.failure)},
       {"failed",
        facts.failure.has_value(),
        "Nothing would start: the launcher would stop at an error. "_t + facts.failure,
@@ -171,20 +197,34 @@ static bool excludesLongerVersions(const Facts& facts) {
          });
 }
 
+static bool beginsWithNumbers(const std::string& clientVersion) {
+  return clientVersion.empty() ||
+         isNumeric(clientVersion, Selection::COMPATIBLE_VERSION_COMPONENTS);
+}
+
+// The digits before another character are read all the same.
+static bool hasMoreThanDigits(const std::string& clientVersion) {
+  return firstComponents(clientVersion, Selection::COMPATIBLE_VERSION_COMPONENTS)
+             .find_first_not_of("0123456789.") != std::string::npos;
+}
+
 static Messages clientNotes(const Facts& facts, const CandidateFacts& candidate) {
   const Version client{facts.clientVersion};
-  const bool isOdd = !facts.clientVersion.empty() &&
-                     !isNumeric(facts.clientVersion, Selection::COMPATIBLE_VERSION_COMPONENTS);
   return {
       {"nothing-compatible",
        candidate.isChosen && facts.decisions.fellBack,
        "No copy is compatible with client "_t + client +
            ": the launcher falls back to all viable copies (" + facts.decisions.eligible + ")."},
       {"odd-client-version",
-       candidate.isChosen && isOdd,
+       candidate.isChosen && !beginsWithNumbers(facts.clientVersion),
        "Client version "_t + client +
            " does not begin with two numbers. A component that is no number never makes a copy too "
            "new."},
+      {"odd-client-version",
+       beginsWithNumbers(facts.clientVersion) && hasMoreThanDigits(facts.clientVersion),
+       "Of each component of client version "_t + client +
+           " only the digits at its start are compared.",
+       "Pass the client's version as numbers with dots between them."},
       {"short-client-version",
        excludesLongerVersions(facts),
        "Client version "_t + client + " has one component. Version " + client + ".0 is newer.",
@@ -209,8 +249,17 @@ static Messages homeNotes(const Places& places) {
        "Free some space on it."}};
 }
 
+static Messages logNotes(const Path& unwritableLog) {
+  return {
+      {"log-not-writable",
+       !unwritableLog.empty(),
+       "The launcher would leave no log: "_t + unwritableLog + " cannot be written.",
+       "Make it, and its folder, writable for this user."}};
+}
+
 Messages notes(const Facts& facts, const CandidateFacts& candidate) {
-  return nothingViable(facts) + clientNotes(facts, candidate) + homeNotes(facts.places);
+  return nothingViable(facts) + clientNotes(facts, candidate) + homeNotes(facts.places) +
+         logNotes(facts.unwritableLog);
 }
 
 Messages client(const Facts& facts, const CandidateFacts&) {
@@ -233,26 +282,74 @@ Messages launcherDirectoryState(const Facts& facts, const CandidateFacts&) {
 
 // --- Each candidate ---
 
-bool isNearlyCorrupt(const CandidateFacts& candidate) {
-  const auto& check = candidate.decision.corruptCheck;
-  return check.applies && !check.startedSafely &&
-         check.launchCount == Selection::CORRUPT_LAUNCH_COUNT_THRESHOLD - 1;
+// Whether the logs of the last launch tell so.
+static bool cameUp(const Facts& facts, const CandidateFacts& candidate) {
+  const auto& [last, load] = std::tie(facts.lastLaunch, facts.loadMode);
+  return load.isEntered && !load.failure && !isEarlier(load, last) && last.chosen &&
+         isMaskedFormOf(last.chosen->directory, candidate.decision.dir.string());
 }
 
-static Messages recordWarnings(const CandidateFacts& candidate) {
+static Text
+remedyWithoutSafeStart(const Facts& facts, const CandidateFacts& candidate, const char* otherwise) {
+  if (cameUp(facts, candidate))
+    return "It came up at the last launch, but recorded no safe start: have the plug-in record "
+           "it, and make the folder of the copy writable for this user.";
+  return otherwise;
+}
+
+static Text afterChosen(const Decisions& decisions) {
+  const CandidateFacts& next = decisions.nextOne();
+  if (!decisions.next)
+    return ". Then nothing would start";
+  return ". Then "_t + Version{next.decision.version} + " would start, in " + next.decision.dir;
+}
+
+static Messages recordWarnings(const Facts& facts, const CandidateFacts& candidate) {
   return {
       {"nearly-corrupt",
        isNearlyCorrupt(candidate),
        Text(Version{candidate.decision.version}) + " was launched " +
            candidate.decision.corruptCheck.launchCount +
            " times without a safe start. One more such launch makes it corrupt. It lies in " +
-           candidate.decision.dir,
-       "Look into the system log for why it does not come up. A copy that comes up writes "
-       "started.dat into its folder."},
+           candidate.decision.dir + (candidate.isChosen ? afterChosen(facts.decisions) : Text()),
+       remedyWithoutSafeStart(
+           facts,
+           candidate,
+           "Look into the system log for why it does not come up. A copy that comes up writes "
+           "started.dat into its folder.")},
       {"no-readable-version",
        candidate.isChosen && candidate.decision.version.empty(),
        "The chosen copy has no readable version: "_t + versionProblem(candidate).text,
        versionRemedy(candidate)}};
+}
+
+static Messages timeWarnings(const RecordCheck& records, const CandidateFacts& candidate) {
+  return {
+      {"older-records",
+       candidate.isChosen && records.areOlderThanBundle,
+       "The bundle of the chosen copy is newer than its records: the launches, and the safe start, "
+       "of another build count for this one.",
+       inFolder(
+           "Install each build in a folder of its own. To start this one afresh, remove "
+           "started.dat "
+           "and launchCount.dat from ",
+           candidate)},
+      {"times-changed",
+       candidate.isChosen && records.haveForeignTimes,
+       "launch.dat of the chosen copy was modified at another time than it holds: the home was "
+       "copied or restored without the times of its files, by which the clean-up goes.",
+       "Copy a home with its times (cp -a)."}};
+}
+
+static Messages corruptWarning(const Facts& facts, const CandidateFacts& candidate) {
+  return {
+      {"newest-corrupt",
+       candidate.decision.status == Status::Corrupt && candidate.order == Order::Higher,
+       Text(Version{candidate.decision.version}) +
+           " is newer than the chosen copy, but corrupt. "
+           "It lies in " +
+           candidate.decision.dir,
+       remedyWithoutSafeStart(facts, candidate, SEE_WHY)}};
 }
 
 static Messages startWarnings(const StartCheck& start, const CandidateFacts& candidate) {
@@ -317,7 +414,8 @@ static Messages countWarning(const Path& record, const CandidateFacts& candidate
 }
 
 Messages warnings(const Facts& facts, const CandidateFacts& candidate) {
-  return recordWarnings(candidate) + startWarnings(facts.startCheck, candidate) +
+  return recordWarnings(facts, candidate) + corruptWarning(facts, candidate) +
+         timeWarnings(facts.recordCheck, candidate) + startWarnings(facts.startCheck, candidate) +
          systemWarnings(facts.startCheck, candidate) +
          countWarning(facts.unwritableRecord, candidate);
 }
@@ -348,8 +446,8 @@ static Messages ruledVerdicts(const Facts& facts, const CandidateFacts& candidat
       {"corrupt",
        status == Status::Corrupt,
        "corrupt (launched "_t + corruptCheck.launchCount + " times, never started safely)",
-       "Look into the system log for why it did not come up. To let it be chosen again, remove "_t +
-           dir + "/launchCount.dat"},
+       remedyWithoutSafeStart(facts, candidate, SEE_WHY) +
+           inFolder(" To let it be chosen again, remove ", candidate, LAUNCHED_COUNT_FILE_NAME)},
       {"no-readable-version",
        version.empty(),
        "no readable version: "_t + versionProblem(candidate).text,
@@ -481,8 +579,48 @@ Messages cleanUp(const Facts& facts, const CandidateFacts&) {
       {"happens", true, "keeps the started copy and the two others that were launched last"}};
 }
 
+static bool isUnlaunched(const CandidateFacts& candidate) {
+  return candidate.decision.status != Status::NoBundle && candidate.records &&
+         candidate.records->lastLaunch == FileTime::min();
+}
+
+static bool isNoCopy(const CandidateFacts& candidate) {
+  return candidate.decision.status == Status::NoBundle;
+}
+
+// The first of these folders that the clean-up removes, and how many there are.
+template <typename Condition>
+static std::pair<const CandidateFacts*, std::size_t>
+removedOnes(const Facts& facts, Condition condition) {
+  std::pair<const CandidateFacts*, std::size_t> found{nullptr, 0};
+  std::set<Path> removed;
+  for (const auto& folder : facts.cleanUp.removed)
+    removed.insert(folder.dir);
+  for (const auto& candidate : facts.decisions.candidates) {
+    if (!condition(candidate) || removed.count(candidate.decision.dir) == 0)
+      continue;
+    if (found.second++ == 0)
+      found.first = &candidate;
+  }
+  return found;
+}
+
 Messages cleanUpNotes(const Facts& facts, const CandidateFacts&) {
+  static const CandidateFacts none;
+  const auto [unlaunched, unlaunchedCount] = removedOnes(facts, isUnlaunched);
+  const auto [noCopy, noCopyCount] = removedOnes(facts, isNoCopy);
   return {
+      {"removes-unlaunched",
+       unlaunchedCount > 0,
+       "Removed copies that were never launched: "_t + unlaunchedCount + ", the first in " +
+           (unlaunched != nullptr ? *unlaunched : none).decision.dir,
+       "To keep a copy until a newer client launches it, create launch.dat in its folder: the "
+       "time of that file counts as its launch."},
+      {"removes-other-folder",
+       noCopyCount > 0,
+       "Removed folders that hold no copy: "_t + noCopyCount + ", the first is " +
+           (noCopy != nullptr ? *noCopy : none).decision.dir,
+       "Move what is no copy out of the launcher folder."},
       {"tied",
        !facts.cleanUp.tied.empty(),
        "equal launch times: the launcher keeps "_t + facts.cleanUp.tiedKept + " of these " +

@@ -22,6 +22,14 @@ struct Version {
   std::size_t components = 0; // 0: all
 };
 
+// The path of a folder, or of something in it.
+struct Inside {
+  Fact<Path> folder;
+  Path place;
+
+  Path path() const { return place.empty() ? folder.get() : folder.get() / place; }
+};
+
 // The command's own words are literals. Every other text is a fact, and only Report.cpp shows one,
 // redacted.
 using Part = std::variant<
@@ -30,6 +38,7 @@ using Part = std::variant<
     Fact<Path>,
     Fact<std::string>,
     Fact<std::optional<Failure>>,
+    Inside,
     Version>;
 
 struct Text {
@@ -55,9 +64,6 @@ const Message& firstOf(const Messages& messages);
 // All messages of a topic, about the chosen candidate, or an empty one when there is none. They are
 // valid as long as both arguments.
 using Topic = Messages(const Facts& facts, const CandidateFacts& candidate);
-
-// Whether one more launch without a safe start makes the copy corrupt.
-bool isNearlyCorrupt(const CandidateFacts& candidate);
 
 // Topics of which the report has the first message that applies.
 Topic outcome, client, launcherDirectoryState, cleanUp, launchEnd, loadModeEnd;

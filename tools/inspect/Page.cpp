@@ -19,12 +19,21 @@ void Page::line(const std::string& text, const Style& style) {
   page += '\n';
 }
 
+// Where the quoted path begins that ends a text; its length if none does.
+static std::size_t findPath(const std::string& text) {
+  const std::size_t start = std::min(text.find(" '"), text.find(" ~/'"));
+  return start == std::string::npos || text.back() != '\'' ? text.size() : start + 1;
+}
+
 void Page::hanging(std::string prefix, const std::string& text, const Style& style) {
   const std::size_t indent = prefix.size();
-  for (const auto& part : wrap(text, terminal.width - indent)) {
+  const std::size_t path = isUnlimited() ? text.size() : findPath(text);
+  for (const auto& part : wrap(text.substr(0, path), terminal.width - indent)) {
     line(prefix + part, style);
     prefix = std::string(indent, ' ');
   }
+  if (path < text.size())
+    line(prefix + text.substr(path), style);
 }
 
 void Page::heading(const std::string& text) {

@@ -31,7 +31,8 @@ public:
   // The text is escaped, and may be wider than the terminal.
   void line(const std::string& text, const Style& style = PLAIN);
 
-  // The first line begins with the prefix, the others are indented as far. The text is escaped.
+  // The first line begins with the prefix, the others are indented as far. The text is escaped. A
+  // quoted path at its end stays whole, for pasting.
   void hanging(std::string prefix, const std::string& text, const Style& style = PLAIN);
 
   void heading(const std::string& text);

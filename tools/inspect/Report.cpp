@@ -29,6 +29,12 @@ static Report timeOrNull(const std::optional<FileTime>& time) {
   return *time == FileTime::min() ? "never" : toTimestamp(*time);
 }
 
+static std::string quoted(std::string text) {
+  for (auto at = text.find('\''); at != std::string::npos; at = text.find('\'', at + 5))
+    text.replace(at, 1, R"('"'"')");
+  return "'" + text + "'";
+}
+
 namespace {
 
 // Texts that are not the command's own enter the report by way of the redaction.
@@ -69,6 +75,13 @@ private:
   static std::string shown(std::size_t number) { return std::to_string(number); }
   std::string shown(const Path& path) const { return redaction.path(path); }
   std::string shown(const std::string& text) const { return redaction.text(text); }
+
+  // A path in a remedy, for pasting into a shell. The tilde must stand outside of the quotes.
+  std::string shown(const Inside& file) const {
+    const std::string path = redaction.path(file.path());
+    const std::size_t start = path.rfind("~/", 0) == 0 ? 2 : 0;
+    return path.substr(0, start) + quoted(path.substr(start));
+  }
 
   std::string shown(const Version& version) const {
     const std::string text =

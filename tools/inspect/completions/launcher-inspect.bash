@@ -29,7 +29,7 @@ _launcher_inspect() {
     --client-version) ;;
     *)
       _launcher_inspect_offer < <(compgen -W "--client-version --home --working-directory --explain
-        --brief --json --mask --version --help" -- "$current")
+        --brief --json --check --mask --version --help" -- "$current")
       ;;
   esac
 }

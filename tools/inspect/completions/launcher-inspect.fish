@@ -17,6 +17,7 @@ complete -c launcher-inspect -l explain -x -a '(__launcher_inspect_copies)' \
     -d 'Print every rule that this copy passed or failed'
 complete -c launcher-inspect -l brief -d 'Print one line per copy, the chosen one first'
 complete -c launcher-inspect -l json -d 'Print one JSON object'
+complete -c launcher-inspect -l check -d 'Print one line for a monitoring system'
 complete -c launcher-inspect -l mask -d 'Replace the login name by stars'
 complete -c launcher-inspect -l version -d 'Print the version'
 complete -c launcher-inspect -s h -l help -d 'Print the help'
