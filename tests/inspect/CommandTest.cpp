@@ -172,7 +172,7 @@ TEST_F(Command, ChecksForMonitoring) {
   const test::Copy copy = home.copy("a").startedSafely();
   EXPECT_THAT(
       check({}), StartsWith("2 LAUNCHER CRITICAL - Would start 45.12.0.900 (no-program, no-"));
-  test::writeFile(test::executableIn(copy), "");
+  test::writeFile(test::executableIn(copy), "#!/bin/sh\n");
   fs::permissions(test::executableIn(copy), fs::perms(0755));
   for (const char* library : {"libnexal_vdi_main.dylib", "libThinClientLauncher.dylib"})
     test::writeFile(test::bundleIn(copy) / "Contents/Frameworks" / library, "");

@@ -95,7 +95,9 @@ TEST_F(MacCause, Code) {
       {APPLE, UNIVERSAL.substr(0, UNIVERSAL.size() - ARM.size()), {"no-code-for-machine"}},
       {APPLE, slice(ARM64, command(0x19, 0) + SIGNATURE), {}}, // a command without a size
       {APPLE, slice(ARM64, command(0x19, 1 << 30) + SIGNATURE), {"unsigned-code"}},
-      {APPLE, universal(std::vector<std::string>(21, INTEL)), {}}, // Java classes begin like this
+      {APPLE,
+       universal(std::vector<std::string>(21, INTEL)),
+       {"not-a-program"}}, // Java classes begin like this
       {APPLE, "#!/bin/sh", {}},
       {ROSETTA, INTEL, {}},
       {OLD, ARM, {"no-code-for-machine"}},
@@ -128,7 +130,7 @@ TEST_F(MacCause, NewerSystem) {
       {"11", OLD, true},
       {"10.15", OLD, false},
       {"15.0", OTHER, false}};
-  write("", "", "");
+  write("#!/bin/sh", "", "");
   for (const auto& [needed, system, isTold] : rows) {
     copy.list(test::propertyList(
         {{test::VERSION_KEY, "45.12.0.900"}, {"LSMinimumSystemVersion", needed}}));
@@ -142,7 +144,7 @@ TEST_F(MacCause, NewerSystem) {
 
 // Older systems have no attributes of users in memory.
 TEST_F(MacCause, Quarantine) {
-  write("", "", "");
+  write("#!/bin/sh", "", "");
   const fs::path bundle = test::bundleIn(copy);
   bool isSet = false;
   for (const char* name : {"user.com.apple.quarantine", "trusted.com.apple.quarantine"}) {

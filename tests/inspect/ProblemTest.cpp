@@ -50,7 +50,7 @@ protected:
   // A copy that has all it needs.
   test::Copy completeCopy(const std::string& name) const {
     test::Copy copy = home.copy(name);
-    test::writeFile(test::executableIn(copy), "");
+    test::writeFile(test::executableIn(copy), "#!/bin/sh\n");
     fs::permissions(test::executableIn(copy), fs::perms(0755));
     for (const char* library : {"libnexal_vdi_main.dylib", "libThinClientLauncher.dylib"})
       test::writeFile(frameworks(copy) / library, "");
@@ -370,6 +370,18 @@ TEST_F(Problem, NotExecutable) {
   fs::remove(program);
   fs::create_directory(program);
   expectWarning();
+}
+
+TEST_F(Problem, NoProgram) {
+  const fs::path program = test::executableIn(completeCopy("a"));
+  std::string elf = test::readFile("/proc/self/exe").substr(0, 64);
+  test::writeFile(program, elf);
+  EXPECT_THAT(report()["warnings"], IsEmpty());
+  elf[18] = '\x28'; // 32-bit ARM
+  for (const std::string& content : {elf, std::string("garbage"), std::string()}) {
+    test::writeFile(program, content);
+    EXPECT_THAT(codes(report()["warnings"]), ElementsAre("not-a-program"));
+  }
 }
 
 // --- The same folder, listed again ---

@@ -119,7 +119,7 @@ Facts personalFacts() {
   facts.lastLaunch.removalFailures = {"alice"};
   facts.places.homeOwner = "alice";
   facts.startCheck = {
-      outside, outside, false, true, false, false, "", outside, outside, "14", "alice", true};
+      outside, outside, false, true, true, false, false, "", outside, outside, "14", "alice", true};
   facts.unwritableRecord = facts.loadMode.log = outside;
   facts.loadMode.failure = "/srv/alice is denied";
   facts.decisions.candidates[5].twin = 1;

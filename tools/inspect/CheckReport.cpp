@@ -31,6 +31,7 @@ static CheckStatus judge(const std::string& code) {
            "nothing-viable",
            "no-program",
            "not-executable",
+           "not-a-program",
            "no-main-library",
            "no-launcher-library",
            "no-code-for-machine",

@@ -86,6 +86,27 @@ static void checkCode(const System& system, StartCheck& check) {
   }
 }
 
+// Whether a file begins as a script or as an ELF file for this architecture; macOS runs no ELF.
+static bool isScriptOrElf(const fs::path& file, const System& system) {
+  constexpr std::size_t MACHINE = 18; // where the ELF header tells it, low byte first
+  std::string start(MACHINE + 1, '\0');
+  std::ifstream(file, std::ios::binary).read(start.data(), MACHINE + 1);
+  const char machine = system.architectures.front() == "arm64" ? '\xb7' : '\x3e';
+  const bool isElf = start.compare(
+                         0,
+                         4,
+                         "\x7f"
+                         "ELF") == 0 &&
+                     system.version.empty();
+  return start.compare(0, 2, "#!") == 0 || (isElf && start[MACHINE] == machine);
+}
+
+static bool isProgram(const fs::path& file, const System& system) {
+  std::error_code error;
+  const bool isReadable = fs::is_regular_file(file, error) && ::access(file.c_str(), R_OK) == 0;
+  return !isReadable || readSlices(file).has_value() || isScriptOrElf(file, system);
+}
+
 // What is missing is 0: 14 and 14.0.0 are equal.
 static std::array<std::uint32_t, 3> systemNumbers(const std::string& version) {
   std::array<std::uint32_t, 3> numbers{};
@@ -128,6 +149,7 @@ StartCheck checkStart(const fs::path& dir, const System& system) {
       !fs::is_directory(check.program, error) && ::access(check.program.c_str(), X_OK) == 0;
   check.hasMainLibrary = mayExist(check.frameworks / VDI_MAIN_LIBRARY_NAME);
   check.hasLauncherLibrary = mayExist(check.frameworks / VDI_LAUNCHER_LIBRARY_NAME);
+  check.isProgram = isProgram(check.program, system);
   checkCode(system, check);
   checkSystem(bundle, system, check);
   check.isQuarantined = isQuarantined(bundle);

@@ -20,6 +20,7 @@ struct StartCheck {
   std::filesystem::path frameworks;
   bool hasProgram = true;
   bool isExecutable = true; // for this user
+  bool isProgram = true;    // by its first bytes
   bool hasMainLibrary = true;
   bool hasLauncherLibrary = true;
 

@@ -352,10 +352,9 @@ static Messages corruptWarning(const Facts& facts, const CandidateFacts& candida
        remedyWithoutSafeStart(facts, candidate, SEE_WHY)}};
 }
 
-static Messages startWarnings(const StartCheck& start, const CandidateFacts& candidate) {
+static Messages programWarnings(const StartCheck& start, const CandidateFacts& candidate) {
   const bool isChosen = candidate.isChosen;
   const Text installAgain = inBundle(INSTALL_AGAIN, candidate);
-  const Text missing = " is missing from "_t + start.frameworks;
   return {
       {"no-program",
        isChosen && !start.hasProgram,
@@ -366,13 +365,24 @@ static Messages startWarnings(const StartCheck& start, const CandidateFacts& can
        "The chosen copy would not come up: this user cannot execute its program, "_t +
            start.program,
        "Make it an executable file (chmod a+x), or install this copy again."},
+      {"not-a-program",
+       isChosen && start.isExecutable && !start.isProgram,
+       "The chosen copy would not come up: this is no program that can run here, "_t +
+           start.program,
+       installAgain}};
+}
+
+static Messages libraryWarnings(const StartCheck& start, const CandidateFacts& candidate) {
+  const Text installAgain = inBundle(INSTALL_AGAIN, candidate);
+  const Text missing = " is missing from "_t + start.frameworks;
+  return {
       {"no-main-library",
-       isChosen && !start.hasMainLibrary,
+       candidate.isChosen && !start.hasMainLibrary,
        "The chosen copy would come up without its main library: "_t + VDI_MAIN_LIBRARY_NAME +
            missing,
        installAgain},
       {"no-launcher-library",
-       isChosen && !start.hasLauncherLibrary,
+       candidate.isChosen && !start.hasLauncherLibrary,
        "The chosen copy would not enter load mode: "_t + VDI_LAUNCHER_LIBRARY_NAME + missing,
        installAgain}};
 }
@@ -415,7 +425,8 @@ static Messages countWarning(const Path& record, const CandidateFacts& candidate
 
 Messages warnings(const Facts& facts, const CandidateFacts& candidate) {
   return recordWarnings(facts, candidate) + corruptWarning(facts, candidate) +
-         timeWarnings(facts.recordCheck, candidate) + startWarnings(facts.startCheck, candidate) +
+         timeWarnings(facts.recordCheck, candidate) + programWarnings(facts.startCheck, candidate) +
+         libraryWarnings(facts.startCheck, candidate) +
          systemWarnings(facts.startCheck, candidate) +
          countWarning(facts.unwritableRecord, candidate);
 }
