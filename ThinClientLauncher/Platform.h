@@ -30,6 +30,8 @@ enum class ListProblem {
   Unreadable,
   Empty,
   TooLarge,
+  UnknownEncoding,
+  Declarations, // in its document type
   Malformed,
   NoDictionary,
   NoKey,

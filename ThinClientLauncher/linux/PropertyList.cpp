@@ -23,7 +23,8 @@ public:
     XML_SetUserData(parser.get(), this);
     XML_SetStartDoctypeDeclHandler(
         parser.get(), [](void* self, const char*, const char*, const char*, int hasSubset) {
-          of(self).require(!hasSubset); // its declarations can multiply time and memory
+          // its declarations can multiply time and memory
+          of(self).require(!hasSubset, ListProblem::Declarations);
         });
     XML_SetElementHandler(
         parser.get(),
@@ -44,7 +45,8 @@ public:
       return std::move(entry);
     if (XML_GetErrorCode(parser.get()) == XML_ERROR_NO_MEMORY)
       throw std::bad_alloc();
-    return {{}, refusal};
+    const bool isEncoding = XML_GetErrorCode(parser.get()) == XML_ERROR_UNKNOWN_ENCODING;
+    return {{}, isEncoding ? ListProblem::UnknownEncoding : refusal};
   }
 
 private:

@@ -79,6 +79,8 @@ TEST_F(Problem, VersionCauses) {
   const std::pair<std::string, const char*> rows[] = {
       {"", "Info.plist is empty -> Check that"},
       {"text", "well-formed property list -> Install this copy again"},
+      {"<!DOCTYPE plist [<!ENTITY a \"b\">]><plist/>", "declares entities, which are not read -> "},
+      {"<?xml version=\"1.0\" encoding=\"cp1252\"?><plist/>", "is not read -> Save the list in"},
       {std::string(256 * 1024 + 1, ' '), "larger than 256 KiB -> Check what"},
       {test::xmlList("<array/>"), "no dictionary -> Install this copy again"},
       {test::xmlWithEntries(""), "has no CFBundleShortVersionString -> Install a build"},

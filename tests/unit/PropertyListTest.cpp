@@ -134,8 +134,10 @@ TEST_F(List, DecodesFile) {
   };
   EXPECT_EQ(read(declared("utf-8")), "45\xC3\xA9");
   EXPECT_EQ(read(declared("ISO-8859-1")), "45\xC3\x83\xC2\xA9");
-  for (const char* other : {"UTF-16", "UTF-32", "US-ASCII", "windows-1252", "Shift_JIS", "other"})
-    EXPECT_EQ(problem(declared(other)), Problem::Malformed) << other;
+  for (const char* wrong : {"UTF-16", "US-ASCII"})
+    EXPECT_EQ(problem(declared(wrong)), Problem::Malformed) << wrong;
+  for (const char* other : {"UTF-32", "windows-1252", "Shift_JIS", "other"})
+    EXPECT_EQ(problem(declared(other)), Problem::UnknownEncoding) << other;
 }
 
 TEST_F(List, SkipsMarkup) {
@@ -274,10 +276,15 @@ TEST_F(List, NeedsWellFormedXml) {
       "<plist><dict/><dict>" + version + "</dict></plist>",
       "<plist><dict>" + version + "</dict>text</plist>",
       "<plist>text<dict>" + version + "</dict></plist>",
-      "<!DOCTYPE plist [<!ENTITY a \"b\">]><plist><dict>" + version + "</dict></plist>",
   };
   for (const auto& list : lists)
     EXPECT_EQ(problem(list), Problem::Malformed) << list;
+  for (const char* declarations : {"", "<!ENTITY a \"b\">"})
+    EXPECT_EQ(
+        problem(
+            "<!DOCTYPE plist [" + std::string(declarations) + "]><plist><dict>" + version +
+            "</dict></plist>"),
+        Problem::Declarations);
   const std::string entries[] = {
       "text" + version,
       version + "text",

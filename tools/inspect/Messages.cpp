@@ -71,6 +71,7 @@ constexpr const char* REPLACE = "Remove this, and install the copy again: ";
 constexpr const char* OPEN = "Make this readable for this user: ";
 constexpr const char* CHECK_DISK = "Check that the disk has space, and install this copy again.";
 constexpr const char* CHECK_LIST = "Check what the list holds, and install this copy again.";
+constexpr const char* SAVE_AS_UTF8 = "Save the list in UTF-8.";
 constexpr const char* NAME_A_VERSION = "Install a build of this copy that names its version.";
 constexpr const char* SEE_WHY = "Look into the system log for why it did not come up.";
 constexpr const char* LIST = "/Contents/Info.plist";
@@ -81,6 +82,10 @@ static const std::initializer_list<VersionProblem> VERSION_PROBLEMS = {
     {ListProblem::Unreadable, "Info.plist cannot be read by this user", OPEN, LIST},
     {ListProblem::Empty, "Info.plist is empty", CHECK_DISK},
     {ListProblem::TooLarge, "Info.plist is larger than 256 KiB", CHECK_LIST},
+    {ListProblem::UnknownEncoding,
+     "Info.plist is XML in an encoding that is not read",
+     SAVE_AS_UTF8},
+    {ListProblem::Declarations, "Info.plist declares entities, which are not read", CHECK_LIST},
     {ListProblem::Malformed, "Info.plist is no well-formed property list", INSTALL_AGAIN, ""},
     {ListProblem::NoDictionary, "Info.plist holds no dictionary", INSTALL_AGAIN, ""},
     {ListProblem::NoKey, "Info.plist has no CFBundleShortVersionString", NAME_A_VERSION},
