@@ -26,6 +26,7 @@ Facts everyFact() {
   facts.startCheck.systemVersion = "14.5";
   facts.startCheck.neededSystem = "15.0";
   facts.unwritableRecord = "/record";
+  facts.cleanUp.chosenTarget = "/target";
   facts.lastLaunch.unreadableReason = "launch log";
   facts.loadMode.unreadableReason = "load log";
   facts.loadMode.failure = "library";

@@ -120,7 +120,7 @@ Facts personalFacts() {
   facts.places.homeOwner = "alice";
   facts.startCheck = {
       outside, outside, false, true, true, false, false, "", outside, outside, "14", "alice", true};
-  facts.unwritableRecord = facts.loadMode.log = outside;
+  facts.unwritableRecord = facts.loadMode.log = facts.cleanUp.chosenTarget = outside;
   facts.loadMode.failure = "/srv/alice is denied";
   facts.decisions.candidates[5].twin = 1;
   facts.decisions.candidates[6].failure = Failure{"/srv/alice", "alice is denied"};

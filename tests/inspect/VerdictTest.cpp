@@ -222,6 +222,24 @@ TEST(CleanUpPreview, KnowsLinksToStarted) {
   EXPECT_THAT(names(findFacts("").cleanUp.kept), ElementsAre("a", EndsWith("link")));
 }
 
+// Whatever the listing's order, a link is chosen. The folder has the oldest launch time.
+TEST(CleanUpPreview, KnowsTargetOfChosenLink) {
+  const ScopedHome home;
+  layOut(home, "44.0@1 44.0@2");
+  fs::create_directory_symlink("real", home.launcherDirectory() / "first");
+  const fs::path real = home.copy("real");
+  fs::create_directory_symlink("real", home.launcherDirectory() / "last");
+  const fs::path time = real / "launch.dat";
+  EXPECT_EQ(findFacts("").cleanUp.chosenTarget, "");
+  fs::create_directory(time); // which cannot be written
+  fs::last_write_time(time, fs::file_time_type::clock::now() - std::chrono::hours(1'000));
+  const Facts facts = findFacts("");
+  EXPECT_THAT(names(facts.cleanUp.kept), ElementsAre("b", "a"));
+  EXPECT_EQ(facts.cleanUp.chosenTarget, real);
+  const std::string warnings = makeReport(facts)["warnings"].dump();
+  EXPECT_THAT(warnings, HasSubstr("\"removes-chosen\""));
+}
+
 TEST(CleanUpPreview, ChosenElsewhere) {
   const ScopedHome home;
   layOut(home, "- - -");

@@ -259,6 +259,15 @@ static Decisions examineEach(const Places& places, const std::string& clientVers
 
 // --- Clean-up ---
 
+static bool isWritable(const Path& file) {
+  std::error_code error;
+  const fs::file_status status = fs::status(file, error);
+  if (!fs::exists(status))
+    return ::access(file.parent_path().c_str(), W_OK | X_OK) == 0;
+  return ::access(file.c_str(), W_OK) == 0 && !fs::is_directory(status) && !fs::is_fifo(status) &&
+         !fs::is_socket(status);
+}
+
 // Folders of equal launch time are sorted in no defined order. Where the cut falls between some,
 // they are taken out of the two lists.
 static void separateTies(CleanUpPreview& cleanUp) {
@@ -286,18 +295,32 @@ static void renewShared(CleanUpPreview::Folders& folders, const Path& launched) 
   }
 }
 
-static CleanUpPreview previewCleanUp(const Path& launched) {
+// Empty unless a folder itself would go, rather than another link to it.
+static Path findTarget(const CleanUpPreview& cleanUp, const Path& launched) {
+  std::error_code error;
+  for (const auto* folders : {&cleanUp.removed, &cleanUp.tied}) {
+    for (const auto& folder : *folders) {
+      if (!fs::is_symlink(folder.dir, error) && fs::equivalent(folder.dir, launched, error))
+        return folder.dir;
+    }
+  }
+  return {};
+}
+
+static CleanUpPreview previewCleanUp(const Path& launched, bool isOwnHome) {
   CleanUpPreview cleanUp;
   cleanUp.failure = failureOf([&] {
     auto others = CleanUp::findOthers(launched);
     cleanUp.happens = others.has_value();
     if (!others)
       return;
-    renewShared(*others, launched);
+    if (!isOwnHome || isWritable(launched / LAUNCH_DAT_FILE_NAME))
+      renewShared(*others, launched);
     auto plan = CleanUp::makePlan(std::move(*others));
     cleanUp.removed = std::move(plan.removed);
     cleanUp.kept = std::move(plan.kept);
     separateTies(cleanUp);
+    cleanUp.chosenTarget = findTarget(cleanUp, launched);
   });
   return cleanUp;
 }
@@ -323,15 +346,6 @@ static std::optional<Failure> findLogFolderFailure(const Path& home, const Path&
   if (!fs::exists(home))
     return Failure{home, code.message(), code, Failure::Step::CreatingHome};
   return Failure{existing, code.message(), code, Failure::Step::CreatingLogFolder};
-}
-
-static bool isWritable(const Path& file) {
-  std::error_code error;
-  const fs::file_status status = fs::status(file, error);
-  if (!fs::exists(status))
-    return ::access(file.parent_path().c_str(), W_OK | X_OK) == 0;
-  return ::access(file.c_str(), W_OK) == 0 && !fs::is_directory(status) && !fs::is_fifo(status) &&
-         !fs::is_socket(status);
 }
 
 // Not with std::filesystem::space: libc++ answers "unknown" for a space of zero.
@@ -409,7 +423,7 @@ static void previewLaunch(Facts& facts) {
   if (chosen.records)
     facts.recordCheck = checkRecords(chosen.decision.dir);
   facts.unwritableRecord = findUnwritableRecord(chosen, facts.places);
-  facts.cleanUp = previewCleanUp(chosen.decision.dir);
+  facts.cleanUp = previewCleanUp(chosen.decision.dir, facts.places.homeOwner.empty());
 }
 
 Facts findFacts(const std::string& clientVersion) {

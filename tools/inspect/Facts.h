@@ -87,6 +87,7 @@ struct CleanUpPreview {
   Folders kept;                   // without the started copy, which is always kept
   Folders tied;                   // of equal launch time, but only some of them are kept
   std::size_t tiedKept = 0;       // how many of these
+  Path chosenTarget;              // among removed or tied: where the started copy leads as a link
   std::optional<Failure> failure; // the copy has been started by then
 };
 

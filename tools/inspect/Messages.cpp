@@ -428,12 +428,22 @@ static Messages countWarning(const Path& record, const CandidateFacts& candidate
        "Make it, and its folder, writable for this user."}};
 }
 
+// The rule takes each folder by itself.
+static Messages removalWarning(const Path& target, const CandidateFacts& candidate) {
+  return {
+      {"removes-chosen",
+       candidate.isChosen && !target.empty(),
+       "The clean-up may remove the folder to which the chosen copy is a link: "_t + target,
+       "Remove the link, or make launch.dat in the folder writable for this user."}};
+}
+
 Messages warnings(const Facts& facts, const CandidateFacts& candidate) {
   return recordWarnings(facts, candidate) + corruptWarning(facts, candidate) +
          timeWarnings(facts.recordCheck, candidate) + programWarnings(facts.startCheck, candidate) +
          libraryWarnings(facts.startCheck, candidate) +
          systemWarnings(facts.startCheck, candidate) +
-         countWarning(facts.unwritableRecord, candidate);
+         countWarning(facts.unwritableRecord, candidate) +
+         removalWarning(facts.cleanUp.chosenTarget, candidate);
 }
 
 static Text reasonOfChoice(const Facts& facts) {
