@@ -66,9 +66,10 @@ void addLaunch(
 } // namespace
 
 // Launches look at /Applications. The homes stay on the machine's file system, which is measured.
+// The results go below the working folder.
 static void enterSandbox() {
   const auto temporaryFolder = std::filesystem::temp_directory_path();
-  test::Sandbox::enter();
+  test::Sandbox::enter({temporaryFolder, std::filesystem::current_path()});
   ::setenv("TMPDIR", temporaryFolder.c_str(), 1);
 }
 

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <iterator>
 #include <locale>
+#include <pwd.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -218,6 +219,17 @@ TEST_F(Host, MayHaveTwoLibraries) {
   ASSERT_GE(launchLog().size(), 3U);
   EXPECT_EQ(launchLog()[1], "launcher mode");
   EXPECT_EQ(launchLog()[2], "hvd Client Version provided: 45.12.0.1");
+}
+
+// What a test forgets to redirect.
+TEST(Sandbox, KeepsMachineReadOnly) {
+  const std::string home = ::getpwuid(::geteuid())->pw_dir;
+  for (const std::string& place : {home, fs::current_path().string(), std::string("/tmp")}) {
+    EXPECT_EQ(::access(place.c_str(), W_OK), -1) << place;
+    EXPECT_EQ(errno, EROFS) << place;
+  }
+  EXPECT_EQ(std::getenv("HOME"), fs::temp_directory_path());
+  EXPECT_EQ(::access(std::getenv("HOME"), W_OK), 0);
 }
 
 } // namespace test

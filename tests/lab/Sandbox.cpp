@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <linux/capability.h>
 #include <sched.h>
 #include <stdexcept>
@@ -58,6 +59,13 @@ void dropCapabilities() {
   orThrow(::syscall(SYS_capset, &header, none), "capset");
 }
 
+void setReadOnly(const fs::path& place, bool isReadOnly) {
+  mount_attr change{};
+  (isReadOnly ? change.attr_set : change.attr_clr) = MOUNT_ATTR_RDONLY;
+  const unsigned whole = isReadOnly ? AT_RECURSIVE : 0;
+  orThrow(::mount_setattr(AT_FDCWD, place.c_str(), whole, &change, sizeof change), "mount_setattr");
+}
+
 // Shows an entry of the machine's root at its place in the new one.
 void show(const fs::path& place) {
   const fs::path original = OLD_ROOT / place.relative_path();
@@ -90,8 +98,11 @@ void fillRoot() {
   fs::permissions(TEMPORARY_DIRECTORY, fs::perms::all | fs::perms::sticky_bit);
   for (const auto& entry : fs::directory_iterator(OLD_ROOT)) {
     const fs::path place = "/" / entry.path().filename();
-    if (!fs::exists(fs::symlink_status(place)))
-      show(place);
+    if (fs::exists(fs::symlink_status(place)))
+      continue;
+    show(place);
+    if (!fs::is_symlink(place) && place != "/proc") // its files are settings of the processes here
+      setReadOnly(place, true);
   }
   for (const char* name : {"null", "zero", "full", "random", "urandom", "tty", "fd"})
     show(fs::path("/dev") / name);
@@ -101,19 +112,29 @@ void fillRoot() {
   fs::remove(OLD_ROOT);
 }
 
+void makeWritable(const fs::path& folder) {
+  orThrow(
+      ::mount(folder.c_str(), folder.c_str(), nullptr, MS_BIND, nullptr),
+      "mount " + folder.string());
+  setReadOnly(folder, false);
+}
+
 } // namespace
 
-void enter() try {
+void enter(const std::vector<fs::path>& writable) try {
   const fs::path workingDirectory = fs::current_path();
   const bool isOrdinaryUser = ::unshare(CLONE_NEWNS) != 0;
   if (isOrdinaryUser)
     unshareAsOrdinaryUser();
   enterEmptyRoot();
   fillRoot();
+  for (const auto& folder : writable)
+    makeWritable(folder);
   if (isOrdinaryUser)
     dropCapabilities();
   fs::current_path(workingDirectory);
-  ::setenv("TMPDIR", TEMPORARY_DIRECTORY.c_str(), 1);
+  for (const char* name : {"TMPDIR", "HOME"})
+    ::setenv(name, TEMPORARY_DIRECTORY.c_str(), 1);
   entered = true;
 } catch (const std::system_error& failure) {
   throw std::runtime_error(failure.what() + std::string("\n") + ADVICE);
