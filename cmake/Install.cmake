@@ -23,7 +23,9 @@ function(install_pkgconfig name description link)
     DESTINATION ${pkgconfig_dir} COMPONENT development)
 endfunction()
 if(APPLE)
-  set(link_launcher -lThinClientLauncher)
+  # Libraries are named "@rpath/..." there: a program that loads one tells where that is.
+  set(run_path " -Wl,-rpath,\${libdir}")
+  set(link_launcher -lThinClientLauncher${run_path})
   set(link_plugin "-lc++ -framework Foundation -framework AppKit -lobjc")
 else()
   # The linker searches for no other suffix than .so and .a.
@@ -33,13 +35,15 @@ endif()
 install_pkgconfig(ThinClientLauncher "Starts the newest usable copy of a plug-in for a host"
   ${link_launcher})
 install_pkgconfig(ThinClientLauncherHost "Calls the launcher library from C and catches its exceptions"
-  -lThinClientLauncherHost)
+  "-lThinClientLauncherHost${run_path}")
 install_pkgconfig(ThinClientLauncherPlugin "What a plug-in needs to enter the launcher library"
   "-lThinClientLauncherPlugin ${link_plugin}")
 
 install(FILES README.md CHANGELOG.md SECURITY.md TYPE DOC COMPONENT docs)
 install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT docs)
 
-if(NOT APPLE)
+if(APPLE)
+  include(cmake/Archive.cmake)
+else()
   include(cmake/Packages.cmake)
 endif()

@@ -21,9 +21,10 @@ set(CMAKE_OBJCXX_COMPILER ${llvm}/clang++)
 foreach(language IN ITEMS C CXX OBJC OBJCXX)
   set(CMAKE_${language}_COMPILER_TARGET arm64-apple-macos11.0)
 endforeach()
-# On a Mac it indexes a library again after its installation; LLVM's refuses two architectures.
+# LLVM's ranlib refuses a library of two architectures, its strip the options for a Mac's.
 set(CMAKE_RANLIB true)
-foreach(tool AR STRIP LIPO OTOOL INSTALL_NAME_TOOL NM)
+set(CMAKE_STRIP true)
+foreach(tool AR LIPO OTOOL INSTALL_NAME_TOOL NM)
   string(TOLOWER ${tool} name)
   string(REPLACE _ - name ${name})
   set(CMAKE_${tool} ${llvm}/llvm-${name})

@@ -35,5 +35,6 @@ export PYTHONPATH=$lief
 python3 scripts/check_macho.py "$library" "$exports" "$PWD"
 python3 scripts/check_macho.py --program "$command" "$PWD"
 python3 tests/macos/check_macho_test.py "$library" "$exports" "$command"
+scripts/check-mac-archive.sh
 
 scripts/run-machine-code.sh "$library"

@@ -9,6 +9,7 @@ anywhere in the file. Needs LIEF in the version of scripts/lief-requirements.txt
 per check and slice. Exit status: 0 all hold, 1 one does not, 2 wrong usage.
 """
 
+import functools
 import hashlib
 import itertools
 import pathlib
@@ -25,6 +26,7 @@ SYSTEM_LIBRARIES = {
     "/usr/lib/libc++.1.dylib",
     "/usr/lib/libobjc.A.dylib",
 }
+SYSTEM = ("/usr/lib/", "/System/Library/")
 TYPES = MachO.LoadCommand.TYPE
 
 # The compiler zeroes memory with a function for each architecture, and on x86_64 the C library's
@@ -48,6 +50,10 @@ def libraries(binary):
 
 def names_of(binary, wanted):
     return [name for command, name in libraries(binary) if command == wanted]
+
+
+def run_paths(binary):
+    return [command.path for command in commands(binary, MachO.RPathCommand)]
 
 
 def unless(holds, fault):
@@ -85,7 +91,7 @@ def faults_of_system_loads(binary):
     return [
         f"{command.name} {name}"
         for command, name in libraries(binary)
-        if command != TYPES.LOAD_DYLIB or not name.startswith(("/usr/lib/", "/System/Library/"))
+        if command != TYPES.LOAD_DYLIB or not name.startswith(SYSTEM)
     ]
 
 
@@ -165,6 +171,11 @@ def checks_of_library(binary, expected):
     yield "install name", unless(names == [INSTALL_NAME], f"{names}")
     yield "loads the five system libraries alone", faults_of_loads(binary)
     yield "exports exactly the list", faults_of_exports(binary, expected)
+    yield from checks_of_shipped(binary)
+
+
+def library_with(expected):
+    return functools.partial(checks_of_library, expected=expected)
 
 
 def checks_of_program(binary):
@@ -173,30 +184,32 @@ def checks_of_program(binary):
     yield "a program", unless(is_program, f"{header.file_type}")
     yield "at any address", unless(header.has(flags.PIE), f"flags {header.flags:#x}")
     yield "loads libraries of the system alone", faults_of_system_loads(binary)
+    yield from checks_of_shipped(binary)
 
 
-def checks_of_slice(binary, content):
-    """What holds of either."""
+def checks_of_shipped(binary):
+    yield "no run path", run_paths(binary)
+    yield "an unwind entry for every function", faults_of_unwinding(binary)
+    yield "a stack protector", unless("___stack_chk_fail" in imports(binary), "not imported")
+
+
+def checks_of_every_kind(binary, content):
     header, flags = binary.header, MachO.Header.FLAGS
     builds = commands(binary, MachO.BuildVersion)
     platforms = [build.platform for build in builds]
     minimums = [build.minos for build in builds]
-    run_paths = [command.path for command in commands(binary, MachO.RPathCommand)]
     two_level = header.has(flags.TWOLEVEL) and not header.has(flags.FORCE_FLAT)
     is_for_macos = platforms == [MachO.BuildVersion.PLATFORMS.MACOS]
     yield "two-level name space", unless(two_level, f"flags {header.flags:#x}")
     yield "nothing undefined", faults_of_imports(binary)
     yield "for macOS", unless(is_for_macos, f"{platforms}")
     yield "minimum macOS 11.0", unless(minimums == [[11, 0, 0]], f"{minimums}")
-    yield "no run path", run_paths
-    yield "an unwind entry for every function", faults_of_unwinding(binary)
-    yield "a stack protector", unless("___stack_chk_fail" in imports(binary), "not imported")
     if architecture_of(binary) == "arm64":  # the only one that macOS refuses to run unsigned
         yield "ad-hoc signature and page hashes", faults_of_signature(binary, content)
 
 
-def checks(data, expected, forbidden):
-    """Triples of slice, what is checked and its faults; of a program if no exports are expected."""
+def checks(data, checks_of_kind, forbidden=()):
+    """Triples of slice, what is checked and its faults."""
     universal = macho.parse(data)
     names = [architecture_of(binary) for binary in universal]
     wanted = sorted(macho.ARCHITECTURES.values())
@@ -205,9 +218,8 @@ def checks(data, expected, forbidden):
     yield "file", "the same imports in every slice", differences(universal, imports)
     yield "file", "the same messages in every slice", differences(universal, macho.selectors)
     for binary in universal:
-        of_kind = checks_of_program(binary) if expected is None else checks_of_library(binary, expected)
-        of_either = checks_of_slice(binary, content_of(binary, data))
-        for what, faults in itertools.chain(of_kind, of_either):
+        of_every_kind = checks_of_every_kind(binary, content_of(binary, data))
+        for what, faults in itertools.chain(checks_of_kind(binary), of_every_kind):
             yield architecture_of(binary), what, faults
 
 
@@ -224,8 +236,8 @@ def main(arguments):
     file, *forbidden = arguments[0 if is_library else 1 :]
     failed = 0
     try:
-        expected = read_exports(forbidden.pop(0)) if is_library else None
-        for where, what, faults in checks(pathlib.Path(file).read_bytes(), expected, forbidden):
+        of_kind = library_with(read_exports(forbidden.pop(0))) if is_library else checks_of_program
+        for where, what, faults in checks(pathlib.Path(file).read_bytes(), of_kind, forbidden):
             print(f"{'FAILED' if faults else 'ok':6}  {where:6}  {what}")
             for fault in faults:
                 print(f"{'':16}{fault}")

@@ -22,16 +22,9 @@ echo "deb [arch=amd64] $mirror $release" >"$folder/sources.list"
 
 # The machine's own lists and packages stay as they are.
 cat >"$folder/apt.conf" <<END
-APT::Architecture "amd64";
-APT::Architectures "amd64";
-APT::Sandbox::User "";
-Acquire::Languages "none";
-Acquire::Check-Valid-Until "false";
-Dir::State "$folder/state";
-Dir::State::status "/dev/null";
-Dir::Cache "$folder/cache";
-Dir::Etc::sourcelist "$folder/sources.list";
-Dir::Etc::sourceparts "/dev/null";
+APT { Architecture "amd64"; Architectures "amd64"; Sandbox::User ""; }
+Dir { State "$folder/state"; State::status "/dev/null"; Cache "$folder/cache"; }
+Dir::Etc { sourcelist "$folder/sources.list"; sourceparts "/dev/null"; }
 END
 cd "$folder"
 export APT_CONFIG=apt.conf

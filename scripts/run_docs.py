@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs the command blocks of documents, in order, and compares the output that the documents show.
 
-Usage: run_docs.py [--build FOLDER] [--project] DOCUMENT ...
+Usage: run_docs.py [--build FOLDER] [--project | --on "a Mac" --folder FOLDER] DOCUMENT ...
 
 Each document gets an empty folder and an empty home, and one shell for all of its blocks. A block of
 the language "sh" is run; a block "text" after it shows its output, where a line "..." stands for any
@@ -9,6 +9,7 @@ lines. Times and the home's place are normalised. A comment before a block says 
 
   <!-- run by FILE -->                    FILE, of the project, has each of the commands
   <!-- run in the project's folder -->    run there with --project, which runs no other blocks
+  <!-- run on a Mac -->                   run with --on "a Mac", which runs no other blocks, in FOLDER
   <!-- not run: REASON -->                skipped
 
 --build installs this build first and lets the commands find it. Exit status: 0 everything holds,
@@ -69,6 +70,8 @@ def matches(shown, lines):
 class Runner:
     def __init__(self, arguments, folder):
         self.project = arguments.project
+        self.place = arguments.on
+        self.own_folder = arguments.folder
         self.folder = folder
         self.failures = 0
         self.environment = dict(os.environ, USER="alice", LC_ALL="C.UTF-8")
@@ -92,13 +95,15 @@ class Runner:
     def run_all(self, document):
         blocks = blocks_of(document.read_text())
         wanted = "run in the project's folder" if self.project else ""
+        if self.place:
+            wanted = f"run on {self.place}"
         run = [block for block in blocks if block.note == wanted]
         for block in blocks:
             if block.note.startswith("run by "):
                 self.check_run_elsewhere(document, block)
-            elif not re.match(r"(run in the project's folder|not run: .+)?$", block.note):
+            elif not re.match(r"(run in the project's folder|run on a Mac|not run: .+)?$", block.note):
                 self.fail(document, block, f"unknown note: {block.note}")
-        folder = PROJECT if self.project else pathlib.Path(tempfile.mkdtemp(dir=self.folder))
+        folder = PROJECT if self.project else self.own_folder or tempfile.mkdtemp(dir=self.folder)
         self.run(document, run, folder)
         print(f"{document.name}: {len(run)} of {len(blocks)} blocks run")
 
@@ -130,6 +135,8 @@ def main():
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--build", type=pathlib.Path)
     parser.add_argument("--project", action="store_true")
+    parser.add_argument("--on")
+    parser.add_argument("--folder", type=pathlib.Path)
     parser.add_argument("documents", nargs="+", type=pathlib.Path)
     arguments = parser.parse_args()
     with tempfile.TemporaryDirectory() as folder:

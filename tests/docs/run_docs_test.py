@@ -72,6 +72,15 @@ class Runner(unittest.TestCase):
         self.assertHolds(block)
         self.assertFault(block, "--project")
 
+    def testRunsOnAMac(self):
+        block = sh("echo one", "other", "run on a Mac")
+        self.assertHolds(block + sh("true"))
+        self.assertFault(block, "--on", "a Mac")
+        with tempfile.TemporaryDirectory() as folder:
+            self.assertHolds(sh("touch made", note="run on a Mac") + sh("false"),
+                             "--on", "a Mac", "--folder", folder)
+            self.assertTrue((pathlib.Path(folder) / "made").exists())
+
 
 if __name__ == "__main__":
     unittest.main()

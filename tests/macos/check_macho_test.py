@@ -16,6 +16,7 @@ import unittest
 
 HERE = pathlib.Path(__file__).resolve().parent
 sys.path[:0] = [str(HERE.parents[1] / "scripts"), str(HERE / "machine")]
+import check_mac_files  # noqa: E402  (needs the path above)
 import check_macho  # noqa: E402  (needs the path above)
 import relink  # noqa: E402
 from check_macho import TYPES, MachO  # noqa: E402
@@ -124,6 +125,13 @@ FAULTS_OF_A_PROGRAM = [
      lambda s: s.put("<I", s.command(TYPES.LOAD_DYLIB), int(TYPES.LOAD_WEAK_DYLIB))),
     ("no run path", "/opt/lib", lambda s: s.add_run_path(b"/opt/lib")),
 ]
+FAULTS_OF_A_RUN_PATH = [
+    ("it needs none of ['/opt/lib']", lambda s: s.add_run_path(b"/opt/lib")),
+    ("@rpath/libThinClient.dyl is not found by []",
+     lambda s: s.replace(b"/usr/lib/libobjc.A.dylib", b"@rpath/libThinClient.dyl")),
+    ("/opt/lib/libobjc.dylib.A is not found by []",
+     lambda s: s.replace(b"/usr/lib/libobjc.A.dylib", b"/opt/lib/libobjc.dylib.A")),
+]
 FAULTS_OF_THEIR_DIFFERENCE = [
     (IMPORTS, "_strftime, _strftimf", b"_strftime", b"_strftimf"),
     ("the same messages in every slice", "setArguments:, setArgumentz:",
@@ -162,7 +170,7 @@ class Checker(unittest.TestCase):
     def faults(self, data, exports=None, forbidden=()):
         """The checks that do not hold, as triples of slice, check and faults."""
         expected = check_macho.read_exports(self.exports) if exports is None else exports
-        checks = check_macho.checks(bytes(data), expected, forbidden)
+        checks = check_macho.checks(bytes(data), check_macho.library_with(expected), forbidden)
         return [(where, what, ", ".join(faults)) for where, what, faults in checks if faults]
 
     def run_checker(self, *arguments):
@@ -195,9 +203,21 @@ class Checker(unittest.TestCase):
         for what, faults, damage in FAULTS_OF_A_PROGRAM:
             with self.subTest(what):
                 copy = bytes(damaged(data, "x86_64", damage))
-                found = [(where, each, ", ".join(faults))
-                         for where, each, faults in check_macho.checks(copy, None, ()) if faults]
+                found = [(where, each, ", ".join(faults)) for where, each, faults
+                         in check_macho.checks(copy, check_macho.checks_of_program) if faults]
                 self.assertIn(("x86_64", what, faults), found)
+
+    def test_linked(self):
+        data = self.program.read_bytes()
+        self.assertEqual(check_mac_files.faults_of(data), [])
+        for fault, damage in FAULTS_OF_A_RUN_PATH:
+            with self.subTest(fault):
+                found = check_mac_files.faults_of(bytes(damaged(data, "x86_64", damage)))
+                self.assertIn(f"x86_64: run path: {fault}", found)
+
+    def test_no_file_linked(self):
+        with tempfile.TemporaryDirectory() as folder, contextlib.redirect_stdout(io.StringIO()):
+            self.assertEqual(check_mac_files.main(pathlib.Path(folder)), 1)
 
     # --- Faults of a slice ---
 

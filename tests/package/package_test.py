@@ -95,6 +95,7 @@ class Package(unittest.TestCase):
                             "ThinClientLauncherBase.h", "ThinClientLauncherHost.h",
                             "ThinClientLauncherPlugin.h", "libThinClientLauncherHost.so",
                             "libThinClientLauncherPlugin.a", "ThinClientLauncher.pc",
+                            "module.modulemap",
                             "ThinClientLauncherConfig.cmake"},
             "tools": {"launcher-inspect", "launcher-inspect.1"},
             "docs": {"README.md", "Host.c"}}
@@ -126,6 +127,16 @@ class Package(unittest.TestCase):
         folder = self.folder / "build"
         build(next(self.prefix.rglob("examples")), folder, f"-DCMAKE_PREFIX_PATH={self.prefix}")
         self.assertEveryHostLaunches(folder, folder / "OrlixVDIPlugin.app")
+
+    def testPluginInCAlone(self):
+        self.install()
+        (self.folder / "CMakeLists.txt").write_text(
+            "cmake_minimum_required(VERSION 3.22)\nproject(P LANGUAGES C)\n"
+            "find_package(ThinClientLauncher REQUIRED)\n"
+            f"add_executable(application {SOURCE}/examples/plugin/Application.c)\n"
+            "target_link_libraries(application ThinClientLauncher::Plugin)\n")
+        build(self.folder, self.folder / "build", f"-DCMAKE_PREFIX_PATH={self.prefix}")
+        run(self.folder / "build/application")
 
     def testPkgConfig(self):
         self.install()
