@@ -2,6 +2,7 @@
 # Tries a stranger's first steps on clones of the last commit in bare Debian systems, which debootstrap
 # makes in build/distributions:
 #   - a plain build with the fewest packages that it needs, and its installation
+#   - in trixie, which has Swift: the Swift package, and a launch of its plug-in by its host
 #   - in the last system, the Debian packages and docs/embedding.md: hosts, a plug-in and a launch
 #   - with --scripts, scripts/demo.sh and scripts/test.sh instead; with --ci, .ci/run instead: for root
 #     and for "newcomer", an ordinary user with sudo, each in a home that is closed to others
@@ -87,6 +88,22 @@ cmake --build build >/dev/null
 cmake --install build --prefix /usr/local >/dev/null
 ls /usr/local/lib'
 
+# shellcheck disable=SC2016 # expanded by the shell in the system
+use_swift='cd project
+swift build --package-path examples/swift
+built=examples/swift/.build/debug
+launcher=/usr/local/lib/libThinClientLauncher.dylib
+copy="$HOME/Library/Application Support/VantuOrlixVDILauncher/45.12.0.900"
+contents="$copy/OrlixVDIPlugin.app/Contents"
+mkdir -p "$contents/MacOS" "$contents/Frameworks"
+cp examples/plugin/Info.plist "$contents"
+cp $built/OrlixVDIPlugin "$contents/MacOS"
+cp $launcher "$contents/Frameworks"
+cp $built/libnexal_vdi_main.so "$contents/Frameworks/libnexal_vdi_main.dylib"
+$built/example_swift_host $launcher 45.12.0.1000
+timeout 60 sh -c "until [ -e \"\$0/started.dat\" ]; do sleep 0.1; done" "$copy"
+cat ~/Library/Logs/VantuOrlixVDI/*'
+
 make_packages='cd project
 scripts/install-packages.sh build packages
 cmake --preset release -B build/demo -DLAUNCHER_BUILD_TESTS=OFF -DCMAKE_INSTALL_PREFIX=/usr
@@ -108,6 +125,13 @@ try_first_steps() {
   echo "$1: a plain build and its installation"
   prepare "$1" root g++ cmake make pkg-config libglib2.0-dev libexpat1-dev
   run_as root "$plain_build"
+}
+
+# In the system of the first steps.
+try_swift() {
+  echo "trixie: the Swift package, and a launch"
+  logged run_as root 'apt-get install --yes --no-install-recommends swiftlang'
+  run_as root "$use_swift"
 }
 
 # Usage: try_packages SYSTEM
@@ -141,6 +165,7 @@ for system in "${systems[@]}"; do
   make_system "$name"
   if [ "${#commands[@]}" -eq 0 ]; then
     try_first_steps "$name"
+    [ "$name" != trixie ] || try_swift
     continue
   fi
   for user in root newcomer; do

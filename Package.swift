@@ -1,0 +1,31 @@
+// swift-tools-version:5.9
+// The kits for hosts and for plug-ins in Swift and in Xcode, built from source. The launcher library
+// itself is no part: a host loads the file that CMake builds.
+import PackageDescription
+
+#if os(Linux)
+let bridge = "linux/Platform.cpp"
+#else
+let bridge = "macos/LauncherHelper.mm"
+#endif
+let launcher = ["Folders.cpp", "LibraryLoading.cpp", "Logger.cpp", bridge]
+
+let package = Package(
+  name: "ThinClientLauncher",
+  platforms: [.macOS(.v11)],
+  products: ["ThinClientLauncherHost", "ThinClientLauncherPlugin"].map {
+    .library(name: $0, targets: [$0])
+  },
+  targets: [
+    .target(
+      name: "ThinClientLauncherHost", path: "kits", sources: ["ThinClientLauncherHost.cpp"],
+      publicHeadersPath: ".", cxxSettings: [.headerSearchPath("../ThinClientLauncher")]),
+    .target(
+      name: "ThinClientLauncherPlugin", path: ".",
+      sources: ["kits/ThinClientLauncherPlugin.cpp"] + launcher.map { "ThinClientLauncher/" + $0 },
+      publicHeadersPath: "kits", cxxSettings: [.headerSearchPath("ThinClientLauncher")],
+      linkerSettings: ["Foundation", "AppKit"].map {
+        .linkedFramework($0, .when(platforms: [.macOS]))
+      }),
+  ],
+  cxxLanguageStandard: .cxx17)

@@ -1,0 +1,5 @@
+// The plug-in application's executable in Swift: passes its arguments to the launcher library.
+
+import ThinClientLauncherPlugin
+
+ThinClientLauncherPluginRun(CommandLine.argc, CommandLine.unsafeArgv)
