@@ -89,7 +89,7 @@ TEST_F(MacCause, Code) {
       {APPLE, UNIVERSAL, {}},
       {APPLE, ARM, {}},
       {APPLE, UNSIGNED_ARM, {"unsigned-code"}},
-      {APPLE, universal({UNSIGNED_ARM, INTEL}, 8), {"unsigned-code"}},
+      {APPLE, universal({INTEL, UNSIGNED_ARM}, 8), {"unsigned-code"}},
       {APPLE, INTEL, {"no-code-for-machine"}},
       {APPLE, slice(I386, SIGNATURE, 0xfeedface), {"no-code-for-machine"}},
       {APPLE, UNIVERSAL.substr(0, UNIVERSAL.size() - ARM.size()), {"no-code-for-machine"}},

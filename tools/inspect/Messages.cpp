@@ -409,9 +409,13 @@ static Messages systemWarnings(const StartCheck& start, const CandidateFacts& ca
        isChosen && !start.neededSystem.empty(),
        "The chosen copy would not come up: it needs macOS "_t + Version{start.neededSystem} +
            ", and this is " + start.systemVersion,
-       "Update macOS, or install a build of this copy for this version."},
+       "Update macOS, or install a build of this copy for this version."}};
+}
+
+static Messages quarantineWarning(const StartCheck& start, const CandidateFacts& candidate) {
+  return {
       {"quarantined",
-       isChosen && start.isQuarantined,
+       candidate.isChosen && start.isQuarantined,
        "The chosen copy is quarantined: macOS may ask the user, refuse it, or run it from another "
        "folder, where it cannot record its safe start.",
        inBundle(
@@ -442,6 +446,7 @@ Messages warnings(const Facts& facts, const CandidateFacts& candidate) {
          timeWarnings(facts.recordCheck, candidate) + programWarnings(facts.startCheck, candidate) +
          libraryWarnings(facts.startCheck, candidate) +
          systemWarnings(facts.startCheck, candidate) +
+         quarantineWarning(facts.startCheck, candidate) +
          countWarning(facts.unwritableRecord, candidate) +
          removalWarning(facts.cleanUp.chosenTarget, candidate);
 }
