@@ -14,6 +14,13 @@ foreach(component IN ITEMS LIBRARY DEVELOPMENT TOOLS)
 
  -- ${CPACK_PACKAGE_CONTACT}  ${date}
 ")
+  # The system searches this folder anyway.
+  file(GLOB_RECURSE modules ${root}/../lib/*.pc)
+  foreach(module IN LISTS modules)
+    file(READ ${module} text)
+    string(REPLACE " -Wl,-rpath,\${libdir}" "" text "${text}")
+    file(WRITE ${module} "${text}")
+  endforeach()
   file(GLOB manuals ${root}/man/man1/*.1)
   execute_process(COMMAND gzip -9 -n -f ${doc}/changelog ${manuals} COMMAND_ERROR_IS_FATAL ANY)
 endforeach()

@@ -17,25 +17,24 @@ install(EXPORT ThinClientLauncherTargets NAMESPACE ThinClientLauncher::
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" prefix ${prefix})
+set(run_path "-Wl,-rpath,\${libdir}") # nothing else tells where a program finds the library
 function(install_pkgconfig name description link)
   configure_file(cmake/package.pc.in ${name}.pc @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
     DESTINATION ${pkgconfig_dir} COMPONENT development)
 endfunction()
 if(APPLE)
-  # Libraries are named "@rpath/..." there: a program that loads one tells where that is.
-  set(run_path " -Wl,-rpath,\${libdir}")
-  set(link_launcher -lThinClientLauncher${run_path})
+  set(link_launcher "-lThinClientLauncher ${run_path}")
   set(link_plugin "-lc++ -framework Foundation -framework AppKit -lobjc")
 else()
   # The linker searches for no other suffix than .so and .a.
-  set(link_launcher -l:libThinClientLauncher.dylib)
+  set(link_launcher "-l:libThinClientLauncher.dylib ${run_path}")
   set(link_plugin "-lstdc++ -ldl")
 endif()
 install_pkgconfig(ThinClientLauncher "Starts the newest usable copy of a plug-in for a host"
   ${link_launcher})
 install_pkgconfig(ThinClientLauncherHost "Calls the launcher library from C and catches its exceptions"
-  "-lThinClientLauncherHost${run_path}")
+  "-lThinClientLauncherHost ${run_path}")
 install_pkgconfig(ThinClientLauncherPlugin "What a plug-in needs to enter the launcher library"
   "-lThinClientLauncherPlugin ${link_plugin}")
 

@@ -13,6 +13,12 @@ function(launcher_publish target)
   if(NOT LAUNCHER_INSTALL)
     return()
   endif()
+  get_target_property(type ${target} TYPE)
+  if(type STREQUAL SHARED_LIBRARY AND NOT APPLE) # so that installed programs find it
+    set(libdir $<INSTALL_PREFIX>/${CMAKE_INSTALL_LIBDIR})
+    target_link_options(${target} INTERFACE
+      $<INSTALL_INTERFACE:$<$<NOT:$<STREQUAL:$<INSTALL_PREFIX>,/usr>>:LINKER:-rpath,${libdir}>>)
+  endif()
   install(TARGETS ${target} EXPORT ThinClientLauncherTargets
     LIBRARY COMPONENT library NAMELINK_COMPONENT development
     ARCHIVE COMPONENT development)

@@ -1,10 +1,14 @@
-/* A host in C: requests a launch through the kit for hosts.
+/* A host in C: requests a launch through the kit for hosts, and tells how far it has come.
    Usage: example_host LIBRARY CLIENT_VERSION
    Exit status: 0 the launch ran to its end, 1 it did not, 2 wrong usage. */
 
 #include <ThinClientLauncherHost.h>
 
 #include <stdio.h>
+
+static const char* const REACHED[] = {
+    "unknown",         "no start requested", "no copy to start",
+    "start requested", "entered load mode",  "started safely"};
 
 int main(int argc, char** argv) {
   if (argc != 3) {
@@ -14,8 +18,16 @@ int main(int argc, char** argv) {
   char reason[1024];
   const enum ThinClientLauncherHostStatus status =
       ThinClientLauncherHostLaunch(argv[1], argv[2], reason, sizeof reason);
-  if (status == THIN_CLIENT_LAUNCHER_HOST_RETURNED)
-    return 0;
-  fprintf(stderr, "%s: no launch (status %d): %s\n", argv[0], status, reason);
-  return 1;
+  if (status != THIN_CLIENT_LAUNCHER_HOST_RETURNED) {
+    fprintf(stderr, "%s: no launch (status %d): %s\n", argv[0], status, reason);
+    return 1;
+  }
+  char folder[4096], version[64];
+  const enum ThinClientLauncherHostProgress progress =
+      ThinClientLauncherHostAwait(5000, folder, sizeof folder, version, sizeof version);
+  printf("%s", REACHED[progress]);
+  if (progress >= THIN_CLIENT_LAUNCHER_HOST_REQUESTED)
+    printf(": %s in %s", version, folder);
+  printf("\n");
+  return 0;
 }

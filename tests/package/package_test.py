@@ -62,14 +62,13 @@ class Package(unittest.TestCase):
 
     def layOutCopy(self, bundle):
         copy = self.home / "Library/Application Support/VantuOrlixVDILauncher" / VERSION
-        shutil.copytree(bundle, copy / "OrlixVDIPlugin.app")
+        copy.mkdir(parents=True)
+        shutil.move(bundle, copy / "OrlixVDIPlugin.app")  # all that it needs lies in it
         return copy
 
     def assertLaunches(self, copy, *host):
         """The host starts the copy, which records its safe start."""
-        environment = dict(os.environ, HOME=str(self.home),
-                           LD_LIBRARY_PATH=str(next(self.prefix.glob("lib*"))))
-        run(*host, env=environment, cwd=self.home)
+        run(*host, env=dict(os.environ, HOME=str(self.home)), cwd=self.home)
         self.assertEqual((copy / "launchCount.dat").read_text(), "1")
         for _ in range(600):
             if (copy / "started.dat").exists():
@@ -82,10 +81,12 @@ class Package(unittest.TestCase):
         kit = next(self.prefix.rglob("libThinClientLauncherHost.so.?"))
         client = "45.12.0.1000"
         for host in ([folder / "example_host", library, client],
+                     [folder / "example_following_host", library, client],
                      [folder / "example_catching_host", client],
                      ["python3", SOURCE / "examples/host/host.py", kit, library, client]):
             copy = self.layOutCopy(bundle)
             self.assertLaunches(copy, *host)
+            shutil.move(copy / "OrlixVDIPlugin.app", bundle)
             shutil.rmtree(self.home)
 
     def testComponents(self):
@@ -153,12 +154,15 @@ class Package(unittest.TestCase):
         shutil.copy(SOURCE / "examples/plugin/Info.plist", bundle / "Contents")
         shutil.copy(next(self.prefix.rglob(LAUNCHER)), bundle / "Contents/Frameworks")
         compileWith("ThinClientLauncherHost", "cc", "host/Host.c", self.folder / "example_host")
+        compileWith("ThinClientLauncherHost", "c++", "host/FollowingHost.cpp",
+                    self.folder / "example_following_host")
         compileWith("ThinClientLauncher", "c++", "host/CatchingHost.cpp",
                     self.folder / "example_catching_host")
         compileWith("ThinClientLauncherPlugin", "c++", "plugin/Application.cpp",
                     bundle / "Contents/MacOS/OrlixVDIPlugin")
         compileWith("ThinClientLauncherPlugin", "c++", "plugin/MainLibrary.cpp",
-                    bundle / "Contents/Frameworks/libnexal_vdi_main.dylib", "-shared", "-fPIC")
+                    bundle / "Contents/Frameworks/libnexal_vdi_main.dylib", "-shared", "-fPIC",
+                    SOURCE / "examples/plugin/Session.cpp")
         self.assertEveryHostLaunches(self.folder, bundle)
 
     def buildParent(self, lines, target):
@@ -180,9 +184,10 @@ class Package(unittest.TestCase):
         run(SOURCE / "scripts/check-hardening.sh", next(folder.rglob(LAUNCHER)))
 
     def testFetchContent(self):
-        self.buildParent("include(FetchContent)\n"
-                         f"FetchContent_Declare(ThinClientLauncher SOURCE_DIR {SOURCE})\n"
-                         "FetchContent_MakeAvailable(ThinClientLauncher)", "parent_host")
+        folder = self.buildParent("set(BUILD_SHARED_LIBS OFF)\ninclude(FetchContent)\n"
+                                  f"FetchContent_Declare(ThinClientLauncher SOURCE_DIR {SOURCE})\n"
+                                  "FetchContent_MakeAvailable(ThinClientLauncher)", "parent_host")
+        self.assertFalse(list(folder.rglob("libThinClientLauncherHost.so*")))
 
     def testHardened(self):
         """README's plain build of the library, where nothing asks for it."""

@@ -1,0 +1,5 @@
+#include "Session.h"
+
+bool isSessionReady() {
+  return true;
+}
