@@ -46,8 +46,8 @@ ListProblem versionProblem(const std::filesystem::path& bundle);
 // list as it stands: CFBundleExecutable, or the bundle's own name.
 std::filesystem::path executableName(const std::filesystem::path& bundle);
 
-// The start of a regular file, at most this many bytes; nothing, and a reason in errno, for a file
-// of any other kind or that cannot be read. Waits for no terminal and for no end of a pipe.
+// The start of a regular file, at most this many bytes; nothing for a file of any other kind, nor,
+// with a reason in errno, for one that cannot be read. Waits for no terminal and no end of a pipe.
 std::optional<std::string> readFile(const std::filesystem::path& file, std::size_t limit);
 
 // When a file was last modified. A time that the file clock cannot represent becomes its latest

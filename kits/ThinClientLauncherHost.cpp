@@ -96,7 +96,10 @@ Status launch(const char* path, const char* clientVersion, const Answer& answer)
   return answer.give(THIN_CLIENT_LAUNCHER_HOST_FAILED, "an exception of an unknown type");
 }
 
-Status launchOnce(const char* path, const char* clientVersion, const Answer& answer) {
+// Not inlined: its caller, which a cancellation may unwind, must have nothing to clean up. The C
+// library's unwinder does not understand the tables of every C++ library.
+__attribute__((noinline)) Status
+launchOnce(const char* path, const char* clientVersion, const Answer& answer) {
   if (path == nullptr || *path == '\0') // dlopen would return the host's own program
     return answer.give(THIN_CLIENT_LAUNCHER_HOST_NOT_LOADED, "no library is named");
   const OnlyCall onlyCall;

@@ -90,9 +90,8 @@ ls /usr/local/lib'
 
 # shellcheck disable=SC2016 # expanded by the shell in the system
 use_swift='cd project
-swift build --package-path examples/swift
-built=examples/swift/.build/debug
-launcher=/usr/local/lib/libThinClientLauncher.dylib
+swift build --package-path examples/swift --scratch-path build/swift
+built=build/swift/debug launcher=/usr/local/lib/libThinClientLauncher.dylib
 copy="$HOME/Library/Application Support/VantuOrlixVDILauncher/45.12.0.900"
 contents="$copy/OrlixVDIPlugin.app/Contents"
 mkdir -p "$contents/MacOS" "$contents/Frameworks"
@@ -158,8 +157,8 @@ try_scripts() {
   done
 }
 
+lock "$roots"
 scripts/install-packages.sh roots
-mkdir -p "$roots"
 for system in "${systems[@]}"; do
   name=${system#*@}
   make_system "$name"

@@ -19,4 +19,4 @@ export CCC_OVERRIDE_OPTIONS="# ^--target=arm64-apple-macos11.0 +-arch +arm64 +-a
 +-isysroot +$sysroot +-B$sysroot/bin +-isystem +$sysroot/usr/include/libc++-config +-fuse-ld=lld"
 export CMAKE_TOOLCHAIN_FILE=$PWD/cmake/macos-cross.cmake
 scripts/run_docs.py --on "a Mac" --folder "$folder" docs/embedding.md
-PYTHONPATH=build/macos-lief python3 scripts/check_mac_files.py "$folder"
+PYTHONPATH=build/macos-lief python3 tests/macos/check_mac_files.py "$folder"

@@ -31,5 +31,12 @@ project_files() {
 # Usage: copy_project FOLDER
 copy_project() { project_files '*' | xargs -0 cp --parents -t "$1"; }
 
+# Usage: lock FOLDER: no other run of a script may use the folder until this one ends.
+lock() {
+  mkdir -p "$1"
+  exec 9>"$1.lock"
+  flock --nonblock 9 || { echo "Another run uses $1; wait until it has ended" >&2; exit 1; }
+}
+
 [ "${1:-}" != --help ] || { show_help; exit; }
 [[ $# -eq 0 || $(show_help) != *"Usage: scripts/${0##*/}" ]] || wrong_usage

@@ -64,10 +64,7 @@ fs::path applicationSupportDirectory() {
 // pipe that takes the file's place meanwhile would be waited for.
 std::optional<std::string> readFile(const fs::path& file, std::size_t limit) {
   struct stat status {};
-  if (::stat(file.c_str(), &status) != 0)
-    return std::nullopt;
-  errno = EINVAL;
-  if (!S_ISREG(status.st_mode))
+  if (::stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
     return std::nullopt;
   const Descriptor input(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   std::string text(std::min(limit, static_cast<std::size_t>(status.st_size)), '\0');

@@ -7,7 +7,6 @@
 #import <Foundation/Foundation.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <dlfcn.h>
 #include <fstream>
 
@@ -90,7 +89,6 @@ fs::path executableName(const fs::path& bundle) {
 std::optional<std::string> readFile(const fs::path& file, std::size_t limit) {
   std::error_code error;
   std::ifstream stream;
-  errno = EINVAL;
   if (fs::is_regular_file(file, error))
     stream.open(file, std::ios::binary);
   if (!stream.is_open())

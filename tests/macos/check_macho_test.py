@@ -14,9 +14,10 @@ import sys
 import tempfile
 import unittest
 
+import check_mac_files
+
 HERE = pathlib.Path(__file__).resolve().parent
 sys.path[:0] = [str(HERE.parents[1] / "scripts"), str(HERE / "machine")]
-import check_mac_files  # noqa: E402  (needs the path above)
 import check_macho  # noqa: E402  (needs the path above)
 import relink  # noqa: E402
 from check_macho import TYPES, MachO  # noqa: E402

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <utility>
 
@@ -17,8 +18,6 @@ struct Glyph {
   std::size_t width;
 };
 
-} // namespace
-
 // The columns of a character that is not printed: unassigned, or invisible, which may reorder or
 // join the text around it.
 constexpr int HIDDEN = -1;
@@ -28,13 +27,13 @@ struct Range {
   int columns;
 };
 
-constexpr Range RANGES[] = {
-#include "Characters.inc"
-};
+#include "Characters.inc" // RANGES
+
+} // namespace
 
 static int columnsOf(char32_t character) {
   const auto isBefore = [](char32_t sought, const Range& range) { return sought < range.first; };
-  return std::upper_bound(std::begin(RANGES), std::end(RANGES), character, isBefore)[-1].columns;
+  return std::prev(std::upper_bound(RANGES.begin(), RANGES.end(), character, isBefore))->columns;
 }
 
 static std::size_t lengthAfter(unsigned char lead) {
@@ -46,7 +45,7 @@ static std::size_t lengthAfter(unsigned char lead) {
 }
 
 static bool isCharacter(char32_t value, std::size_t length) {
-  constexpr char32_t SMALLEST[] = {0, 0, 0x80, 0x800, 0x10000};
+  constexpr std::array<char32_t, 5> SMALLEST{0, 0, 0x80, 0x800, 0x10000};
   const bool isSurrogate = value >= 0xD800 && value <= 0xDFFF;
   return length > 0 && value >= SMALLEST[length] && value <= 0x10FFFF && !isSurrogate;
 }

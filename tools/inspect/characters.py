@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes the ranges of characters that DisplayText.cpp knows, each as its first character and columns.
+"""Writes RANGES of characters for DisplayText.cpp, each as its first character and its columns.
 
 Usage: characters.py FILE
 
@@ -32,4 +32,4 @@ for code in range(sys.maxunicode + 1):
         ranges.append(f"{{{code:#x}, {found}}},\n")
     last = found
 with open(sys.argv[1], "w", encoding="utf-8") as file:
-    file.writelines(ranges)
+    file.writelines([f"constexpr std::array<Range, {len(ranges)}> RANGES{{{{\n", *ranges, "}};\n"])

@@ -10,7 +10,8 @@ check_macho.py does. Exit status: 0 all hold, 1 one does not or there is none, 2
 import pathlib
 import sys
 
-import check_macho
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts"))
+import check_macho  # noqa: E402  (needs the path above)
 
 MACH_O = bytes.fromhex("cafebabe"), bytes.fromhex("cffaedfe")  # both architectures, or one
 ON_RUN_PATH = "@rpath/"
