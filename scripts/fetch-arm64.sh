@@ -24,16 +24,22 @@ apt=$PWD/$root/apt
 
 # Usage: apt PROGRAM OPTION ...: with a state of its own, and the sources of this machine.
 apt() {
-  "$1" -qq -o APT::Architecture=arm64 -o APT::Architectures=arm64 -o APT::Sandbox::User=root -o Debug::NoLocking=1 \
-    -o Dir::State="$apt" -o Dir::State::status="$apt/status" -o Dir::Cache="$apt" "${@:2}"
+  "$1" -qq -o APT::Architecture=arm64 -o APT::Architectures=arm64 -o APT::Sandbox::User=root \
+    -o Debug::NoLocking=1 -o Dir::State="$apt" -o Dir::State::status="$apt/status" \
+    -o Dir::Cache="$apt" "${@:2}"
+}
+fail() {
+  echo "fetch-arm64.sh: this machine's sources of packages give none for arm64 (see above)." >&2
+  echo "NO CODE FOR ARM64 WAS RUN. Restore the connection, or use Debian, and run this again." >&2
+  exit 1
 }
 touch "$apt/status"
-apt apt-get update
+apt apt-get update || fail
 { apt apt-cache show --no-all-versions "${left_out[@]}" 2>/dev/null || true; } |
   sed -n 's/^Package: .*/&\nStatus: hold ok installed/p; /^\(Version\|Architecture\|Provides\):/p; /^$/p' \
     >"$apt/held"
 mv "$apt/held" "$apt/status"
-apt apt-get install --yes --no-install-recommends --download-only "${wanted[@]}"
+apt apt-get install --yes --no-install-recommends --download-only "${wanted[@]}" || fail
 for package in "$apt"/archives/*.deb; do
   dpkg-deb --fsys-tarfile "$package" | tar --extract --keep-directory-symlink --directory "$root"
 done

@@ -17,8 +17,6 @@ import subprocess
 import sys
 import time
 
-from universalmutator import mutator
-
 RULES = ["universal.rules", "c_like.rules", "cpp.rules"]
 # A suite may take this many times its time without a mutant, but no less than the seconds; a mutant
 # that takes longer is noticed.
@@ -28,6 +26,10 @@ TIME_FACTOR, LEAST_LIMIT = 5, 30
 SUITES = {"unit": "tests/unit/unit_tests", "macos": "tests/macos/macos_bridge_tests",
           "hostile": "tests/hostile/hostile_tests", "inspect": "tests/inspect/inspect_tests",
           "kits": "tests/kits/kits_tests", "e2e": "tests/e2e/e2e_tests"}
+
+# --die-with-parent and the process namespace end what a mutant leaves.
+SANDBOX = ["bwrap", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc", "--unshare-pid",
+           "--cap-add", "ALL", "--die-with-parent"]
 
 Mutant = collections.namedtuple("Mutant", "file line text")
 
@@ -41,6 +43,8 @@ def suites_for(file):
 
 
 def mutants_of(source, file):
+    from universalmutator import mutator  # other programs use this one's sandbox without it
+
     lines = (source / file).read_text().splitlines(keepends=True)
     code = [line if not line.lstrip().startswith(("#", "//")) else "\n" for line in lines]
     with contextlib.redirect_stdout(io.StringIO()):  # it prints what it does
@@ -72,10 +76,8 @@ def builds(build, suite):
 
 
 def notices(build, suite, limit=None):
-    """Whether a test fails. --die-with-parent and the process namespace end what a mutant leaves."""
-    sandbox = ["bwrap", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc", "--unshare-pid",
-               "--cap-add", "ALL", "--die-with-parent"]
-    return run([*sandbox, str(build / SUITES[suite]), "--gtest_fail_fast"], limit) != 0
+    """Whether a test fails."""
+    return run([*SANDBOX, str(build / SUITES[suite]), "--gtest_fail_fast"], limit) != 0
 
 
 def limit_of(build, suite):

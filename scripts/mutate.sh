@@ -3,12 +3,20 @@
 # notice. Not part of CI. About a quarter of a minute per mutant; the last line is the score.
 # Usage: scripts/mutate.sh [SEED [MUTANTS [FILE ...]]]    (seed 1, 100 mutants of all sources)
 #
+# Instead of a FILE, machine-code inverts so many branches of the library for macOS, for each
+# architecture: scripts/mutate.sh 1 40 machine-code.
+#
 # Works on a copy of the sources in build/mutants. The tests of a mutant see the machine's
 # files read-only, since it may delete what it should not.
 source "$(dirname "$0")/usage.sh" || exit
 
 seed=${1:-1} mutants=${2:-100}
 [[ $seed =~ ^[0-9]+$ && $mutants =~ ^[1-9][0-9]*$ ]] || wrong_usage
+if [ "${3:-}" = machine-code ]; then
+  scripts/check-macos.sh
+  scripts/run-machine-code.sh build/macos-cross/ThinClientLauncher/libThinClientLauncher.dylib "${@:1:2}"
+  exit
+fi
 files=("${@:3}")
 [ "${#files[@]}" -gt 0 ] ||
   mapfile -d '' files < <(project_files 'ThinClientLauncher/*.'{cpp,mm,h} 'tools/*.'{cpp,h})

@@ -1,17 +1,21 @@
 #!/usr/bin/env bash
 # Runs the machine code of the library for macOS: the tests of the rules and of the bridge, and random
 # homes in comparison with the library for Linux. An emulator runs what this machine's processor does not.
-# Usage: scripts/run-machine-code.sh LIBRARY
+# With SEED and MUTANTS, it also inverts so many branches, and tells how many the tests notice.
+# Usage: scripts/run-machine-code.sh LIBRARY [SEED MUTANTS]
 source "$(dirname "$0")/usage.sh" || exit
-[[ $# -eq 1 && $1 != -* ]] || wrong_usage
-library=$(realpath "$1")
+[[ ($# -eq 1 || $# -eq 3) && $1 != -* ]] || wrong_usage
+library=$(realpath "$1") mutation=("${@:2}")
+use_llvm
+unset CPATH LIBRARY_PATH # they name libraries of this machine's own architecture
+export PYTHONPATH=$PWD/build/macos-lief
 
 # GNUstep reports every property list that is damaged on purpose.
 reports=build/macos-reports
-# Usage: run PROGRAM OPTION ...: in a process namespace, since a forked child can hang in the emulator.
+# Usage: run PROGRAM: in a process namespace, since a forked child can hang in the emulator.
 run() {
   bwrap --dev-bind / / --proc /proc --unshare-pid --cap-add ALL --die-with-parent "${emulator[@]}" \
-    "$machine/$1" --gtest_brief=1 "${@:2}" 2>$reports || { tail -n 20 $reports >&2; exit 1; }
+    "$machine/$1" --gtest_brief=1 2>$reports || { tail -n 20 $reports >&2; exit 1; }
 }
 
 # Usage: build_and_run ARCHITECTURE FOLDER
@@ -20,9 +24,10 @@ build_and_run() {
   cmake --build "$2" --target machine_tests machine_comparison
   echo "The machine code for $1:"
   # A message to a released object, then a zombie, ends the program.
-  NSZombieEnabled=YES CRASH_ON_ZOMBIE=YES run machine_tests --gtest_filter='-Heap.*'
-  run machine_tests --gtest_filter='Heap.*'
+  NSZombieEnabled=YES CRASH_ON_ZOMBIE=YES run machine_tests
   run machine_comparison
+  [ "${#mutation[@]}" -eq 0 ] || python3 tests/macos/machine/mutate_branches.py "$1" "$library" \
+    "$machine" "${mutation[@]}" "${emulator[@]}"
 }
 
 emulator=()

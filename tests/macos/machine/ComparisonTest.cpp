@@ -8,8 +8,10 @@
 
 #include <algorithm>
 #include <dlfcn.h>
+#include <malloc.h>
 #include <random>
 #include <set>
+#include <utility>
 
 namespace fs = std::filesystem;
 namespace fake = test::FakePlatform;
@@ -61,6 +63,8 @@ std::vector<std::string> contentOf(const fs::directory_entry& entry) {
 // One home at a time, under a path that only it has: Foundation remembers bundles by their path.
 class Comparison : public testing::Test {
 protected:
+  ~Comparison() override { fake::reset(); } // the code of its handlers is still mapped
+
   // Lays the home of this number out, launches there and removes it.
   Outcome launch(const Library& library, unsigned number) {
     const fs::path folder = scratch.path() / std::to_string(number);
@@ -68,7 +72,11 @@ protected:
     std::mt19937 random(number);
     const test::RandomHome content([&](std::size_t limit) { return random() % limit; }, folder);
     supplyOtherPlace(folder);
-    comparable = std::none_of(content.entries.begin(), content.entries.end(), isBeyondGnustep);
+    const auto isIn = [&](bool (*property)(const test::RandomEntry&)) {
+      return std::any_of(content.entries.begin(), content.entries.end(), property);
+    };
+    comparable = !isIn(isBeyondGnustep);
+    readable = comparable && !isIn(isUnreadable);
 
     fs::current_path(content.workingDirectory);
     EXPECT_EQ(library.call({"host", "launchermode", content.clientVersion}), 0);
@@ -93,11 +101,37 @@ protected:
     return true;
   }
 
+  // The first homes in which GNUstep can read every property list. Else it loses memory itself.
+  std::vector<unsigned> readableHomes(std::size_t count) {
+    std::vector<unsigned> numbers;
+    for (unsigned number = 1; numbers.size() < count; ++number) {
+      launch(macos, number);
+      if (readable)
+        numbers.push_back(number);
+    }
+    return numbers;
+  }
+
+  // In use after a launch in each of these homes, and as many in load mode.
+  std::size_t bytesAfterLaunches(const std::vector<unsigned>& homes) {
+    for (const unsigned number : homes) {
+      fake::reset();
+      launch(macos, number);
+      fake::answerStart(std::nullopt);
+      macos.call({"app", "loadmode"});
+    }
+    return mallinfo2().uordblks;
+  }
+
 private:
   // Foundation expresses no name that is not UTF-8; a Mac's file systems have none. GNUstep takes a
   // backslash for a separator.
   static bool isBeyondGnustep(const test::RandomEntry& entry) {
     return entry.name == "\xFF\xFE" || entry.name == "back\\slash";
+  }
+
+  static bool isUnreadable(const test::RandomEntry& entry) {
+    return entry.hasBundle && entry.version.empty();
   }
 
   // The library for Linux looks for property lists elsewhere than GNUstep.
@@ -130,7 +164,7 @@ private:
   const Library macos{MACHINE_CODE};
 
   // The last home.
-  bool comparable = false;
+  bool comparable = false, readable = false;
   std::string log;
 };
 
@@ -146,6 +180,15 @@ TEST_F(Comparison, RandomHomes) {
     compared += compare(number) ? 1 : 0;
   }
   EXPECT_EQ(compared, HOMES);
+}
+
+// A cache may grow once or twice. What a launch loses, it loses each time.
+TEST_F(Comparison, LeavesNoMemory) {
+  const auto homes = readableHomes(20);
+  std::size_t before = bytesAfterLaunches(homes), after = bytesAfterLaunches(homes);
+  for (int round = 0; round < 4 && after != before; ++round)
+    before = std::exchange(after, bytesAfterLaunches(homes));
+  EXPECT_EQ(after, before);
 }
 
 // --- Loading and unloading ---

@@ -1,15 +1,11 @@
-// What the machine code retains or allocates, it gives back.
+// What the code that ARC made retains, it releases.
 
 #include "BridgeTest.h"
 #include "ThinClientLauncherEntryPoint.h"
 
-#include <malloc.h>
-#include <utility>
-
 #undef NDEBUG // hides the functions that count objects
 #import <Foundation/NSDebug.h>
 
-namespace fs = std::filesystem;
 namespace fake = test::FakePlatform;
 
 namespace {
@@ -39,31 +35,6 @@ TEST_F(Objects, Balance) {
     launch("no such application");
   }
   EXPECT_EQ(changes(), "There are NO newly allocated or deallocated object!\n");
-}
-
-// Neither for valgrind, whose heap reports no size, nor with zombies, which stay.
-class Heap : public Objects {
-protected:
-  // The bytes in use after so many more rounds.
-  static std::size_t sizeAfter(int rounds) {
-    for (int round = 0; round < rounds; ++round) {
-      launch(std::nullopt);
-      launch("no such application");
-      enter(ThinClientLauncherEntryPoint, {"app", "loadmode"});
-      fake::reset();
-    }
-    return mallinfo2().uordblks;
-  }
-};
-
-TEST_F(Heap, StaysTheSame) {
-  fs::copy_file(MAIN_LIBRARY, frameworks() / "libnexal_vdi_main.dylib");
-  test::Copy copy(launcherDirectory() / "45.12.0.900", "45.12.0.900");
-  copy.startedSafely();
-  std::size_t before = sizeAfter(40), after = sizeAfter(20);
-  if (after != before) // a cache may grow once; what is lost is lost again
-    before = std::exchange(after, sizeAfter(20));
-  EXPECT_EQ(after, before);
 }
 
 } // namespace
