@@ -96,10 +96,7 @@ Status launch(const char* path, const char* clientVersion, const Answer& answer)
   return answer.give(THIN_CLIENT_LAUNCHER_HOST_FAILED, "an exception of an unknown type");
 }
 
-// Not inlined: its caller, which a cancellation may unwind, must have nothing to clean up. The C
-// library's unwinder does not understand the tables of every C++ library.
-__attribute__((noinline)) Status
-launchOnce(const char* path, const char* clientVersion, const Answer& answer) {
+Status launchOnce(const char* path, const char* clientVersion, const Answer& answer) {
   if (path == nullptr || *path == '\0') // dlopen would return the host's own program
     return answer.give(THIN_CLIENT_LAUNCHER_HOST_NOT_LOADED, "no library is named");
   const OnlyCall onlyCall;
@@ -114,14 +111,21 @@ LaunchProgress::Progress awaitProgress(unsigned int milliseconds) try {
   return {};
 }
 
+// Not inlined: its caller, which a cancellation may unwind, must have nothing to clean up. The C
+// library's unwinder does not understand the tables of every C++ library.
+template <typename Action>
+__attribute__((noinline)) auto perform(const Action& action) {
+  return action();
+}
+
 // Cancellation would leave the launcher at a file operation, with its log open, and end the process
 // where everything is caught. An asynchronous one takes effect where it is enabled again, which
 // must be in no destructor and beside no object that has one.
 template <typename Action>
-auto withoutCancellation(Action action) {
+auto withoutCancellation(const Action& action) {
   int before = PTHREAD_CANCEL_ENABLE;
   ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
-  const auto result = action();
+  const auto result = perform(action);
   ::pthread_setcancelstate(before, nullptr);
   return result;
 }

@@ -7,8 +7,12 @@
 #include <stdio.h>
 
 static const char* const REACHED[] = {
-    "unknown",         "no start requested", "no copy to start",
-    "start requested", "entered load mode",  "started safely"};
+    "unknown",
+    "no start requested",
+    "no copy to start",
+    "start requested",
+    "entered load mode",
+    "started safely"};
 
 int main(int argc, char** argv) {
   if (argc != 3) {

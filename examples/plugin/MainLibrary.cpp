@@ -1,5 +1,6 @@
-// The plug-in's main library, which does its work through a library of its own. A real one would work
-// here until the session ends, and record the safe start once it works; this one only records it.
+// The plug-in's main library, which does its work through a library of its own. A real one would
+// work here until the session ends, and record the safe start once it works; this one only records
+// it.
 
 #include "Session.h"
 

@@ -96,7 +96,8 @@ class WithoutTools(unittest.TestCase):
              "rm": f'''for path; do case $(realpath -m -- "$path") in
                 "$ROOT"/*|/dev/shm/launcher-fuzz.*) ;; *) [[ $path == -* ]] || {{ echo "rm: refused $path" >&2; exit 1; }}
                 esac; done; {shutil.which("rm")} "$@"'''}
-    ARGUMENTS = {"check-hardening.sh": ["/bin/true"], "install-packages.sh": ["build", "gnustep"],
+    ARGUMENTS = {"check-hardening.sh": ["/bin/true"], "fetch-arm64.sh": ["build/arm64"],
+                 "run-machine-code.sh": ["none"], "install-packages.sh": ["build", "gnustep"],
                  "fetch-python.sh": ["scripts/mutants-requirements.txt", "build/python"]}
 
     def setUp(self):
