@@ -16,10 +16,8 @@ scripts/install-packages.sh build macos python test gnustep libcxx faults
 use_llvm
 scripts/fetch-python.sh scripts/lief-requirements.txt "$lief"
 scripts/fetch-python.sh scripts/macos-sysroot/requirements.txt "$ziglang" --platform manylinux_2_12_x86_64
-scripts/fetch-libcxx.sh
 llvm=$(dirname "$(dirname "$(command -v llvm-nm)")")
-python3 scripts/macos-sysroot/lay_out.py \
-  "$ziglang" "$llvm" build/macos-libcxx/usr/lib/llvm-11/lib "$sysroot"
+python3 scripts/macos-sysroot/lay_out.py "$ziglang" "$llvm" "$sysroot"
 
 # Either would lead the compiler to this machine's own headers and libraries.
 unset CPATH LIBRARY_PATH

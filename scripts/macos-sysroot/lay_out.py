@@ -1,29 +1,18 @@
 #!/usr/bin/env python3
 """Creates a folder in which clang and lld find what a build for macOS needs.
 
-Usage: lay_out.py ZIGLANG LLVM LIBCXX SYSROOT
+Usage: lay_out.py ZIGLANG LLVM SYSROOT
 
-ZIGLANG is the folder that holds the package of requirements.txt, LLVM the folder of Debian's LLVM,
-LIBCXX that of the libraries of libc++ 11. SYSROOT is replaced.
+ZIGLANG is the folder that holds the package of requirements.txt, LLVM the folder of Debian's LLVM.
+SYSROOT is replaced.
 """
 
 import pathlib
 import re
 import shutil
-import subprocess
 import sys
 
 OWN = pathlib.Path(__file__).resolve().parent
-
-LIBCXX_STUB = """--- !tapi-tbd
-tbd-version: 4
-targets: [ x86_64-macos, arm64-macos ]
-install-name: '/usr/lib/libc++.1.dylib'
-exports:
-  - targets: [ x86_64-macos, arm64-macos ]
-    symbols: [ {symbols} ]
-...
-"""
 
 # What launcher-inspect takes from packages of headers: the package, its folder, its target.
 HEADER_PACKAGE = """add_library({target} INTERFACE IMPORTED)
@@ -52,16 +41,6 @@ def copy_header_packages(sysroot):
         configuration.write_text(HEADER_PACKAGE.format(target=target))
 
 
-def write_libcxx_stub(llvm, libcxx, sysroot):
-    """Names what macOS 11 has, so that the linker refuses the rest."""
-    listing = subprocess.run(
-        [llvm / "bin/llvm-nm", "--dynamic", "--defined-only", "--format=just-symbols"]
-        + [libcxx / name for name in ("libc++.so.1", "libc++abi.so.1")],
-        check=True, capture_output=True, text=True).stdout
-    symbols = sorted({"_" + name for name in re.findall(r"^(_\w+)", listing, re.MULTILINE)})
-    (sysroot / "usr/lib/libc++.tbd").write_text(LIBCXX_STUB.format(symbols=", ".join(symbols)))
-
-
 def write_libcxx_configuration(llvm, sysroot):
     """Turns on in a copy of Debian's file the availability checks that keep out what macOS 11 lacks."""
     configuration = (llvm / "include/c++/v1/__config_site").read_text()
@@ -76,11 +55,10 @@ def write_libcxx_configuration(llvm, sysroot):
     (folder / "__config_site").write_text(checked)
 
 
-def main(ziglang, llvm, libcxx, sysroot):
+def main(ziglang, llvm, sysroot):
     shutil.rmtree(sysroot, ignore_errors=True)
     copy_headers_and_stubs(ziglang / "ziglang", sysroot)
     copy_header_packages(sysroot)
-    write_libcxx_stub(llvm, libcxx, sysroot)
     write_libcxx_configuration(llvm, sysroot)
     # The compiler calls the tool that joins the architectures by this name.
     (sysroot / "bin").mkdir()
@@ -88,6 +66,6 @@ def main(ziglang, llvm, libcxx, sysroot):
 
 
 if __name__ == "__main__":
-    if len(sys.argv) != 5:
-        sys.exit("Usage: lay_out.py ZIGLANG LLVM LIBCXX SYSROOT")
+    if len(sys.argv) != 4:
+        sys.exit("Usage: lay_out.py ZIGLANG LLVM SYSROOT")
     main(*map(pathlib.Path, sys.argv[1:]))
