@@ -12,15 +12,17 @@ export PYTHONPATH=$PWD/build/macos-lief
 
 # GNUstep reports every property list that is damaged on purpose.
 reports=build/macos-reports
-# Usage: run PROGRAM: in a process namespace, since a forked child can hang in the emulator.
+export TMPDIR=${TMPDIR:-/tmp}
+# Usage: run PROGRAM [OPTION ...]: in a process namespace, since a forked child can hang in the emulator.
 run() {
-  bwrap --dev-bind / / --proc /proc --unshare-pid --cap-add ALL --die-with-parent "${emulator[@]}" \
-    "$machine/$1" --gtest_brief=1 2>$reports || { tail -n 20 $reports >&2; exit 1; }
+  bwrap --ro-bind / / --bind "$TMPDIR" "$TMPDIR" --dev-bind /dev /dev --proc /proc --unshare-pid \
+    --cap-add ALL --die-with-parent "${emulator[@]}" "$machine/$1" --gtest_brief=1 "${@:2}" 2>$reports ||
+    { tail -n 20 $reports >&2; exit 1; }
 }
 
 # Usage: build_and_run ARCHITECTURE FOLDER
 build_and_run() {
-  local machine=$2/tests/macos/machine
+  local machine=$PWD/$2/tests/macos/machine
   cmake --build "$2" --target machine_tests machine_comparison
   echo "The machine code for $1:"
   # A message to a released object, then a zombie, ends the program.
@@ -35,10 +37,11 @@ if [ "$(uname -m)" = x86_64 ]; then
   cmake --preset libcxx -DMAC_LIBRARY="$library" >/dev/null
   build_and_run x86_64 build/libcxx
   # Finds uses of released memory. Values that were never set also occur in GoogleTest and GNUstep.
-  valgrind --quiet --error-exitcode=1 --undef-value-errors=no \
-    --suppressions=tests/macos/machine/valgrind-suppressions.txt \
-    build/libcxx/tests/macos/machine/machine_tests --gtest_brief=1 \
-    --gtest_filter='Start.*:Objects.*:WholeLaunch.*'
+  emulator=(valgrind --quiet --error-exitcode=1 --undef-value-errors=no --vgdb=no
+    --suppressions=tests/macos/machine/valgrind-suppressions.txt)
+  machine=$PWD/build/libcxx/tests/macos/machine \
+    run machine_tests --gtest_filter='Start.*:Objects.*:WholeLaunch.*'
+  emulator=()
 fi
 
 [ "$(uname -m)" = aarch64 ] || emulator=(qemu-aarch64)

@@ -17,8 +17,8 @@ MACH_O = bytes.fromhex("cafebabe"), bytes.fromhex("cffaedfe")  # both architectu
 ON_RUN_PATH = "@rpath/"
 
 
-def faults_of_run_path(binary):
-    paths = check_macho.run_paths(binary)
+def faults_of_run_path(binary, folder):
+    paths = [path.replace("@loader_path", str(folder)) for path in check_macho.run_paths(binary)]
     own = [name for command, name in check_macho.libraries(binary)
            if command != check_macho.TYPES.ID_DYLIB and not name.startswith(check_macho.SYSTEM)]
     return check_macho.unless(own or not paths, f"it needs none of {paths}") + [
@@ -27,16 +27,17 @@ def faults_of_run_path(binary):
         or not any((pathlib.Path(path) / name[len(ON_RUN_PATH):]).exists() for path in paths)]
 
 
-def checks_of_linked(binary):
+def checks_of_linked(binary, folder):
     names = check_macho.names_of(binary, check_macho.TYPES.ID_DYLIB)
     yield "install name", [name for name in names if not name.startswith(ON_RUN_PATH)]
-    yield "run path", faults_of_run_path(binary)
+    yield "run path", faults_of_run_path(binary, folder)
 
 
-def faults_of(data):
+def faults_of(data, folder=None):
+    """Of a file in this folder."""
     try:
         return [f"{where}: {what}: {fault}" for where, what, faults
-                in check_macho.checks(data, checks_of_linked) for fault in faults]
+                in check_macho.checks(data, lambda binary: checks_of_linked(binary, folder)) for fault in faults]
     except check_macho.Malformed as fault:
         return [str(fault)]
 
@@ -47,7 +48,7 @@ def main(folder):
              and path.read_bytes().startswith(MACH_O)]
     failed = not files
     for file in files:
-        faults = faults_of(file.read_bytes())
+        faults = faults_of(file.read_bytes(), file.parent)
         print(f"{'FAILED' if faults else 'ok':6}  {file.relative_to(folder)}", *faults, sep="\n        ")
         failed = failed or bool(faults)
     print(f"{len(files)} files for a Mac checked")

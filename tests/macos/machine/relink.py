@@ -29,8 +29,9 @@ REPLACED = {
 MESSAGES = {
     **dict.fromkeys((
         "UTF8String", "bundleWithPath:", "class", "configuration", "count", "dictionary",
-        "fileURLWithPath:", "firstObject", "infoDictionary", "localizedDescription", "objectAtIndex:",
-        "objectForKey:", "openApplicationAtURL:configuration:completionHandler:", "setArguments:",
+        "executablePath", "fileURLWithPath:", "firstObject", "infoDictionary", "localizedDescription",
+        "mainBundle", "objectAtIndex:", "objectForKey:",
+        "openApplicationAtURL:configuration:completionHandler:", "setArguments:",
         "setCreatesNewApplicationInstance:", "setEnvironment:", "setPromptsUserIfNeeded:",
         "sharedWorkspace", "stringWithUTF8String:"), 0),
     "isKindOfClass:": 1,
@@ -41,7 +42,7 @@ MESSAGES = {
 FUNCTIONS = set("""
     NSLog NSSearchPathForDirectoriesInDomains _Unwind_Resume __bzero __cxa_allocate_exception
     __cxa_atexit __cxa_begin_catch __cxa_end_catch __cxa_free_exception __cxa_guard_acquire
-    __cxa_guard_release __cxa_throw __gxx_personality_v0 __stack_chk_fail dladdr dlerror dlopen dlsym
+    __cxa_guard_release __cxa_throw __gxx_personality_v0 __stack_chk_fail bzero dladdr dlerror dlopen dlsym
     fclose fflush fopen fread fseek fseeko ftello fwrite getenv localtime_r memchr memcmp memcpy memmove
     memset objc_autoreleasePoolPop objc_autoreleasePoolPush objc_autoreleaseReturnValue objc_msgSend
     objc_release objc_retain objc_retainAutorelease objc_retainAutoreleasedReturnValue sched_yield setbuf
