@@ -257,6 +257,8 @@ void reportWithoutWaiting(const std::string& failure) {
   const std::string line = "<" + std::to_string(LOG_USER | LOG_ERR) + ">" +
                            program_invocation_short_name + ": Failed to run the app: " + failure;
   const Descriptor sender(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  if (sender < 0)
+    return;
   ::sendto(
       sender, line.data(), line.size(), 0, reinterpret_cast<const sockaddr*>(&log), sizeof log);
 }

@@ -133,6 +133,7 @@ fs::path imagePath(const void* code) {
 }
 
 fs::path startedProgram() {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel passes addresses as numbers
   const auto* const path = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
   return isAbsolute(path) ? path : "";
 }

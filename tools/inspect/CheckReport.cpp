@@ -3,6 +3,7 @@
 #include "DisplayText.h"
 
 #include <algorithm>
+#include <array>
 #include <initializer_list>
 #include <vector>
 
@@ -73,10 +74,11 @@ CheckStatus checkStatusOf(const Report& report) {
 }
 
 static std::string line(CheckStatus status, const std::string& text) {
-  constexpr const char* NAMES[] = {"OK", "WARNING", "CRITICAL", "UNKNOWN"};
+  constexpr std::array NAMES{"OK", "WARNING", "CRITICAL", "UNKNOWN"};
   std::string shown = escape(text);
   std::replace(shown.begin(), shown.end(), '|', '/'); // it would begin performance data
-  return std::string("LAUNCHER ") + NAMES[status] + " - " + shown + "\n";
+  return std::string("LAUNCHER ") + NAMES.at(static_cast<std::size_t>(status)) + " - " + shown +
+         "\n";
 }
 
 std::string toCheckLine(const Report& report) {
