@@ -9,6 +9,9 @@ let bridge = "linux/Platform.cpp"
 let bridge = "macos/LauncherHelper.mm"
 #endif
 let launcher = ["Folders.cpp", "LibraryLoading.cpp", "Logger.cpp", bridge]
+let headers: [CXXSetting] = ["ThinClientLauncher", "tools/inspect"].map {
+  .headerSearchPath("../" + $0)
+}
 
 let package = Package(
   name: "ThinClientLauncher",
@@ -18,12 +21,17 @@ let package = Package(
   },
   targets: [
     .target(
-      name: "ThinClientLauncherHost", path: "kits", sources: ["ThinClientLauncherHost.cpp"],
-      publicHeadersPath: ".", cxxSettings: [.headerSearchPath("../ThinClientLauncher")]),
+      name: "ThinClientLauncherHost", dependencies: ["LauncherSources"], path: "kits",
+      sources: ["ThinClientLauncherHost.cpp", "LaunchProgress.cpp"],
+      publicHeadersPath: ".", cxxSettings: headers),
     .target(
-      name: "ThinClientLauncherPlugin", path: ".",
-      sources: ["kits/ThinClientLauncherPlugin.cpp"] + launcher.map { "ThinClientLauncher/" + $0 },
-      publicHeadersPath: "kits", cxxSettings: [.headerSearchPath("ThinClientLauncher")],
+      name: "ThinClientLauncherPlugin", dependencies: ["LauncherSources"], path: "kits",
+      sources: ["ThinClientLauncherPlugin.cpp"], publicHeadersPath: ".", cxxSettings: headers),
+    .target( // what both kits share, since no source may belong to two targets
+      name: "LauncherSources", path: ".",
+      sources: launcher.map { "ThinClientLauncher/" + $0 } + ["tools/inspect/LaunchLog.cpp"],
+      publicHeadersPath: "ThinClientLauncher",
+      cxxSettings: [.headerSearchPath("ThinClientLauncher")],
       linkerSettings: ["Foundation", "AppKit"].map {
         .linkedFramework($0, .when(platforms: [.macOS]))
       }),
