@@ -29,7 +29,7 @@ constexpr std::size_t WIDE = 138;
 // A command is never broken, so that it can be pasted.
 bool isForPasting(const std::string& line) {
   const auto text = line.find_first_not_of(' ');
-  return line.rfind("  journalctl ", 0) == 0 || line.compare(text, 3, "~/'") == 0;
+  return line.rfind("  journalctl ", 0) == 0 || line.compare(text, 2, "'/") == 0;
 }
 
 // What precedes a text in its line.
@@ -73,8 +73,10 @@ TEST_F(TextReport, StacksBelowSeventyColumns) {
 }
 
 TEST_F(TextReport, KeepsWithinTheWidth) {
+  Facts quoted = sampleFacts(); // with a name that looks like a path for pasting
+  quoted.decisions.candidates[6].decision.dir /= "a '" + std::string(200, 'z') + "'";
   for (const std::size_t width : {40u, 69u, 70u, 80u, 100u, 132u, 200u}) {
-    for (Facts facts : {sampleFacts(), oddFacts()}) {
+    for (Facts facts : {sampleFacts(), oddFacts(), quoted}) {
       for (facts.explained = 0; facts.explained < facts.decisions.candidates.size();
            ++*facts.explained) {
         for (const auto layout : {toText, toBriefText, toExplanation}) {

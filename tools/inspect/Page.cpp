@@ -19,9 +19,11 @@ void Page::line(const std::string& text, const Style& style) {
   page += '\n';
 }
 
-// Where the quoted path begins that ends a text; its length if none does.
+constexpr const char* REMEDY = "Remedy: ";
+
+// Where the quoted path begins that ends a remedy; the length of a text without one.
 static std::size_t findPath(const std::string& text) {
-  const std::size_t start = std::min(text.find(" '"), text.find(" ~/'"));
+  const std::size_t start = text.rfind(REMEDY, 0) == 0 ? text.find(" '") : std::string::npos;
   return start == std::string::npos || text.back() != '\'' ? text.size() : start + 1;
 }
 
@@ -73,7 +75,7 @@ std::string textOf(const Report& message) {
 }
 
 std::string remedyOf(const Report& message) {
-  return message.contains("remedy") ? "Remedy: " + message.at("remedy").get<std::string>() : "";
+  return message.contains("remedy") ? REMEDY + message.at("remedy").get<std::string>() : "";
 }
 
 std::string nameOf(const std::string& path) {

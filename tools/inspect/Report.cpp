@@ -76,11 +76,9 @@ private:
   std::string shown(const Path& path) const { return redaction.path(path); }
   std::string shown(const std::string& text) const { return redaction.text(text); }
 
-  // A path in a remedy, for pasting into a shell. The tilde must stand outside of the quotes.
+  // A path in a remedy, for pasting into a shell, whose tilde may be another home.
   std::string shown(const Inside& file) const {
-    const std::string path = redaction.path(file.path());
-    const std::size_t start = path.rfind("~/", 0) == 0 ? 2 : 0;
-    return path.substr(0, start) + quoted(path.substr(start));
+    return quoted(redaction.text(file.path().string()));
   }
 
   std::string shown(const Version& version) const {
