@@ -299,6 +299,9 @@ TEST_F(Problem, ChangedTimes) {
   test::setModificationTime(copy.dir() / "launch.dat", 1'000'000'000);
   test::setModificationTime(copy.dir() / "started.dat", 1'000'000'000);
   EXPECT_THAT(codes(report()["warnings"]), ElementsAre("times-changed"));
+  test::writeFile(copy.dir() / "launch.dat", "-9223372036854775808");
+  test::setModificationTime(copy.dir() / "launch.dat", 0);
+  EXPECT_THAT(codes(report()["warnings"]), ElementsAre("times-changed"));
 }
 
 TEST_F(Problem, NewestIsCorrupt) {

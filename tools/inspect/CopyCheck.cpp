@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <ctime>
 #include <fstream>
 #include <optional>
@@ -86,19 +85,21 @@ static void checkCode(const System& system, StartCheck& check) {
   }
 }
 
+// Whether this architecture runs ELF files for a machine; true where that cannot be told.
+static bool canRun(const std::string& architecture, char machine) {
+  if (architecture == "x86_64")
+    return machine == '\x3e' || machine == '\x03'; // the latter is i386
+  return architecture != "arm64" || machine == '\xb7';
+}
+
 // Whether a file begins as a script or as an ELF file for this architecture; macOS runs no ELF.
 static bool isScriptOrElf(const fs::path& file, const System& system) {
   constexpr std::size_t MACHINE = 18; // where the ELF header tells it, low byte first
   std::string start(MACHINE + 1, '\0');
   std::ifstream(file, std::ios::binary).read(start.data(), MACHINE + 1);
-  const char machine = system.architectures.front() == "arm64" ? '\xb7' : '\x3e';
-  const bool isElf = start.compare(
-                         0,
-                         4,
-                         "\x7f"
-                         "ELF") == 0 &&
-                     system.version.empty();
-  return start.compare(0, 2, "#!") == 0 || (isElf && start[MACHINE] == machine);
+  const bool isElf = system.version.empty() && start.compare(0, 4, "\x7f\x45LF") == 0;
+  return start.compare(0, 2, "#!") == 0 ||
+         (isElf && canRun(system.architectures.front(), start[MACHINE]));
 }
 
 static bool isProgram(const fs::path& file, const System& system) {
@@ -164,23 +165,30 @@ static std::optional<std::time_t> modificationTime(const fs::path& file) {
   return ::stat(file.c_str(), &status) == 0 ? std::optional(status.st_mtime) : std::nullopt;
 }
 
+// The difference may not fit into a signed number.
+static std::uint64_t distance(std::int64_t a, std::int64_t b) {
+  return static_cast<std::uint64_t>(std::max(a, b)) - static_cast<std::uint64_t>(std::min(a, b));
+}
+
 static bool hasForeignTime(const fs::path& record) {
-  constexpr std::int64_t TOLERANCE = 300; // by which a file server's clock may differ
+  constexpr std::uint64_t TOLERANCE = 300; // by which a file server's clock may differ
   std::error_code error;
   std::int64_t recorded = 0;
   const bool isTold = fs::is_regular_file(record, error) && std::ifstream(record) >> recorded;
   const auto modified = modificationTime(record);
-  return isTold && modified && std::abs(*modified - recorded) > TOLERANCE;
+  return isTold && modified && distance(*modified, recorded) > TOLERANCE;
 }
 
 RecordCheck checkRecords(const fs::path& dir) {
-  constexpr std::time_t TOLERANCE = 2; // of some file systems' times
+  constexpr std::uint64_t TOLERANCE = 2; // of some file systems' times
   RecordCheck check;
   check.haveForeignTimes = hasForeignTime(dir / LAUNCH_DAT_FILE_NAME);
   const auto built = modificationTime(dir / VDI_MAIN_APP_NAME / "Contents/Info.plist");
   for (const char* record : {SAFE_START_FILE_NAME, LAUNCHED_COUNT_FILE_NAME}) {
     const auto recorded = modificationTime(dir / record);
-    if (!check.haveForeignTimes && built && recorded && *built > *recorded + TOLERANCE)
+    const bool isOlder =
+        built && recorded && *built > *recorded && distance(*built, *recorded) > TOLERANCE;
+    if (isOlder && !check.haveForeignTimes)
       check.areOlderThanBundle = true;
   }
   return check;
