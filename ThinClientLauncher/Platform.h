@@ -58,8 +58,8 @@ std::filesystem::file_time_type modificationTime(const std::filesystem::path& fi
 // Requests the start of a new instance of the bundle with exactly this argument, and returns
 // without waiting for it. An argument that is not UTF-8 is left out. The outcome goes to the system
 // log once, from another thread: "launch app succeed", or "Failed to run the app: " and the reason.
-// Reported on the caller's thread, which does not wait for the log: that no thread can be created,
-// or that the system cannot represent the path.
+// The caller's thread reports two failures itself, without waiting for the log: no thread can be
+// created, or the system cannot represent the path.
 void startApplication(const std::filesystem::path& bundle, const std::string& argument);
 
 // The Frameworks folder beside the folder of the running executable, as text for loadLibrary, with

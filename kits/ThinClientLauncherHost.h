@@ -52,7 +52,7 @@ enum ThinClientLauncherHostProgress {
 // returns at once. Meanwhile the thread cannot be cancelled.
 //
 // The hosts of one user share the logs: if two launch at the same time, each may be told of the
-// other's launch. Why a start failed, only the system log tells.
+// other's launch. Only the system log tells why a start failed.
 //
 // Where its size is not 0, folder receives the chosen folder and version its version, cut to
 // size - 1 bytes, or the empty text up to NOTHING_CHOSEN.

@@ -1,6 +1,7 @@
 // A host in Objective-C++, for a Mac: is linked with the launcher library and catches its
-// exceptions itself. Usage: example_objcxx_host CLIENT_VERSION Exit status: 0 the launch ran to its
-// end, 1 it did not, 2 wrong usage.
+// exceptions itself.
+// Usage: example_objcxx_host CLIENT_VERSION
+// Exit status: 0 the launch ran to its end, 1 it did not, 2 wrong usage.
 
 #include <ThinClientLauncherEntryPoint.h>
 

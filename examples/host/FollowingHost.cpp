@@ -1,6 +1,7 @@
-// A host in C++: requests a launch through the kit for hosts, which catches everything, and follows
-// it. Usage: example_following_host LIBRARY CLIENT_VERSION Exit status: 0 the application came up,
-// 1 it did not, 2 wrong usage.
+// A host in C++: requests a launch through the kit for hosts, which catches everything, and
+// follows it.
+// Usage: example_following_host LIBRARY CLIENT_VERSION
+// Exit status: 0 the application came up, 1 it did not, 2 wrong usage.
 
 #include <ThinClientLauncherHost.h>
 

@@ -29,7 +29,8 @@ int main(int argc, char** argv) {
   char folder[4096], version[64];
   const enum ThinClientLauncherHostProgress progress =
       ThinClientLauncherHostAwait(5000, folder, sizeof folder, version, sizeof version);
-  printf("%s", REACHED[progress]);
+  const int isKnown = progress <= THIN_CLIENT_LAUNCHER_HOST_STARTED_SAFELY; // a later kit has more
+  printf("%s", isKnown ? REACHED[progress] : "further than this host knows");
   if (progress >= THIN_CLIENT_LAUNCHER_HOST_REQUESTED)
     printf(": %s in %s", version, folder);
   printf("\n");

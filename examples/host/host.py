@@ -54,7 +54,7 @@ def main():
     if progress in REACHED:
         print(f"{REACHED[progress]}: {version} in {folder}")
     else:
-        print("nothing was started")
+        print("no start is known of")
     return 0
 
 

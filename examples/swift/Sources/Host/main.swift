@@ -30,5 +30,5 @@ case THIN_CLIENT_LAUNCHER_HOST_ENTERED:
 case THIN_CLIENT_LAUNCHER_HOST_REQUESTED:
   print("start requested: \(String(cString: version)) in \(String(cString: folder))")
 default:
-  print("nothing was started")
+  print("no start is known of")
 }
