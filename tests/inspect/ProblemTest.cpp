@@ -197,9 +197,18 @@ TEST_F(Problem, RemovedWorkingFolder) {
 TEST_F(Problem, UnwritableLogFolder) {
   completeCopy("a");
   test::writeFile(home.path() / "Library/Logs", "");
-  EXPECT_THAT(
-      shown(report()["outcome"]), HasSubstr("~/Library/Logs: Not a directory -> Move this file"));
+  const auto expectFailure = [](const std::string& place) {
+    EXPECT_THAT(
+        shown(report()["outcome"]), HasSubstr(place + ": Not a directory -> Move this file"));
+  };
+  expectFailure("~/Library/Logs");
   fs::remove(home.path() / "Library/Logs");
+  for (const char* dangling : {"Library/Logs/VantuOrlixVDI", "Library/Logs"}) {
+    fs::create_directories((home.path() / dangling).parent_path());
+    fs::create_symlink("nothing", home.path() / dangling);
+    expectFailure(std::string("~/") + dangling);
+    fs::remove_all(home.path() / "Library/Logs");
+  }
   asUser([&] {
     const ScopedPermissions closed(home.path() / "Library", fs::perms(0500));
     EXPECT_THAT(

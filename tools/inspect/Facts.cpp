@@ -334,12 +334,12 @@ static int refusalOf(const Path& folder) {
   return ::access(folder.c_str(), W_OK | X_OK) == 0 ? 0 : errno;
 }
 
-// The launcher creates the log folder first of all.
+// The launcher creates the log folder first of all. A link that leads nowhere is in its way.
 static std::optional<Failure> findLogFolderFailure(const Path& home, const Path& folder) {
   Path existing = folder;
-  while (existing.has_relative_path() && !fs::exists(existing))
+  while (existing.has_relative_path() && !fs::exists(fs::symlink_status(existing)))
     existing = existing.parent_path();
-  const int refusal = existing == folder || folder.empty() ? 0 : refusalOf(existing);
+  const int refusal = fs::exists(folder) || folder.empty() ? 0 : refusalOf(existing);
   if (refusal == 0)
     return std::nullopt;
   const std::error_code code(refusal, std::generic_category());

@@ -53,7 +53,7 @@ static const std::initializer_list<std::pair<std::errc, const char*>> FAILURE_RE
     {std::errc::filename_too_long, "Give this folder, or one above it, a shorter name."},
     {std::errc::permission_denied,
      "Make it accessible to this user, or inspect as the user who owns it."},
-    {std::errc::not_a_directory, "Move this file away: a folder belongs here."},
+    {std::errc::not_a_directory, "Move this file or link away: a folder belongs here."},
     {std::errc::no_such_file_or_directory, "Start the host in a working folder that exists."},
     {std::errc::read_only_file_system, "Make this file system writable."},
     {std::errc::io_error, "Check the disk: it cannot be read here."}};
