@@ -24,7 +24,7 @@ int main(int argc, char** argv) {
   const auto progress = ThinClientLauncherHostAwait(
       5000, folder.data(), folder.size(), version.data(), version.size());
   if (progress < THIN_CLIENT_LAUNCHER_HOST_ENTERED) {
-    std::cerr << argv[0] << ": nothing came up; the system log tells why\n";
+    std::cerr << argv[0] << ": nothing is known to have come up; see the system log\n";
     return 1;
   }
   std::cout << version.data() << " came up, in " << folder.data() << '\n';
