@@ -38,7 +38,7 @@ install_pkgconfig(ThinClientLauncherHost "Calls the launcher library from C and 
 install_pkgconfig(ThinClientLauncherPlugin "What a plug-in needs to enter the launcher library"
   "-lThinClientLauncherPlugin ${link_plugin}")
 
-install(FILES README.md CHANGELOG.md SECURITY.md TYPE DOC COMPONENT docs)
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md COPYRIGHT SECURITY.md TYPE DOC COMPONENT docs)
 install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT docs)
 
 if(APPLE)

@@ -1,10 +1,9 @@
-# "cpack" in the build folder makes three Debian packages.
+# "cpack" in the build folder makes three Debian packages, and two more for debuggers.
 set(CPACK_PACKAGE_NAME thinclientlauncher)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_VENDOR "the ThinClientLauncher developers")
 set(CPACK_PACKAGE_CONTACT "ThinClientLauncher developers <launcher@thinclientlauncher.invalid>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Starts the newest usable copy of a media plug-in")
-set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_COMPONENTS_ALL library development tools docs)
 
@@ -13,18 +12,13 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/CompleteDebianPackages.cmake)
+set(CPACK_DEBIAN_DEBUGINFO_PACKAGE ON)
 set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/RepackDebianPackages.cmake)
-set(CPACK_LAUNCHER_COPYRIGHT ${PROJECT_SOURCE_DIR}/COPYRIGHT)
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libthinclientlauncher1)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 # The names of its symbols do not tell that the library needs this version.
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libglib2.0-0 (>= 2.74) | libglib2.0-0t64")
-set(triggers ${CMAKE_CURRENT_BINARY_DIR}/debian/triggers)
-file(WRITE ${triggers} "activate-noawait ldconfig\n")
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${triggers})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libthinclientlauncher-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libthinclientlauncher1 (= ${PROJECT_VERSION})")

@@ -111,6 +111,13 @@ class Package(unittest.TestCase):
         self.install()
         self.assertEqual(self.installed(), seen, "a file belongs to no component")
 
+    def testDocumentsLinkInstalledFiles(self):
+        self.install("--component", "docs")
+        links = [document.parent / link for document in self.prefix.rglob("*.md")
+                 for link in re.findall(r"\]\(([^):#]+)[^):]*\)", document.read_text())]
+        self.assertGreater(len(links), 50)
+        self.assertEqual([link for link in links if not link.exists()], [])
+
     def testConfigRefusesOtherMajor(self):
         self.install("--component", "development")
         self.install("--component", "library")
