@@ -49,7 +49,9 @@ TEST_F(Command, EndsWithOne) {
 
 TEST_F(Command, EndsWithTwoOnWrongUsage) {
   const std::pair<std::vector<std::string>, std::string> rows[] = {
-      {{"--home", "/no/folder"}, "No such file or directory); name an existing one"},
+      {{"--home", "/no/folder"},
+       "--home: \"/no/folder\" is no folder that can be used (No such file or directory); name "
+       "an "},
       {{"--home", "/dev/null"}, "Not a directory); name an existing one"},
       {{"--home", ""}, "name an existing one"},
       {{"--working-directory", "/no/folder"}, "No such file or directory); name an existing one"},
@@ -247,6 +249,7 @@ TEST_F(Command, ExplainsByNameAndPath) {
        {std::string("b"), std::string("b/"), std::string("./b"), b.name(), b.name() + "/"})
     EXPECT_EQ(explained(name), b.name()) << name;
   EXPECT_EQ(explained("b", home.launcherDirectory()), b.name());
+  EXPECT_EQ(explained("/Applications"), "/Applications");
   EXPECT_EQ(explained("../b", home.launcherDirectory() / "a"), b.name());
   EXPECT_EQ(explained(".", work.path()), work.path().string());
   const std::string name = work.path().filename();
