@@ -5,6 +5,7 @@
 #include "PropertyLists.h"
 #include "Report.h"
 #include "SampleFacts.h"
+#include "TextReport.h"
 
 #include <gmock/gmock.h>
 
@@ -352,6 +353,7 @@ TEST_F(Problem, RemovesUnlaunched) {
   EXPECT_THAT(
       codes(report(CLIENT)["cleanUp"]["notes"]),
       ElementsAre("removes-unlaunched", "removes-other-folder"));
+  EXPECT_THAT(toText(report(CLIENT), {}), HasSubstr("Remedy: To keep a copy until a newer client"));
   EXPECT_THAT(
       report(CLIENT)["cleanUp"]["notes"].dump(), HasSubstr("never launched: 1, the first in ~/"));
 }

@@ -59,8 +59,10 @@ static void addCleanUp(Page& page, const Report& cleanUp) {
   page.paragraph(4, remedyOf(cleanUp), BAD);
   addFolders(page, "removes", cleanUp.at("removed"), BAD);
   addFolders(page, "tied", cleanUp.at("tied"), WARNING);
-  for (const auto& note : cleanUp.at("notes"))
+  for (const auto& note : cleanUp.at("notes")) {
     page.remark("^ " + textOf(note), WARNING);
+    page.remark(remedyOf(note), WARNING);
+  }
   if (kept.empty())
     return;
   const Report started = kept.back();
