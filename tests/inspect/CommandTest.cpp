@@ -62,7 +62,8 @@ TEST_F(Command, EndsWithTwoOnWrongUsage) {
       {{"word"}, "not expected: word"},
       {{"--json", "--brief"}, "--brief excludes --json; give one of the two"},
       {{"--brief", "--explain", "a"}, "--brief excludes --explain; give one of the two"},
-      {{"--explain", "none"}, R"("none" is none of the candidates; give the name of a folder)"},
+      {{"--explain", "none"},
+       R"(--explain: "none" is none of the candidates; give the name of a folder)"},
       {{"--explain", ""}, R"("launcher-inspect --brief" lists them)"},
       {{"--home", "/\x1b[31m\n\u202E"}, R"("/\x1b[31m\n\xe2\x80\xae" is no folder)"},
       {{"\x1b[31m"}, R"(not expected: \x1b[31m)"}};

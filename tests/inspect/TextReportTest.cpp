@@ -100,6 +100,14 @@ TEST_F(TextReport, ShowsOddNames) {
   EXPECT_EQ(toBriefText(makeReport(oddFacts()), {}), expectedPage("odd-names-brief.txt"));
 }
 
+TEST_F(TextReport, ShowsWhatToDoAboutTheLastLaunch) {
+  Facts facts = sampleFacts();
+  facts.lastLaunch.isRecorded = false;
+  EXPECT_THAT(render(facts), HasSubstr("Remedy: If it is over, check that"));
+  facts.loadMode.exists = false;
+  EXPECT_THAT(render(facts), HasSubstr("Remedy: See in the system log whether"));
+}
+
 // --- One line per copy ---
 
 TEST_F(TextReport, BriefSortsByVersion) {
