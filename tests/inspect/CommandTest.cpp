@@ -145,6 +145,18 @@ TEST_F(Command, MasksNames) {
     const Result result = inspect(words);
     EXPECT_THAT(result.out + result.err, AllOf(HasSubstr("*'s "), Not(ContainsRegex("[a-z]'s"))));
   }
+  const ScopedEnvironment elsewhere("HOME", "/");
+  const ScopedEnvironment foundation("CFFIXED_USER_HOME", "/");
+  const std::string named = home.path();
+  for (const std::vector<std::string>& words :
+       {std::vector<std::string>{"--mask", "--home", named, all},
+        {"--mask", "--home=" + named, all}})
+    EXPECT_THAT(inspect(words).err, AllOf(HasSubstr("*'s"), Not(ContainsRegex("(root|daemon)'s"))));
+}
+
+TEST_F(Command, MasksAccountWithoutUser) {
+  const std::string own = ::getpwuid(::geteuid())->pw_name;
+  home.copy("alice's " + own + "'s");
   const ScopedEnvironment user("USER", "");
   EXPECT_THAT(inspect({"--mask"}).out, AllOf(HasSubstr("alice's *"), Not(HasSubstr(own + "'s"))));
 }

@@ -8,7 +8,6 @@
 #include <array>
 #include <cstdint>
 #include <ctime>
-#include <fstream>
 #include <optional>
 #include <sstream>
 #include <sys/stat.h>
@@ -92,20 +91,18 @@ static bool canRun(const std::string& architecture, char machine) {
   return architecture != "arm64" || machine == '\xb7';
 }
 
-// Whether a file begins as a script or as an ELF file for this architecture; macOS runs no ELF.
-static bool isScriptOrElf(const fs::path& file, const System& system) {
+// Whether a file begins as a script or as ELF for this architecture; macOS runs no ELF.
+static bool isScriptOrElf(std::string start, const System& system) {
   constexpr std::size_t MACHINE = 18; // where the ELF header tells it, low byte first
-  std::string start(MACHINE + 1, '\0');
-  std::ifstream(file, std::ios::binary).read(start.data(), MACHINE + 1);
+  start.resize(MACHINE + 1);
   const bool isElf = system.version.empty() && start.compare(0, 4, "\x7f\x45LF") == 0;
   return start.compare(0, 2, "#!") == 0 ||
          (isElf && canRun(system.architectures.front(), start[MACHINE]));
 }
 
 static bool isProgram(const fs::path& file, const System& system) {
-  std::error_code error;
-  const bool isReadable = fs::is_regular_file(file, error) && ::access(file.c_str(), R_OK) == 0;
-  return !isReadable || readSlices(file).has_value() || isScriptOrElf(file, system);
+  const auto start = Platform::readFile(file, 64);
+  return !start || readSlices(file).has_value() || isScriptOrElf(*start, system);
 }
 
 // What is missing is 0: 14 and 14.0.0 are equal.
@@ -172,11 +169,10 @@ static std::uint64_t distance(std::int64_t a, std::int64_t b) {
 
 static bool hasForeignTime(const fs::path& record) {
   constexpr std::uint64_t TOLERANCE = 300; // by which a file server's clock may differ
-  std::error_code error;
+  std::istringstream text(Platform::readFile(record, 64).value_or(""));
   std::int64_t recorded = 0;
-  const bool isTold = fs::is_regular_file(record, error) && std::ifstream(record) >> recorded;
   const auto modified = modificationTime(record);
-  return isTold && modified && distance(*modified, recorded) > TOLERANCE;
+  return text >> recorded && modified && distance(*modified, recorded) > TOLERANCE;
 }
 
 RecordCheck checkRecords(const fs::path& dir) {

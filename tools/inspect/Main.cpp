@@ -124,15 +124,30 @@ static bool hasOption(int argc, const char* const* argv, const std::string& opti
   return std::find(argv, argv + argc, option) != argv + argc;
 }
 
-static std::string masked(const std::string& message) {
+// Empty where none is named.
+static fs::path namedHome(int argc, const char* const* argv) {
+  const std::string option = "--home";
+  for (int i = 1; i < argc; ++i) {
+    const std::string argument = argv[i];
+    if (argument == option && i + 1 < argc)
+      return argv[i + 1];
+    if (argument.rfind(option + "=", 0) == 0)
+      return argument.substr(option.size() + 1);
+  }
+  return {};
+}
+
+static std::string masked(const std::string& message, const fs::path& home) {
   auto names = ownLoginNames();
+  names.push_back(ownerOf(home));
   names.push_back(ownerOf(Platform::libraryDirectory().parent_path()));
   return Redaction("", names, Paths::Absolute).text(message);
 }
 
 // A monitoring system takes every status of a check for one of its own.
 static int endWith(const std::exception& error, int argc, const char* const* argv) {
-  const std::string message = hasOption(argc, argv, "--mask") ? masked(error.what()) : error.what();
+  const std::string message =
+      hasOption(argc, argv, "--mask") ? masked(error.what(), namedHome(argc, argv)) : error.what();
   if (hasOption(argc, argv, "--check")) {
     std::cout << toUnknownLine(message);
     return CHECK_UNKNOWN;
