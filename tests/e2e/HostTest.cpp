@@ -1,6 +1,7 @@
 // A launch leaves its host as it was.
 
 #include "EndToEndTest.h"
+#include "GroupedDigits.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -8,7 +9,6 @@
 #include <csignal>
 #include <fcntl.h>
 #include <iterator>
-#include <locale>
 #include <pwd.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -52,11 +52,6 @@ volatile std::sig_atomic_t signalsHandled = 0;
 void countSignal(int) {
   signalsHandled = signalsHandled + 1;
 }
-
-class GroupedDigits : public std::numpunct<char> {
-  char do_thousands_sep() const override { return ','; }
-  std::string do_grouping() const override { return "\3"; }
-};
 
 } // namespace
 

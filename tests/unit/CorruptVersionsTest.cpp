@@ -40,6 +40,7 @@ TEST_F(CorruptVersions, AreDistinctInByteOrder) {
       {"byte order, not version order", {"9.0", "45.1"}, "45.1|9.0", 2},
       {"odd bytes", {"b|a", std::string("\0", 1), "\xFF", " "}, std::string("\0| |b|a|\xFF", 9), 4},
       {"an empty version", {"1", ""}, "|1", 2},
+      {"ten", {"9", "8", "7", "6", "5", "4", "3", "2", "1", "0"}, "0|1|2|3|4|5|6|7|8|9", 10},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);

@@ -20,13 +20,13 @@ class Compatibility : public test::LauncherTest {};
 // --- Corrupt copies ---
 
 TEST_F(Viability, SkipsCorruptCopy) {
-  const fs::path copy = makeCopy("new", "45.11.0.1").launches("3");
+  const fs::path copy = makeCopy("new", "45.11.0.1").launches("1234567");
   EXPECT_THAT(launcher.filterInviableDirectories({copy}), IsEmpty());
   EXPECT_THAT(
       messages(),
       ElementsAre(
           "VDI supports CheckCorrupt: " + copy.string(),
-          "VDI Directory marked as corrupt - Launch count: 3, Directory: " + copy.string(),
+          "VDI Directory marked as corrupt - Launch count: 1234567, Directory: " + copy.string(),
           "VDI Skipping corrupt directory: " + copy.string(),
           "VDI Wrote 1 corrupt versions to " + corruptFile().string()));
   EXPECT_EQ(test::readFile(corruptFile()), "45.11.0.1");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "GroupedDigits.h"
 #include "Home.h"
 #include "LauncherHelper.h"
 #include "Logger.h"
@@ -20,11 +21,15 @@
 
 namespace test {
 
-// A home folder of its own, an open log in it and no login name to mask.
+// A home folder of its own, an open log in it and no login name to mask. The host's locale groups
+// digits: versions, records and log lines keep their form.
 class LauncherTest : public testing::Test {
 protected:
   LauncherTest() { Logger::open(logFile(), true); }
-  ~LauncherTest() override { Logger::close(); }
+  ~LauncherTest() override {
+    Logger::close();
+    std::locale::global(localeBefore);
+  }
 
   // On a Mac, Foundation names the home folder. No test goes on in the user's own.
   void SetUp() override { ASSERT_EQ(LauncherHelper::getLogPath(), home.logDirectory()); }
@@ -47,6 +52,10 @@ protected:
   const ThinClientLauncherBase launcher{};
   ScopedHome home;
   ScopedEnvironment user{"USER", std::nullopt};
+
+private:
+  const std::locale localeBefore =
+      std::locale::global(std::locale(std::locale(), new GroupedDigits));
 };
 
 } // namespace test

@@ -1,6 +1,4 @@
-#include "ThinClientLauncherBase.h"
-
-#include <gmock/gmock.h>
+#include "LauncherTest.h"
 
 using testing::ElementsAreArray;
 
@@ -10,13 +8,15 @@ using Components = std::vector<std::string>;
 
 constexpr const char* BASE = "45.10.0.32950";
 
+class Version : public test::LauncherTest {};
+
 bool isGreater(const std::string& a, const std::string& b, std::uint32_t count = 4) {
   return ThinClientLauncherBase::isGreaterVersion(a, b, count);
 }
 
 } // namespace
 
-TEST(Version, SplitsAtDots) {
+TEST_F(Version, SplitsAtDots) {
   const struct {
     const char* version;
     Components expected;
@@ -36,7 +36,7 @@ TEST(Version, SplitsAtDots) {
   }
 }
 
-TEST(Version, ComparesNumbers) {
+TEST_F(Version, ComparesNumbers) {
   const struct {
     const char* a;
     const char* b;
@@ -87,12 +87,13 @@ TEST(Version, ComparesNumbers) {
   }
 }
 
-TEST(Version, ReadsFormattedNumbers) {
+TEST_F(Version, ReadsFormattedNumbers) {
   const struct {
     const char* component;
     std::int32_t number;
   } rows[] = {
       {"10beta", 10},
+      {"1,000", 1},
       {"\t\n\v\f\r 7", 7},
       {"7 ", 7},
       {" +3", 3},
@@ -112,7 +113,7 @@ TEST(Version, ReadsFormattedNumbers) {
   EXPECT_TRUE(isGreater("-2147483647", "-2147483648"));
 }
 
-TEST(Version, RejectsOtherTexts) {
+TEST_F(Version, RejectsOtherTexts) {
   for (const char* component :
        {"x1",
         "word",
