@@ -71,24 +71,6 @@ TEST_F(LauncherMode, RunsAllSteps) {
   EXPECT_EQ(report()["executable"], executableIn(chosen).string());
 }
 
-TEST_F(LauncherMode, PrefersInstallersCopy) {
-  makeCopy("/Applications");
-  makeCopy(fs::current_path());
-  makeCopy();
-  launchInHost();
-  EXPECT_EQ(outcome(), SUCCESS);
-  EXPECT_EQ(launchLog().back(), "not started from launcher folder, do not clean");
-  EXPECT_THAT(
-      std::vector<fs::path>(fs::directory_iterator("/Applications"), {}),
-      ElementsAre("/Applications/OrlixVDIPlugin.app"));
-  EXPECT_EQ(report()["executable"], executableIn("/Applications").string());
-}
-
-TEST_F(LauncherMode, GoesOnWithoutCopies) {
-  launchInHost();
-  EXPECT_EQ(outcome(), failure(executableIn(fs::current_path()), "No such file or directory"));
-}
-
 // --- Errors of the file system ---
 
 TEST_F(LauncherMode, LetsErrorsOut) {

@@ -268,6 +268,7 @@ TEST_F(Start, ReportsPercentSigns) {
   fs::remove(executableIn(copy));
   launchInHost();
   EXPECT_EQ(outcome(), failure(executableIn(copy), "No such file or directory"));
+  EXPECT_EQ(systemLog->await(1)[0].priority, LOG_USER | LOG_ERR);
 }
 
 TEST_F(Start, ReportsDeniedCalls) {
@@ -376,7 +377,7 @@ TEST_F(Start, HoldsCallerFor3Seconds) {
     EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(3000));
     EXPECT_EQ(FakeSleep::count(), 1U);
   });
-  EXPECT_THAT(outcome(), EndsWith("No such file or directory"));
+  EXPECT_EQ(outcome(), failure(executableIn(fs::current_path()), "No such file or directory"));
 }
 
 TEST_F(Start, IsNotAwaited) {
