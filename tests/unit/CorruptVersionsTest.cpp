@@ -6,7 +6,6 @@
 namespace fs = std::filesystem;
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
@@ -48,13 +47,6 @@ TEST_F(CorruptVersions, AreDistinctInByteOrder) {
     EXPECT_EQ(content(), row.expected);
     EXPECT_EQ(messages().back(), success(row.distinct));
   }
-}
-
-TEST_F(CorruptVersions, OfEmptyListChangeNothing) {
-  test::writeFile(file, "45.11.0.1");
-  launcher.writeCorruptVersions({});
-  EXPECT_EQ(content(), "45.11.0.1");
-  EXPECT_THAT(messages(), IsEmpty());
 }
 
 TEST_F(CorruptVersions, CreateNoFolder) {

@@ -30,11 +30,6 @@ TEST_F(Layout, NamesLauncherFolder) {
   EXPECT_EQ(LauncherHelper::getLauncherDirectory(), launcherDirectory());
 }
 
-TEST_F(Layout, NamesLogFolder) {
-  EXPECT_EQ(LauncherHelper::getLogPath(), home.logDirectory());
-  EXPECT_FALSE(fs::exists(home.logDirectory().parent_path()));
-}
-
 TEST_F(Layout, TakesAnyEntryForABundle) {
   EXPECT_FALSE(LauncherHelper::isVDIPluginDirectory(dir)) << "missing folder";
   EXPECT_FALSE(LauncherHelper::isVDIPluginDirectory("")) << "empty path";

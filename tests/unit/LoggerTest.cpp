@@ -43,17 +43,6 @@ std::int64_t epochMilliseconds(const std::string& timeStamp) {
   return std::mktime(&local) * std::int64_t{1000} + std::stoi(timeStamp.substr(20, 3));
 }
 
-class ScopedTimeZone {
-public:
-  explicit ScopedTimeZone(const std::string& zone) : variable("TZ", zone) { ::tzset(); }
-
-private:
-  struct Reset {
-    ~Reset() { ::tzset(); }
-  } reset; // last: after the variable has its old value
-  test::ScopedEnvironment variable;
-};
-
 class Logging : public test::LauncherTest {
 protected:
   std::string content() const { return test::readFile(logFile()); }
@@ -100,7 +89,8 @@ TEST_F(Logging, CutsMessageAtNul) {
 TEST_F(Logging, StampsLocalTime) {
   for (const char* zone : {"UTC", "Asia/Kolkata", "XYZ-05:30", "XYZ+08"}) {
     SCOPED_TRACE(zone);
-    const ScopedTimeZone scopedZone(zone);
+    const test::ScopedEnvironment variable("TZ", zone);
+    ::tzset();
     const auto before = epochMilliseconds();
     const std::string text = stamp();
     const auto after = epochMilliseconds();
