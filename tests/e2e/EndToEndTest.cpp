@@ -60,7 +60,7 @@ Copy EndToEnd::makeCopy(const fs::path& dir, const std::string& version) const {
 
 Copy EndToEnd::makeApplication() const {
   const Copy copy = makeCopy().executable(APPLICATION_PROGRAM);
-  const fs::path frameworks = bundleIn(copy) / "Contents" / "Frameworks";
+  const fs::path frameworks = frameworksIn(copy);
   fs::create_directories(frameworks);
   fs::copy_file(LAUNCHER_LIBRARY, frameworks / LAUNCHER_NAME);
   fs::copy_file(MAIN_LIBRARY, frameworks / "libnexal_vdi_main.dylib");

@@ -65,11 +65,10 @@ const System OLD{{"x86_64"}, "10.15.7"}, OTHER{{"x86_64"}, ""}, UNKNOWN{{"riscv6
 class MacCause : public ::testing::Test {
 protected:
   void write(const std::string& program, const std::string& main, const std::string& launcher) {
-    const fs::path frameworks = test::bundleIn(copy) / "Contents/Frameworks";
+    copy.complete();
     test::writeFile(test::executableIn(copy), program);
-    fs::permissions(test::executableIn(copy), fs::perms(0755));
-    test::writeFile(frameworks / "libnexal_vdi_main.dylib", main);
-    test::writeFile(frameworks / "libThinClientLauncher.dylib", launcher);
+    test::writeFile(test::frameworksIn(copy) / "libnexal_vdi_main.dylib", main);
+    test::writeFile(test::frameworksIn(copy) / "libThinClientLauncher.dylib", launcher);
   }
 
   std::vector<Report> warnings(const System& system) const {
@@ -132,7 +131,7 @@ TEST_F(MacCause, NewerSystem) {
       {"11", OLD, true},
       {"10.15", OLD, false},
       {"15.0", OTHER, false}};
-  write("#!/bin/sh", "", "");
+  copy.complete();
   for (const auto& [needed, system, isTold] : rows) {
     copy.list(test::propertyList(
         {{test::VERSION_KEY, "45.12.0.900"}, {"LSMinimumSystemVersion", needed}}));
@@ -146,7 +145,7 @@ TEST_F(MacCause, NewerSystem) {
 
 // Older systems have no attributes of users in memory.
 TEST_F(MacCause, Quarantine) {
-  write("#!/bin/sh", "", "");
+  copy.complete();
   const fs::path bundle = test::bundleIn(copy);
   bool isSet = false;
   for (const char* name : {"user.com.apple.quarantine", "trusted.com.apple.quarantine"}) {

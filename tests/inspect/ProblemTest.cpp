@@ -48,20 +48,6 @@ protected:
     return "not listed";
   }
 
-  // A copy that has all it needs.
-  test::Copy completeCopy(const std::string& name) const {
-    test::Copy copy = home.copy(name);
-    test::writeFile(test::executableIn(copy), "#!/bin/sh\n");
-    fs::permissions(test::executableIn(copy), fs::perms(0755));
-    for (const char* library : {"libnexal_vdi_main.dylib", "libThinClientLauncher.dylib"})
-      test::writeFile(frameworks(copy) / library, "");
-    return copy;
-  }
-
-  static fs::path frameworks(const fs::path& copy) {
-    return test::bundleIn(copy) / "Contents/Frameworks";
-  }
-
   // As a user whom permissions bind.
   void asUser(const test::Body& body) const { test::asUnprivilegedUser(home.path(), body); }
 
@@ -112,7 +98,7 @@ TEST_F(Problem, VersionUnreadable) {
 }
 
 TEST_F(Problem, ChosenWithoutVersion) {
-  completeCopy("a").list("");
+  home.copy("a").complete().list("");
   EXPECT_THAT(codes(report()["warnings"]), ElementsAre("no-readable-version"));
 }
 
@@ -157,8 +143,7 @@ TEST_F(Problem, NameTooLong) {
   fs::path deep = home.path();
   while (deep.native().size() < 3800)
     deep /= std::string(200, 'x');
-  const test::ScopedEnvironment long1("HOME", deep.string());
-  const test::ScopedEnvironment long2("CFFIXED_USER_HOME", deep.string());
+  const test::ScopedEnvironment variable("HOME", deep.string());
   const fs::path launcher = deep / "Library/Application Support/VantuOrlixVDILauncher";
   fs::create_directories(launcher);
   const fs::path before = fs::current_path();
@@ -196,7 +181,7 @@ TEST_F(Problem, RemovedWorkingFolder) {
 // --- What a launch could not write ---
 
 TEST_F(Problem, UnwritableLogFolder) {
-  completeCopy("a");
+  home.copy("a").complete();
   test::writeFile(home.path() / "Library/Logs", "");
   const auto expectFailure = [](const std::string& place) {
     EXPECT_THAT(
@@ -223,7 +208,6 @@ TEST_F(Problem, MissingHome) {
   asUser([&] {
     const std::string missing = "/home of nobody";
     const test::ScopedEnvironment variable("HOME", missing);
-    const test::ScopedEnvironment other("CFFIXED_USER_HOME", missing);
     EXPECT_THAT(
         shown(report()["outcome"]),
         AllOf(
@@ -232,14 +216,14 @@ TEST_F(Problem, MissingHome) {
 }
 
 TEST_F(Problem, UnwritableLog) {
-  completeCopy("a");
+  home.copy("a").complete();
   EXPECT_THAT(report()["notes"], IsEmpty());
   fs::create_directories(home.launchLog());
   EXPECT_THAT(codes(report()["notes"]), ElementsAre("log-not-writable"));
 }
 
 TEST_F(Problem, UnwritableRecord) {
-  const fs::path record = completeCopy("a").launches("1").dir() / "launchCount.dat";
+  const fs::path record = home.copy("a").complete().launches("1").dir() / "launchCount.dat";
   EXPECT_THAT(report()["warnings"], IsEmpty());
   const auto expectWarning = [] {
     EXPECT_THAT(codes(report()["warnings"]), ElementsAre("not-countable"));
@@ -264,7 +248,6 @@ TEST_F(Problem, FullDisk) {
   for (const auto& [place, isFull] :
        {std::pair(home.path(), false), {"/missing", false}, {"/proc", true}}) {
     const test::ScopedEnvironment variable("HOME", place.string());
-    const test::ScopedEnvironment other("CFFIXED_USER_HOME", place.string());
     const auto notes = codes(report()["notes"]);
     EXPECT_EQ(std::count(notes.begin(), notes.end(), "disk-full"), isFull) << place;
   }
@@ -291,7 +274,7 @@ TEST_F(Problem, NoApplicationSupport) {
 // --- Records ---
 
 TEST_F(Problem, NewBuildInOldFolder) {
-  const test::Copy copy = completeCopy("a").launches("1").startedSafely();
+  const test::Copy copy = home.copy("a").complete().launches("1").startedSafely();
   const auto age = [&copy](const char* record) {
     test::setModificationTime(copy.dir() / record, 1'000'000'000);
   };
@@ -304,7 +287,7 @@ TEST_F(Problem, NewBuildInOldFolder) {
 }
 
 TEST_F(Problem, ChangedTimes) {
-  const test::Copy copy = completeCopy("a").launched(std::chrono::hours(1)).startedSafely();
+  const test::Copy copy = home.copy("a").complete().launched(std::chrono::hours(1)).startedSafely();
   EXPECT_THAT(report()["warnings"], IsEmpty());
   test::setModificationTime(copy.dir() / "launch.dat", 1'000'000'000);
   test::setModificationTime(copy.dir() / "started.dat", 1'000'000'000);
@@ -317,7 +300,7 @@ TEST_F(Problem, ChangedTimes) {
 }
 
 TEST_F(Problem, NewestIsCorrupt) {
-  completeCopy("a").startedSafely();
+  home.copy("a").complete().startedSafely();
   home.copy("older", "45.11").launches("3");
   EXPECT_THAT(report()["warnings"], IsEmpty());
   home.copy("newer", "45.13").launches("3");
@@ -325,7 +308,7 @@ TEST_F(Problem, NewestIsCorrupt) {
 }
 
 TEST_F(Problem, TellsNextCopy) {
-  completeCopy("a").launches("2");
+  home.copy("a").complete().launches("2");
   const auto warning = [] { return shown(report()["warnings"][0]); };
   EXPECT_THAT(warning(), HasSubstr("/a. Then nothing would start -> Look into"));
   home.copy("b", "45.11.0.5");
@@ -333,7 +316,7 @@ TEST_F(Problem, TellsNextCopy) {
 }
 
 TEST_F(Problem, CameUpWithoutSafeStart) {
-  const test::Copy copy = completeCopy("a").launches("2");
+  const test::Copy copy = home.copy("a").complete().launches("2");
   const std::string time = "2026-03-07 14:05:09.007 ";
   const std::string entered = time + "ThinClientLauncher DLL entry point called\n" + time;
   test::writeFile(home.launchLog(), entered + "Best candidate: " + copy.name() + " (version: 1)\n");
@@ -346,7 +329,7 @@ TEST_F(Problem, CameUpWithoutSafeStart) {
 // --- What the clean-up takes ---
 
 TEST_F(Problem, RemovesUnlaunched) {
-  completeCopy("a").startedSafely();
+  home.copy("a").complete().startedSafely();
   for (const char* name : {"b", "c"})
     home.copy(name, "45.11").launched(std::chrono::hours(1));
   EXPECT_THAT(report()["cleanUp"]["notes"], IsEmpty());
@@ -363,11 +346,11 @@ TEST_F(Problem, RemovesUnlaunched) {
 // --- Whether the chosen copy would come up ---
 
 TEST_F(Problem, IncompleteCopy) {
-  const test::Copy copy = completeCopy("a");
+  const test::Copy copy = home.copy("a").complete();
   const std::pair<fs::path, const char*> rows[] = {
       {test::executableIn(copy), "no-program"},
-      {frameworks(copy) / "libnexal_vdi_main.dylib", "no-main-library"},
-      {frameworks(copy) / "libThinClientLauncher.dylib", "no-launcher-library"}};
+      {test::frameworksIn(copy) / "libnexal_vdi_main.dylib", "no-main-library"},
+      {test::frameworksIn(copy) / "libThinClientLauncher.dylib", "no-launcher-library"}};
   for (const auto& [removed, code] : rows) {
     const test::ScopedDirectory aside;
     EXPECT_THAT(report()["warnings"], IsEmpty());
@@ -379,7 +362,7 @@ TEST_F(Problem, IncompleteCopy) {
 }
 
 TEST_F(Problem, NotExecutable) {
-  const fs::path program = test::executableIn(completeCopy("a"));
+  const fs::path program = test::executableIn(home.copy("a").complete());
   const auto expectWarning = [] {
     EXPECT_THAT(codes(report()["warnings"]), ElementsAre("not-executable"));
   };
@@ -391,7 +374,7 @@ TEST_F(Problem, NotExecutable) {
 }
 
 TEST_F(Problem, NoProgram) {
-  const fs::path program = test::executableIn(completeCopy("a"));
+  const fs::path program = test::executableIn(home.copy("a").complete());
   std::string elf = test::readFile("/proc/self/exe").substr(0, 64);
   test::writeFile(program, elf);
   EXPECT_THAT(report()["warnings"], IsEmpty());

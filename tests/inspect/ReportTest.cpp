@@ -61,12 +61,6 @@ TEST(Report, NotesOnlyFailedRemovals) {
   EXPECT_EQ(report(facts)["lastLaunch"]["notes"], json::array());
 }
 
-TEST(Report, WarnsOnceOfAFolder) {
-  Facts facts = sampleFacts();
-  facts.decisions.candidates.push_back(facts.decisions.candidates[5]);
-  EXPECT_EQ(report(facts)["warnings"].size(), 1u);
-}
-
 // --- Redaction ---
 
 TEST(Report, ShowsTheHomeAsTilde) {

@@ -28,10 +28,6 @@ protected:
 
   static bool isMarked(const fs::path& copy) { return fs::exists(copy / "started.dat"); }
 
-  fs::path frameworks(const fs::path& copy) const {
-    return test::bundleIn(copy) / "Contents/Frameworks";
-  }
-
   test::ScopedHome home;
   const fs::path workingFolder = home.path() / "work";
   const fs::path record = home.path() / "record";
@@ -53,7 +49,7 @@ TEST_F(PluginKit, RecordsOwnStart) {
 
 TEST_F(PluginKit, RecordsFromLibrary) {
   const Copy own = makeCopy();
-  const fs::path library = frameworks(own) / "libmain.dylib";
+  const fs::path library = test::frameworksIn(own) / "libmain.dylib";
   fs::create_directories(library.parent_path());
   fs::copy_file(PLUGIN_LIBRARY, library);
   EXPECT_EQ(run(PLUGIN_PROGRAM, {"record-library", library}), THIN_CLIENT_LAUNCHER_PLUGIN_RECORDED);

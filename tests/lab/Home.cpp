@@ -143,6 +143,14 @@ Copy& Copy::list(const std::string& content) {
   return *this;
 }
 
+Copy& Copy::complete() {
+  writeFile(executableIn(folder), "#!/bin/sh\n");
+  fs::permissions(executableIn(folder), fs::perms(0755));
+  for (const char* library : {"libnexal_vdi_main.dylib", "libThinClientLauncher.dylib"})
+    writeFile(frameworksIn(folder) / library, "");
+  return *this;
+}
+
 Copy& Copy::executable(const fs::path& program) {
   fs::create_directories(executableIn(folder).parent_path());
   fs::copy_file(program, executableIn(folder), fs::copy_options::overwrite_existing);
@@ -176,6 +184,10 @@ fs::path propertyListIn(const fs::path& dir) {
 
 fs::path executableIn(const fs::path& dir) {
   return bundleIn(dir) / "Contents" / "MacOS" / "OrlixVDIPlugin";
+}
+
+fs::path frameworksIn(const fs::path& dir) {
+  return bundleIn(dir) / "Contents" / "Frameworks";
 }
 
 } // namespace test

@@ -46,6 +46,9 @@ public:
   // Replaces the bundle's property list.
   Copy& list(const std::string& content);
 
+  // Gives the bundle all that it needs to come up, but nothing that does anything.
+  Copy& complete();
+
   // Gives the bundle a copy of this program as its executable.
   Copy& executable(const std::filesystem::path& program);
 
@@ -69,10 +72,11 @@ private:
 // Where a bundle's property list lies in it. GNUstep looks elsewhere, so its tests change this.
 inline std::filesystem::path propertyListPlace = "Contents/Info.plist";
 
-// The bundle, its property list and its executable in the folder of a copy.
+// The bundle, its property list, its executable and its libraries in the folder of a copy.
 std::filesystem::path bundleIn(const std::filesystem::path& dir);
 std::filesystem::path propertyListIn(const std::filesystem::path& dir);
 std::filesystem::path executableIn(const std::filesystem::path& dir);
+std::filesystem::path frameworksIn(const std::filesystem::path& dir);
 
 // A home folder of its own, named by HOME for the length of the scope. Application Support exists,
 // the launcher folder does not.
