@@ -5,6 +5,7 @@
 #include "JsonReport.h"
 #include "LaunchLog.h"
 #include "Process.h"
+#include "PropertyLists.h"
 #include "SampleFacts.h"
 #include "TextReport.h"
 
@@ -42,11 +43,8 @@ double growth(const Work& work, std::size_t size) {
   return timeOf(work, FACTOR * size) / timeOf(work, size);
 }
 
-std::string repeated(const std::string& text, std::size_t length) {
-  std::string repetition;
-  while (repetition.size() < length)
-    repetition += text;
-  return repetition;
+std::string filledWith(const std::string& text, std::size_t length) {
+  return test::repeated(text, length / text.size());
 }
 
 void writeReports(const Facts& facts) {
@@ -83,7 +81,7 @@ TEST(Cost, GrowsWithVersion) {
   for (const std::string text : TEXTS) {
     const auto report = [&text](std::size_t length) {
       Facts facts = test::sampleFacts();
-      facts.clientVersion = repeated(text, length);
+      facts.clientVersion = filledWith(text, length);
       for (const std::size_t i : {3u, 4u})
         facts.decisions.candidates[i].decision.version = facts.clientVersion;
       writeReports(facts);
@@ -104,7 +102,7 @@ TEST(Cost, GrowsWithLogLine) {
         ""}) {
     for (const std::string text : TEXTS) {
       const auto report = [&](std::size_t length) {
-        test::writeFile(log, entered + line + repeated(text, length) + ")\n");
+        test::writeFile(log, entered + line + filledWith(text, length) + ")\n");
         Facts facts = test::sampleFacts();
         facts.lastLaunch = readLaunchLog(log);
         writeReports(facts);
@@ -118,36 +116,25 @@ TEST(Cost, GrowsWithLogLine) {
 
 namespace {
 
-std::size_t systemCalls(std::vector<std::string> command, const fs::path& folder) {
-  const test::ScopedDirectory traces;
-  const fs::path trace = traces.path() / "trace";
-  command.insert(command.begin(), {"strace", "-f", "-qq", "-o", trace});
-  const test::Result result = test::run({command, folder, {{"ASAN_OPTIONS", "detect_leaks=0"}}});
-  EXPECT_EQ(result.status, 0) << result.err;
-  return test::readLines(trace).size();
-}
-
 // The system calls that a command makes for each copy beyond the first, which is the newest and
 // lies in the working folder.
 double callsPerCopy(const std::vector<std::string>& command) {
   constexpr std::size_t COPIES = 20;
   const test::ScopedHome home;
   const test::Copy newest(home.path() / "work", "45.12.0.900");
-  const std::size_t before = systemCalls(command, newest);
+  const auto calls = [&] { return test::systemCalls({command, newest}).size(); };
+  const std::size_t before = calls();
   for (std::size_t i = 0; i < COPIES; ++i)
     home.copy(std::to_string(i), "45.11")
         .launches("1")
         .launched(std::chrono::hours(0))
         .startedSafely();
-  return static_cast<double>(systemCalls(command, newest) - before) / COPIES;
+  return static_cast<double>(calls() - before) / COPIES;
 }
 
 } // namespace
 
 TEST(Cost, AsksLittleMoreThanLaunch) {
-#ifdef __SANITIZE_THREAD__
-  GTEST_SKIP() << "the thread sanitizer makes calls of its own";
-#endif
   const double launch = callsPerCopy({HOST_PROGRAM, LAUNCHER_LIBRARY, "launchermode", "45.12"});
   EXPECT_GT(launch, 20);
   for (const char* form : {"--brief", "--json", "--mask"})

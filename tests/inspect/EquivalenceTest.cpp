@@ -3,6 +3,7 @@
 #include "Home.h"
 #include "Process.h"
 #include "RandomHome.h"
+#include "SampleFacts.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -45,16 +46,9 @@ std::set<std::string> directoryNames(const fs::path& folder) {
   return names;
 }
 
-std::string fromHex(const std::string& hex) {
-  std::string bytes;
-  for (std::size_t i = 0; i < hex.size(); i += 2)
-    bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
-  return bytes;
-}
-
 // The folder that a report's entry names.
 fs::path directoryOf(const json& entry) {
-  return entry.contains("directoryBytes") ? fromHex(entry["directoryBytes"])
+  return entry.contains("directoryBytes") ? test::fromHex(entry["directoryBytes"])
                                           : entry["directory"].get<std::string>();
 }
 

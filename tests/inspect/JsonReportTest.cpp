@@ -1,5 +1,7 @@
 #include "JsonReport.h"
 
+#include "SampleFacts.h"
+
 #include <gmock/gmock.h>
 
 using namespace LauncherInspect;
@@ -19,11 +21,7 @@ TEST(JsonReport, KeepsBytesOfAnyName) {
   const json object = report["list"][0];
   EXPECT_EQ(object.size(), 3u);
   EXPECT_THAT(object["name"].get<std::string>(), ::testing::HasSubstr("\uFFFD"));
-  const std::string hex = object["nameBytes"];
-  std::string bytes;
-  for (std::size_t i = 0; i < hex.size(); i += 2)
-    bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
-  EXPECT_EQ(bytes, everyByte);
+  EXPECT_EQ(test::fromHex(object["nameBytes"]), everyByte);
 }
 
 TEST(JsonReport, IsAscii) {

@@ -1,6 +1,7 @@
 #include "LaunchLog.h"
 #include "System.h"
 
+#include "Fork.h"
 #include "Home.h"
 #include "Report.h"
 
@@ -63,6 +64,10 @@ TEST(LaunchLog, SaysWhyItIsUnread) {
   EXPECT_THAT(endOf(readLaunchLog(log)), StartsWith("no-log: none: there is no log"));
   EXPECT_THAT(endOf(readLaunchLog(folder.path())), EndsWith("read (it is not a regular file)"));
   test::writeFile(log, ENTERED);
+  test::asUnprivilegedUser(folder.path(), [&] {
+    const test::ScopedPermissions closed(log, std::filesystem::perms::none);
+    EXPECT_THAT(endOf(readLaunchLog(log)), EndsWith("read (Permission denied)"));
+  });
   constexpr std::uintmax_t MAXIMUM_SIZE = 64 * 1024 * 1024;
   std::filesystem::resize_file(log, MAXIMUM_SIZE);
   EXPECT_THAT(endOf(readLaunchLog(log)), Not(HasSubstr("larger")));

@@ -129,10 +129,11 @@ TEST_F(Problem, ListsTheOthers) {
 TEST_F(Problem, NamesTheCause) {
   const test::Copy copy = home.copy("a");
   asUser([&] {
-    {
-      const ScopedPermissions closed(copy.dir(), CLOSED);
+    for (const auto& [place, shownAs] :
+         {std::pair(copy.dir(), folder + "/a"), {home.launcherDirectory(), folder}}) {
+      const ScopedPermissions closed(place, CLOSED);
       EXPECT_THAT(
-          shown(report()["outcome"]), HasSubstr(" " + folder + "/a: Permission denied -> Make it"));
+          shown(report()["outcome"]), HasSubstr(" " + shownAs + ": Permission denied -> Make it"));
     }
     fs::create_symlink("launchCount.dat", copy.dir() / "launchCount.dat");
     EXPECT_THAT(verdict(report(), "a"), HasSubstr("/a/launchCount.dat: Too many levels"));

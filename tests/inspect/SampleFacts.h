@@ -36,6 +36,14 @@ std::vector<std::string> codes(const Messages& messages) {
   return list;
 }
 
+// The bytes that a report's member gives as hexadecimal digits.
+inline std::string fromHex(const std::string& hex) {
+  std::string bytes;
+  for (std::size_t i = 0; i < hex.size(); i += 2)
+    bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+  return bytes;
+}
+
 // What a layout makes of the sample, or the messages say of it.
 inline std::string expectedPage(const std::string& name) {
   return readFile(std::filesystem::path(EXPECTED_PAGES) / name);

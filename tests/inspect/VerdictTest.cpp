@@ -60,40 +60,31 @@ std::vector<std::string> verdicts(const Report& report, const char* member) {
   return list;
 }
 
-struct Case {
-  const char* behaviour;
-  const char* clientVersion;
-  const char* copies;
-  std::vector<std::string> verdicts;
-};
-
-const Case CASES[] = {
-    {"OnlyCopy", "", "45.12", {"would-start"}},
-    {"HighestVersion", "45.12", "45.12.0.900 45.9.0.1", {"would-start", "older"}},
-    {"NewerThanClient", "45.12", "45.12.0.9 45.13.0.1", {"would-start", "newer-than-client"}},
-    {"ShortClient", "45", "44.0.0.0 45.10", {"would-start", "newer-than-client"}},
-    {"Corrupt", "45.12", "45.12.0.900 45.12.0.950:3", {"would-start", "corrupt"}},
-    {"SafelyStarted", "45.12", "45.12.0.900 45.12.0.950:7s", {"older", "would-start"}},
-    {"NeverCorrupt", "45.12", "45.10.0.32950:9", {"would-start"}},
-    {"NoBundle", "45.12", "45.12.0.900 -", {"would-start", "no-bundle"}},
-    {"NoVersionForClient", "45.12", "45.12.0.900 ?", {"would-start", "no-readable-version"}},
-    {"NoVersion", "", "0.0.0.1 ?", {"would-start", "no-readable-version"}},
-    {"NoVersionAtAll", "", "?", {"would-start"}},
-    {"Fallback", "40.1.0.0", "45.12.0.900 45.9.0.1", {"would-start", "older"}},
-    {"LongerVersion", "", "45.10.0 45.10", {"would-start", "older"}}};
-
-class VerdictTable : public ::testing::TestWithParam<Case> {};
-
 } // namespace
 
-TEST_P(VerdictTable, NamesReason) {
-  const auto& [behaviour, clientVersion, copies, expected] = GetParam();
-  EXPECT_EQ(verdicts(reportOn(copies, clientVersion), "code"), expected) << behaviour;
+TEST(Verdict, NamesReason) {
+  const struct {
+    const char* behaviour;
+    const char* clientVersion;
+    const char* copies;
+    std::vector<std::string> verdicts;
+  } rows[] = {
+      {"only copy", "", "45.12", {"would-start"}},
+      {"highest version", "45.12", "45.12.0.900 45.9.0.1", {"would-start", "older"}},
+      {"newer than client", "45.12", "45.12.0.9 45.13.0.1", {"would-start", "newer-than-client"}},
+      {"short client", "45", "44.0.0.0 45.10", {"would-start", "newer-than-client"}},
+      {"corrupt", "45.12", "45.12.0.900 45.12.0.950:3", {"would-start", "corrupt"}},
+      {"safely started", "45.12", "45.12.0.900 45.12.0.950:7s", {"older", "would-start"}},
+      {"never corrupt", "45.12", "45.10.0.32950:9", {"would-start"}},
+      {"no bundle", "45.12", "45.12.0.900 -", {"would-start", "no-bundle"}},
+      {"no version for client", "45.12", "45.12.0.900 ?", {"would-start", "no-readable-version"}},
+      {"no version", "", "0.0.0.1 ?", {"would-start", "no-readable-version"}},
+      {"no version at all", "", "?", {"would-start"}},
+      {"fallback", "40.1.0.0", "45.12.0.900 45.9.0.1", {"would-start", "older"}},
+      {"longer version", "", "45.10.0 45.10", {"would-start", "older"}}};
+  for (const auto& [behaviour, clientVersion, copies, expected] : rows)
+    EXPECT_EQ(verdicts(reportOn(copies, clientVersion), "code"), expected) << behaviour;
 }
-
-INSTANTIATE_TEST_SUITE_P(Verdict, VerdictTable, ::testing::ValuesIn(CASES), [](const auto& row) {
-  return std::string(row.param.behaviour);
-});
 
 TEST(Verdict, SaysWhyItWon) {
   const char* const rows[][3] = {

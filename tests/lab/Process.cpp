@@ -1,5 +1,6 @@
 #include "Process.h"
 
+#include "Home.h"
 #include "User.h"
 
 #include <glib.h>
@@ -54,6 +55,18 @@ Result run(const Command& command) {
           &error))
     throw std::runtime_error(error->message);
   return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), out, err};
+}
+
+std::vector<std::string> systemCalls(Command command) {
+  const ScopedDirectory folder;
+  const std::filesystem::path trace = folder.path() / "trace";
+  command.words.insert(command.words.begin(), {"strace", "-f", "-y", "-qq", "-o", trace});
+  command.environment["ASAN_OPTIONS"] = "detect_leaks=0"; // which cannot work under a tracer
+  const Result result = run(command);
+  const auto calls = readLines(trace);
+  if (result.status != 0 || calls.empty())
+    throw std::runtime_error("not traced to its end: " + result.err);
+  return calls;
 }
 
 } // namespace test

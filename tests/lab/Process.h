@@ -24,4 +24,9 @@ struct Result {
 // process.
 Result run(const Command& command);
 
+// The lines in which strace tells the system calls that a program and its children make:
+// "PID call(arguments) = result", with the path of each descriptor. Throws unless it ends
+// with 0.
+std::vector<std::string> systemCalls(Command command);
+
 } // namespace test
