@@ -200,6 +200,9 @@ TEST_F(LaunchRecord, TakesAnySafeStartMark) {
   fs::create_directory(copy / mark);
   EXPECT_TRUE(launcher.hasStartedSafely(copy)) << "folder";
   fs::remove(copy / mark);
+  ASSERT_EQ(::mkfifo((copy / mark).c_str(), 0666), 0);
+  EXPECT_TRUE(launcher.hasStartedSafely(copy)) << "pipe";
+  fs::remove(copy / mark);
   fs::create_symlink(home.path() / "target", copy / mark);
   EXPECT_TRUE(launcher.hasStartedSafely(copy)) << "link";
   fs::remove(home.path() / "target");

@@ -335,6 +335,9 @@ TEST_F(List, IsRegularFile) {
   fs::create_directory(file);
   EXPECT_EQ(read(), "") << "folder";
   fs::remove(file);
+  ASSERT_EQ(::mknod(file.c_str(), S_IFSOCK | 0600, 0), 0);
+  EXPECT_EQ(read(), "") << "socket";
+  fs::remove(file);
   for (const char* target :
        {"/dev/zero",
         "/dev/null",
