@@ -15,7 +15,7 @@ cmake --build --preset release --target fault_programs
 build=$PWD/build/release
 lab=$build/tests/lab/programs
 programs=("$lab"/launcher_host "$build"/ThinClientLauncher/libThinClientLauncher.dylib
-  "$build"/tests/faults/lay_out_home "$build"/tests/faults/fault_application)
+  "$build"/tests/faults/lay_out_home)
 
 "$lab"/sandbox python3 tests/faults/sweep_test.py "${programs[@]}"
 "$lab"/sandbox python3 tests/faults/disruptions_test.py kill "${programs[@]}"
@@ -30,7 +30,7 @@ programs=("$lab"/launcher_host "$build"/ThinClientLauncher/libThinClientLauncher
 
 # shellcheck disable=SC2016 # the same
 "$lab"/sandbox bash -euo pipefail -c '
-  "$3" cleaning "$TMPDIR/home" "$4"
+  "$3" cleaning "$TMPDIR/home"
   cd "$TMPDIR/home/work"
   export HOME=$TMPDIR/home
   valgrind --quiet --error-exitcode=1 --leak-check=full --show-leak-kinds=definite,indirect \

@@ -1,5 +1,5 @@
 // Lays out a home for the fault tests. Beside the launcher's folders it holds files that must not
-// change. Usage: lay_out_home plain|corrupt|cleaning|first|bare HOME APPLICATION
+// change. Usage: lay_out_home plain|corrupt|cleaning|first|bare HOME
 
 #include "Home.h"
 
@@ -9,8 +9,17 @@ namespace fs = std::filesystem;
 
 using namespace std::chrono_literals;
 
+// Its program leaves one byte per start in its user's home.
+static test::Copy addCopy(const fs::path& dir, const std::string& version) {
+  const test::Copy copy(dir, version);
+  const fs::path program = test::executableIn(copy);
+  test::writeFile(program, "#!/bin/sh\nprintf 1 >>\"$HOME/starts\"\n");
+  fs::permissions(program, fs::perms(0755));
+  return copy;
+}
+
 int main(int argc, char** argv) {
-  if (argc != 4)
+  if (argc != 3)
     return 2;
   const std::string layout = argv[1];
   const fs::path home = argv[2];
@@ -23,23 +32,21 @@ int main(int argc, char** argv) {
     fs::remove_all(support);
     return 0;
   }
-  const auto addCopy = [&](const std::string& version) {
-    return test::Copy(launcher / version, version).executable(argv[3]);
-  };
+  const auto add = [&](const std::string& version) { return addCopy(launcher / version, version); };
   if (layout != "first") { // which has no launcher folder yet
-    addCopy("45.12.0.900").launches("2").launched(3h).startedSafely();
-    addCopy("45.11.0.1").launches("5").launched(30h).startedSafely();
+    add("45.12.0.900").launches("2").launched(3h).startedSafely();
+    add("45.11.0.1").launches("5").launched(30h).startedSafely();
   }
   if (layout == "corrupt")
-    addCopy("45.12.0.901").launches("3").launched(1h);
+    add("45.12.0.901").launches("3").launched(1h);
   if (layout == "cleaning") {
-    addCopy("45.10.0.0").launched(40h).startedSafely();
-    addCopy("45.10.0.1").launched(20h).startedSafely();
-    addCopy("45.10.0.2").launched(50h).startedSafely();
-    addCopy("45.10.0.3").launched(10h).startedSafely();
-    addCopy("45.10.0.4").startedSafely();
+    add("45.10.0.0").launched(40h).startedSafely();
+    add("45.10.0.1").launched(20h).startedSafely();
+    add("45.10.0.2").launched(50h).startedSafely();
+    add("45.10.0.3").launched(10h).startedSafely();
+    add("45.10.0.4").startedSafely();
     fs::create_directory_symlink(home / "precious", launcher / "45.10.0.2" / "link");
   }
   if (layout == "first")
-    test::Copy(home / "work", "45.12.0.900").executable(argv[3]).startedSafely();
+    addCopy(home / "work", "45.12.0.900").startedSafely();
 }

@@ -1,6 +1,6 @@
 """Launches that are killed at random moments, on a full disk, and two at once.
 
-Usage: disruptions_test.py kill|full-disk|pairs HOST LIBRARY LAYOUTER APPLICATION
+Usage: disruptions_test.py kill|full-disk|pairs HOST LIBRARY LAYOUTER
 
 full-disk expects the temporary folder to be a small file system of its own.
 """
@@ -123,7 +123,7 @@ def pairs(programs):
 
 
 if __name__ == "__main__":
-    if len(sys.argv) != 6:
+    if len(sys.argv) != 5:
         sys.exit(__doc__)
     action = {"kill": kill, "full-disk": full_disk, "pairs": pairs}[sys.argv[1]]
     try:

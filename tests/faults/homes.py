@@ -23,7 +23,7 @@ if not os.path.isdir("/launcher-test"):
     sys.exit("This deletes folders and starts what is installed: use scripts/fault-sweep.sh, "
              "which runs it in a sandbox.")
 
-Programs = collections.namedtuple("Programs", "host library layouter application")
+Programs = collections.namedtuple("Programs", "host library layouter")
 End = collections.namedtuple("End", "launch outcome")
 
 
@@ -99,7 +99,7 @@ class Home:
 
     @staticmethod
     def lay_out(layout, path, programs):
-        subprocess.run([programs.layouter, layout, path, programs.application], check=True)
+        subprocess.run([programs.layouter, layout, path], check=True)
         return Home(path)
 
     def launch_times(self):

@@ -1,7 +1,7 @@
 """Fails every file-related system call of a launch: once, with each error, and then together with
 all later calls of its kind.
 
-Usage: sweep_test.py HOST LIBRARY LAYOUTER APPLICATION
+Usage: sweep_test.py HOST LIBRARY LAYOUTER
 
 A launch has two actors: the thread that calls the entry point, and the thread (with the processes
 it forks until the application runs) that starts the application. A tracer attaches to one of them
@@ -235,7 +235,7 @@ class Sweep:
 
 
 if __name__ == "__main__":
-    if len(sys.argv) != 5:
+    if len(sys.argv) != 4:
         sys.exit(__doc__)
     sweep = Sweep(Programs(*sys.argv[1:]), pathlib.Path(tempfile.gettempdir()))
     try:
