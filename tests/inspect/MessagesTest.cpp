@@ -10,33 +10,6 @@ using namespace LauncherInspect;
 
 namespace {
 
-Facts everyFact() {
-  Facts facts = test::sampleFacts();
-  facts.failure = Failure{"/failed", "", std::make_error_code(std::errc::not_a_directory)};
-  facts.places.launcherDirectoryFailure = Failure{"/unknown", ""};
-  facts.places.homeOwner = "alice";
-  facts.places.ignoredHome = "/ignored";
-  facts.cleanUp.failure = Failure{"/kept", "", std::make_error_code(std::errc::io_error)};
-  facts.cleanUp.tiedKept = 4;
-  facts.startCheck.program = "/program";
-  facts.startCheck.frameworks = "/frameworks";
-  facts.startCheck.architecture = "arm64";
-  facts.startCheck.foreignFile = "/foreign";
-  facts.startCheck.unsignedFile = "/unsigned";
-  facts.startCheck.systemVersion = "14.5";
-  facts.startCheck.neededSystem = "15.0";
-  facts.unwritableRecord = "/record";
-  facts.cleanUp.chosenTarget = "/target";
-  facts.lastLaunch.unreadableReason = "launch log";
-  facts.loadMode.unreadableReason = "load log";
-  facts.loadMode.failure = "library";
-  CandidateFacts& candidate = facts.decisions.candidates[2];
-  candidate.decision.corruptCheck.launchCount = 7;
-  candidate.twin = 1;
-  candidate.failure = Failure{"/candidate", ""};
-  return facts;
-}
-
 std::string shown(const Text& text) {
   std::string sentence;
   for (const Part& part : text.parts) {
@@ -61,7 +34,7 @@ std::string shown(const Text& text) {
 } // namespace
 
 TEST(Messages, AreTheseSentences) {
-  const Facts facts = everyFact();
+  const Facts facts = test::everyFact();
   std::string page;
   for (const auto& [member, topic] : allTopics()) {
     for (const auto& [code, applies, text, remedy] : topic(facts, facts.decisions.candidates[2])) {

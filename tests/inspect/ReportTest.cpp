@@ -93,52 +93,22 @@ TEST(Report, ShowsPathsInFull) {
   EXPECT_THAT(full.dump(), Not(HasSubstr("~")));
 }
 
-namespace {
-
-// Facts with the login name "alice" in every text that is not the command's own.
-Facts personalFacts() {
-  Facts facts = sampleFacts();
-  const Path outside = "/srv/alice";
-  facts.clientVersion = "45.alice";
-  facts.decisions.fellBack = true;
-  facts.places.workingDirectory = facts.places.launcherDirectory = facts.lastLaunch.log = outside;
-  for (auto& candidate : facts.decisions.candidates) {
-    candidate.decision.dir = outside / "alice" / candidate.decision.dir.filename();
-    candidate.decision.version = "45.alice";
-  }
-  for (auto* folders : {&facts.cleanUp.removed, &facts.cleanUp.tied, &facts.cleanUp.kept})
-    folders->front().dir = outside / "alice";
-  facts.lastLaunch.clientVersion = "45.alice";
-  facts.lastLaunch.chosen = LoggedCopy{"/srv/alice", "45.alice"};
-  facts.lastLaunch.removalFailures = {"alice"};
-  facts.places.homeOwner = "alice";
-  facts.startCheck = {
-      outside, outside, false, true, true, false, false, "", outside, outside, "14", "alice", true};
-  facts.unwritableRecord = facts.loadMode.log = facts.cleanUp.chosenTarget = outside;
-  facts.loadMode.failure = "/srv/alice is denied";
-  facts.decisions.candidates[5].twin = 1;
-  facts.decisions.candidates[6].failure = Failure{"/srv/alice", "alice is denied"};
-  return facts;
-}
-
-} // namespace
-
 TEST(Report, MasksEveryText) {
-  Facts chosen = personalFacts();
-  Facts failed = personalFacts();
-  failed.decisions.chosen.reset();
-  failed.failure = Failure{"/srv/alice", "alice is denied"};
-  Facts failedLater = personalFacts();
-  failedLater.cleanUp.failure = Failure{"/srv/alice", "alice is denied"};
-  failedLater.lastLaunch.unreadableReason = "alice is denied";
-  failedLater.loadMode.unreadableReason = "alice is denied";
-  failedLater.places.launcherDirectoryFailure = failedLater.cleanUp.failure;
-  for (const Facts& facts : {chosen, failed, failedLater}) {
+  const Facts stopped = test::everyFact();
+  Facts failedLater = stopped;
+  failedLater.failure.reset();
+  Facts launched = failedLater;
+  launched.decisions.fellBack = true;
+  launched.places.launcherDirectoryFailure.reset();
+  launched.cleanUp.failure.reset();
+  launched.lastLaunch.unreadableReason.clear();
+  launched.loadMode.unreadableReason.clear();
+  for (const Facts& facts : {stopped, failedLater, launched}) {
     EXPECT_THAT(report(facts).dump(), HasSubstr("alice"));
     EXPECT_THAT(report(facts, {"alice"}).dump(), Not(HasSubstr("alice")));
   }
-  EXPECT_EQ(report(chosen, {"alice"})["home"], "/home/*****");
-  EXPECT_EQ(report(chosen, {"alice"})["candidates"][5]["directory"], "/srv/*****/*****/again");
+  EXPECT_EQ(report(launched, {"alice"})["home"], "/home/*****");
+  EXPECT_EQ(report(launched, {"alice"})["candidates"][5]["directory"], "/srv/*****/again");
 }
 
 TEST(Report, MasksTheOwner) {

@@ -110,4 +110,53 @@ inline LauncherInspect::Facts sampleFacts() {
   return facts;
 }
 
+// Facts that all differ, whether they go together or not. Every text that is not the command's own
+// holds the login name of alice.
+inline LauncherInspect::Facts everyFact() {
+  using namespace LauncherInspect;
+  const Path folder = "/srv/alice";
+  const std::string reason = "alice is denied";
+  Facts facts = sampleFacts();
+  facts.clientVersion = "45.12.0.alice";
+  facts.failure =
+      Failure{folder / "failed", reason, std::make_error_code(std::errc::not_a_directory)};
+  facts.places.ignoredHome = folder / "ignored";
+  facts.places.homeOwner = "alice";
+  facts.places.workingDirectory = folder / "work";
+  facts.places.launcherDirectory = folder / "launcher";
+  facts.places.launcherDirectoryFailure = Failure{folder / "unknown", reason};
+  for (auto& candidate : facts.decisions.candidates) {
+    candidate.decision.dir = folder / candidate.decision.dir.filename();
+    candidate.decision.version += ".alice";
+  }
+  facts.decisions.candidates[2].decision.corruptCheck.launchCount = 7;
+  facts.decisions.candidates[2].failure = Failure{folder / "candidate", reason};
+  facts.decisions.candidates[2].twin = facts.decisions.candidates[5].twin = 1;
+  for (auto* folders : {&facts.cleanUp.removed, &facts.cleanUp.tied, &facts.cleanUp.kept})
+    folders->front().dir = folder / folders->front().dir.filename();
+  facts.cleanUp.tiedKept = 4;
+  facts.cleanUp.chosenTarget = folder / "target";
+  facts.cleanUp.failure =
+      Failure{folder / "kept", reason, std::make_error_code(std::errc::io_error)};
+  facts.startCheck.program = folder / "program";
+  facts.startCheck.frameworks = folder / "frameworks";
+  facts.startCheck.hasProgram = false;
+  facts.startCheck.hasMainLibrary = facts.startCheck.hasLauncherLibrary = false;
+  facts.startCheck.architecture = "arm64";
+  facts.startCheck.foreignFile = folder / "foreign";
+  facts.startCheck.unsignedFile = folder / "unsigned";
+  facts.startCheck.systemVersion = "14.5";
+  facts.startCheck.neededSystem = "15.alice";
+  facts.unwritableRecord = folder / "record";
+  facts.unwritableLog = folder / "log";
+  facts.lastLaunch.log = facts.loadMode.log = folder / "logs";
+  facts.lastLaunch.clientVersion = "45.alice";
+  facts.lastLaunch.chosen = LoggedCopy{folder, "45.alice"};
+  facts.lastLaunch.removalFailures.push_back(reason);
+  facts.lastLaunch.unreadableReason = "launch log of alice";
+  facts.loadMode.unreadableReason = "load log of alice";
+  facts.loadMode.failure = "library of alice";
+  return facts;
+}
+
 } // namespace test
