@@ -41,8 +41,11 @@ install_pkgconfig(ThinClientLauncherPlugin "What a plug-in needs to enter the la
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md COPYRIGHT SECURITY.md TYPE DOC COMPONENT docs)
 install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT docs)
 
-if(APPLE)
-  include(cmake/Archive.cmake)
+if(APPLE) # "cpack" in the build folder makes one archive, to be unpacked wherever it shall be used
+  set(CPACK_GENERATOR TGZ)
+  set(CPACK_PACKAGE_FILE_NAME ThinClientLauncher-${PROJECT_VERSION}-macos)
+  set(CPACK_VERBATIM_VARIABLES ON)
+  include(CPack)
 else()
   include(cmake/Packages.cmake)
 endif()

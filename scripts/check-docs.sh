@@ -10,4 +10,5 @@ mkdir -p build/reference
 doxygen docs/Doxyfile
 cmake --preset release >/dev/null
 cmake --build --preset release --target sandbox
-build/release/tests/lab/programs/sandbox --writable "$PWD" scripts/run_docs.py --project README.md CONTRIBUTING.md
+build/release/tests/lab/programs/sandbox --writable "$PWD" scripts/run_docs.py \
+  --only "run in the project's folder" --folder "$PWD" README.md CONTRIBUTING.md

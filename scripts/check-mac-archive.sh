@@ -18,5 +18,5 @@ tar --list --file "$folder"/*.tar.gz | grep -v -e '/$' -e /doc/
 export CCC_OVERRIDE_OPTIONS="# ^--target=arm64-apple-macos11.0 +-arch +arm64 +-arch +x86_64 \
 +-isysroot +$sysroot +-B$sysroot/bin +-isystem +$sysroot/usr/include/libc++-config +-fuse-ld=lld"
 export CMAKE_TOOLCHAIN_FILE=$PWD/cmake/macos-cross.cmake
-scripts/run_docs.py --on "a Mac" --folder "$folder" docs/embedding.md
+scripts/run_docs.py --only "run on a Mac" --folder "$folder" docs/embedding.md
 PYTHONPATH=build/macos-lief python3 tests/macos/check_mac_files.py "$folder"

@@ -1,19 +1,19 @@
 #!/usr/bin/env python3
 """Runs the command blocks of documents, in order, and compares the output that the documents show.
 
-Usage: run_docs.py [--build FOLDER] [--project | --on "a Mac" --folder FOLDER] DOCUMENT ...
+Usage: run_docs.py [--build FOLDER] [--only NOTE --folder FOLDER] DOCUMENT ...
 
 Each document gets an empty folder and an empty home, and one shell for all of its blocks. A block of
 the language "sh" is run; a block "text" after it shows its output, where a line "..." stands for any
 lines. Times and the home's place are normalised. A comment before a block says what else happens:
 
   <!-- run by FILE -->                    FILE, of the project, has each of the commands
-  <!-- run in the project's folder -->    run there with --project, which runs no other blocks
-  <!-- run on a Mac -->                   run with --on "a Mac", which runs no other blocks, in FOLDER
+  <!-- run in the project's folder -->    run with --only "run in the project's folder"
+  <!-- run on a Mac -->                   run with --only "run on a Mac"
   <!-- not run: REASON -->                skipped
 
---build installs this build first and lets the commands find it. Exit status: 0 everything holds,
-1 something does not, 2 wrong usage.
+--build installs this build first and lets the commands find it. --only runs the blocks with this note,
+in FOLDER, and no others. Exit status: 0 everything holds, 1 something does not, 2 wrong usage.
 """
 
 import argparse
@@ -29,6 +29,7 @@ PROJECT = pathlib.Path(__file__).resolve().parents[1]
 BLOCK = re.compile(r"(?:^<!-- (?P<note>[^\n]*) -->\n)?^```(?P<language>\w*)\n(?P<body>.*?)^```$",
                    re.MULTILINE | re.DOTALL)
 TIME = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} ")
+NOTES = "", "run in the project's folder", "run on a Mac"
 END_OF_BLOCK = "--- end of block"
 
 
@@ -69,8 +70,7 @@ def matches(shown, lines):
 
 class Runner:
     def __init__(self, arguments, folder):
-        self.project = arguments.project
-        self.place = arguments.on
+        self.wanted = arguments.only
         self.own_folder = arguments.folder
         self.folder = folder
         self.failures = 0
@@ -94,16 +94,13 @@ class Runner:
 
     def run_all(self, document):
         blocks = blocks_of(document.read_text())
-        wanted = "run in the project's folder" if self.project else ""
-        if self.place:
-            wanted = f"run on {self.place}"
-        run = [block for block in blocks if block.note == wanted]
+        run = [block for block in blocks if block.note == self.wanted]
         for block in blocks:
             if block.note.startswith("run by "):
                 self.check_run_elsewhere(document, block)
-            elif not re.match(r"(run in the project's folder|run on a Mac|not run: .+)?$", block.note):
+            elif block.note not in NOTES and not re.match("not run: .", block.note):
                 self.fail(document, block, f"unknown note: {block.note}")
-        folder = PROJECT if self.project else self.own_folder or tempfile.mkdtemp(dir=self.folder)
+        folder = self.own_folder or tempfile.mkdtemp(dir=self.folder)
         self.run(document, run, folder)
         print(f"{document.name}: {len(run)} of {len(blocks)} blocks run")
 
@@ -134,8 +131,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--build", type=pathlib.Path)
-    parser.add_argument("--project", action="store_true")
-    parser.add_argument("--on")
+    parser.add_argument("--only", choices=NOTES, default="")
     parser.add_argument("--folder", type=pathlib.Path)
     parser.add_argument("documents", nargs="+", type=pathlib.Path)
     arguments = parser.parse_args()

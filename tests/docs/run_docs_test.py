@@ -57,18 +57,14 @@ class Runner(unittest.TestCase):
         for command in "scripts/nonexistent.sh", "scripts/test", "test.sh", "What CI runs":
             self.assertFault(sh(command, note="run by .ci/run"))
 
-    def testRunsInProject(self):
-        block = sh("ls -d scripts", "other", "run in the project's folder")
-        self.assertHolds(block)
-        self.assertFault(block, "--project")
-
-    def testRunsOnAMac(self):
-        block = sh("echo one", "other", "run on a Mac")
-        self.assertHolds(block + sh("true"))
-        self.assertFault(block, "--on", "a Mac")
+    def testRunsOnlyWanted(self):
+        note = "run on a Mac"
+        self.assertHolds(sh("false", note=note) + sh("true"))
+        self.assertFault(sh("false", note=note), "--only", note)
+        self.assertEqual(run(sh("false", note=note), "--only", "a Mac").returncode, 2)
         with tempfile.TemporaryDirectory() as folder:
-            self.assertHolds(sh("touch made", note="run on a Mac") + sh("false"),
-                             "--on", "a Mac", "--folder", folder)
+            self.assertHolds(sh("touch made", note=note) + sh("false"),
+                             "--only", note, "--folder", folder)
             self.assertTrue((pathlib.Path(folder) / "made").exists())
 
 
