@@ -7,8 +7,6 @@
 #include "Measure.h"
 
 #include <dlfcn.h>
-#include <stdarg.h>
-#include <unistd.h>
 
 typedef int (*EntryPoint)(int, char**);
 
@@ -17,30 +15,6 @@ int nanosleep(const struct timespec* request, struct timespec* left) {
   (void)left;
   waitForStart();
   return 0;
-}
-
-// A start that failed, which the library reports as an error, ends the measurement.
-static void report(int priority) {
-  if ((priority & 7) == 3)
-    _exit(1);
-  sem_post(&startReported);
-}
-
-void syslog(int priority, const char* format, ...) {
-  (void)format;
-  report(priority);
-}
-
-// What a hardened library calls instead: from clang with newer headers the first, from gcc the
-// second.
-void __vsyslog_chk(int priority, int flag, const char* format, va_list arguments) {
-  (void)flag, (void)format, (void)arguments;
-  report(priority);
-}
-
-void __syslog_chk(int priority, int flag, const char* format, ...) {
-  (void)flag, (void)format;
-  report(priority);
 }
 
 int main(int argc, char** argv) {

@@ -1,24 +1,12 @@
 // How long a start request holds its caller, in a small and in a large host.
 
 #include "BenchHome.h"
+#include "Measure.h"
 #include "Platform.h"
 
 #include <benchmark/benchmark.h>
 
-#include <semaphore.h>
 #include <vector>
-
-static sem_t startReported;
-
-// Fakes of the C library's functions, which tell when the start is over. A hardened library calls
-// the second.
-extern "C" void syslog(int, const char*, ...) {
-  sem_post(&startReported);
-}
-
-extern "C" void __syslog_chk(int, int, const char*, ...) {
-  sem_post(&startReported);
-}
 
 namespace {
 
@@ -34,8 +22,7 @@ void startRequest(benchmark::State& state) {
   for (auto _ : state) {
     Platform::startApplication(bundle(), "loadmode");
     state.PauseTiming();
-    while (sem_wait(&startReported) != 0) {
-    }
+    waitForStart();
     state.ResumeTiming();
   }
 }
