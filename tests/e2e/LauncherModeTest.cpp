@@ -18,10 +18,6 @@ protected:
   Copy makeVersion(const std::string& version) const {
     return makeCopy(home.launcherDirectory() / version, version);
   }
-
-  static void launchInHost() {
-    inHost([] { EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0"); });
-  }
 };
 
 TEST_F(LauncherMode, RunsAllSteps) {
@@ -32,7 +28,7 @@ TEST_F(LauncherMode, RunsAllSteps) {
   const Copy corrupt = makeVersion("45.12.0.950").launches("3").launched(std::chrono::hours(2));
   const Copy old = makeVersion("45.10.0.1").launched(std::chrono::hours(3));
 
-  launchInHost();
+  inHost([] { EXPECT_EQ(launch({"launchermode", "45.12.0.1000"}), "returned 0"); });
   EXPECT_THAT(systemLog->awaitMessages(1), ElementsAre(SUCCESS));
 
   const fs::path corruptVersions = home.launcherDirectory() / "corrupt.dat";

@@ -2,6 +2,8 @@
 
 #include "Terminal.h"
 
+#include <array>
+#include <glib.h>
 #include <gmock/gmock.h>
 
 using namespace LauncherInspect;
@@ -10,15 +12,10 @@ using ::testing::SizeIs;
 
 namespace {
 
-std::string utf8(unsigned character) {
-  if (character < 0x80)
-    return {static_cast<char>(character)};
-  const int following = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
-  const unsigned mark = 0xFF & (0xFF00u >> (following + 1));
-  std::string bytes{static_cast<char>(mark | (character >> (6 * following)))};
-  for (int i = following - 1; i >= 0; --i)
-    bytes += static_cast<char>(0x80 | ((character >> (6 * i)) & 0x3F));
-  return bytes;
+std::string utf8(gunichar character) {
+  std::array<char, 6> bytes{};
+  const int size = g_unichar_to_utf8(character, bytes.data());
+  return {bytes.data(), static_cast<std::size_t>(size)};
 }
 
 } // namespace
