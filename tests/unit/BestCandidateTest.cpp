@@ -11,7 +11,7 @@ protected:
   fs::path makeCandidate(std::size_t position, const std::string& version) const {
     const std::string name = "copy " + std::to_string(position);
     if (version != NO_BUNDLE)
-      return makeCopy(name, version);
+      return home.copy(name, version);
     fs::create_directories(launcherDirectory() / name);
     return launcherDirectory() / name;
   }

@@ -60,7 +60,7 @@ TEST_F(CleanUp, KeepsLaunchedCopy) {
 }
 
 TEST_F(CleanUp, GoesByLaunchTime) {
-  makeCopy("newest", "99.0").launches("99").startedSafely().launched(WEEK);
+  home.copy("newest", "99.0").launches("99").startedSafely().launched(WEEK);
   makeLaunchedDirectory("a", hours(1));
   makeLaunchedDirectory("b", hours(2));
   launcher.cleanUpLauncherDirectory(launched);

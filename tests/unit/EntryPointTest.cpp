@@ -127,8 +127,8 @@ TEST_F(EntryPoint, KnowsClientVersionByItsWord) {
       {{"", "45.10"}, nullptr, true},
       {{"45.10", "launchermode"}, nullptr, true},
   };
-  const fs::path newer = makeCopy("newer", "45.11");
-  const fs::path older = makeCopy("older", "45.9");
+  const fs::path newer = home.copy("newer", "45.11");
+  const fs::path older = home.copy("older", "45.9");
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::PrintToString(row.arguments));
     EXPECT_EQ(call(row.arguments), 0);
@@ -155,7 +155,7 @@ TEST_F(EntryPoint, TakesNullForNoArgument) {
 // --- The sequence of a launch ---
 
 TEST_F(EntryPoint, PausesBeforeItRecords) {
-  const fs::path copy = makeCopy("copy", "45.11.0.1");
+  const fs::path copy = home.copy("copy", "45.11.0.1");
   for (const char* name : {"a", "b", "c"})
     fs::create_directory(launcherDirectory() / name);
   test::FakeSleep::setAction([&] {
@@ -171,9 +171,9 @@ TEST_F(EntryPoint, PausesBeforeItRecords) {
 }
 
 TEST_F(EntryPoint, RecordsBeforeItCleans) {
-  const fs::path copy = makeCopy("copy", "45.11.0.1");
+  const fs::path copy = home.copy("copy", "45.11.0.1");
   for (const char* name : {"a", "b"})
-    makeCopy(name, "45.9").launched(std::chrono::hours(1));
+    home.copy(name, "45.9").launched(std::chrono::hours(1));
   const fs::path content = launcherDirectory() / "old" / "content";
   test::writeFile(content / "file", "");
   test::asUnprivilegedUser(home.path(), [&] {
@@ -187,9 +187,9 @@ TEST_F(EntryPoint, RecordsBeforeItCleans) {
 }
 
 TEST_F(EntryPoint, FallsBackToViableCopies) {
-  makeCopy("a", "45.11.0.1");
-  const fs::path b = makeCopy("b", "45.12.0.1");
-  makeCopy("broken", "45.13.0.1").launches("3");
+  home.copy("a", "45.11.0.1");
+  const fs::path b = home.copy("b", "45.12.0.1");
+  home.copy("broken", "45.13.0.1").launches("3");
   EXPECT_EQ(call({"launchermode", "45.10"}), 0);
   const auto lines = launchLog();
   EXPECT_THAT(lines, Contains(best(b, "45.12.0.1")));
@@ -213,7 +213,7 @@ TEST_F(EntryPoint, RecordsInWorkingFolderWithoutApplicationSupport) {
 }
 
 TEST_F(EntryPoint, LaunchesWithoutLog) {
-  const fs::path copy = makeCopy("copy", "45.11.0.1");
+  const fs::path copy = home.copy("copy", "45.11.0.1");
   fs::create_directories(home.launchLog());
   EXPECT_EQ(call({}), 0);
   EXPECT_EQ(launchCount(copy), "1");

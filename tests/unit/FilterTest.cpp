@@ -20,7 +20,7 @@ class Compatibility : public test::LauncherTest {};
 // --- Corrupt copies ---
 
 TEST_F(Viability, SkipsCorruptCopy) {
-  const fs::path copy = makeCopy("new", "45.11.0.1").launches("1234567");
+  const fs::path copy = home.copy("new", "45.11.0.1").launches("1234567");
   EXPECT_THAT(launcher.filterInviableDirectories({copy}), IsEmpty());
   EXPECT_THAT(
       messages(),
@@ -33,10 +33,10 @@ TEST_F(Viability, SkipsCorruptCopy) {
 }
 
 TEST_F(Viability, KeepsOtherCopies) {
-  const fs::path fresh = makeCopy("fresh", "45.11.0.1").launches("2");
-  const fs::path safe = makeCopy("safe", "46").launches("4294967295").startedSafely();
-  const fs::path old = makeCopy("old", "45.10.0.32950").launches("7");
-  const fs::path unreadable = makeCopy("unreadable", "").launches("7");
+  const fs::path fresh = home.copy("fresh", "45.11.0.1").launches("2");
+  const fs::path safe = home.copy("safe", "46").launches("4294967295").startedSafely();
+  const fs::path old = home.copy("old", "45.10.0.32950").launches("7");
+  const fs::path unreadable = home.copy("unreadable", "").launches("7");
   const fs::path outside = test::Copy(home.path() / "elsewhere", "45.11.0.1").launches("7");
   const fs::path nested = test::Copy(fresh / "nested", "45.11.0.1").launches("7");
   const std::vector<fs::path> all{fresh, safe, old, unreadable, outside, nested};
@@ -84,7 +84,7 @@ TEST_F(Viability, JudgesCorruption) {
         std::string("version ") + row.version + ", launched " + row.launchCount +
         (row.startedSafely ? ", started safely" : ""));
     fs::remove_all(launcherDirectory());
-    auto copy = makeCopy("copy", row.version).launches(row.launchCount);
+    auto copy = home.copy("copy", row.version).launches(row.launchCount);
     if (row.startedSafely)
       copy.startedSafely();
     EXPECT_EQ(launcher.isSupportCheckCorrupt(copy), row.isSupported);
@@ -108,11 +108,11 @@ TEST_F(Viability, SkipsOtherFolders) {
 }
 
 TEST_F(Viability, KeepsOrderAndDuplicates) {
-  const fs::path old = makeCopy("old", "45.9");
-  const fs::path good = makeCopy("good", "45.11");
-  const fs::path a = makeCopy("a", "45.12.0.1").launches("3");
-  const fs::path b = makeCopy("b", "45.11.0.1").launches("3");
-  const fs::path c = makeCopy("c", "45.12.0.1").launches("3");
+  const fs::path old = home.copy("old", "45.9");
+  const fs::path good = home.copy("good", "45.11");
+  const fs::path a = home.copy("a", "45.12.0.1").launches("3");
+  const fs::path b = home.copy("b", "45.11.0.1").launches("3");
+  const fs::path c = home.copy("c", "45.12.0.1").launches("3");
   EXPECT_THAT(
       launcher.filterInviableDirectories({good, a, b, old, c, good}), ElementsAre(good, old, good));
   EXPECT_EQ(test::readFile(corruptFile()), "45.11.0.1|45.12.0.1");
@@ -122,13 +122,13 @@ TEST_F(Viability, KeepsOrderAndDuplicates) {
 
 TEST_F(Viability, KeepsCorruptFile) {
   test::writeFile(corruptFile(), "45.11.0.1");
-  launcher.filterInviableDirectories({makeCopy("good", "45.12")});
+  launcher.filterInviableDirectories({home.copy("good", "45.12")});
   EXPECT_THAT(launcher.filterInviableDirectories({}), IsEmpty());
   EXPECT_EQ(test::readFile(corruptFile()), "45.11.0.1");
 }
 
 TEST_F(Viability, RaisesForLockedFolder) {
-  const fs::path copy = makeCopy("locked", "45.11.0.1");
+  const fs::path copy = home.copy("locked", "45.11.0.1");
   test::asUnprivilegedUser(home.path(), [&] {
     const test::ScopedPermissions scoped(copy, fs::perms::none);
     EXPECT_THROW(launcher.filterInviableDirectories({copy}), fs::filesystem_error);
@@ -140,13 +140,13 @@ TEST_F(Viability, RaisesForLockedFolder) {
 
 TEST_F(Compatibility, KeepsAllForAnyClient) {
   const std::vector<fs::path> all{
-      makeCopy("new", "99.0"), makeCopy("unreadable", ""), home.path() / "missing", ""};
+      home.copy("new", "99.0"), home.copy("unreadable", ""), home.path() / "missing", ""};
   EXPECT_EQ(launcher.filterIncompatibleDirectories(all, ""), all);
   EXPECT_EQ(launcher.filterIncompatibleDirectories(all, "1.0.0.1"), all);
 }
 
 TEST_F(Compatibility, KnowsAnyClientByExactText) {
-  const fs::path copy = makeCopy("new", "99.0");
+  const fs::path copy = home.copy("new", "99.0");
   for (const char* version :
        {"1.0.0.1 ", "1.0.0.1.", "1.0.0.10", "1.0.0", " 1.0.0.1", "1.0.0.01"}) {
     SCOPED_TRACE(version);
@@ -172,16 +172,16 @@ TEST_F(Compatibility, ComparesTwoComponents) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(std::string("client ") + row.client + ", copy " + row.version);
-    const fs::path copy = makeCopy("copy", row.version);
+    const fs::path copy = home.copy("copy", row.version);
     const auto compatible = launcher.filterIncompatibleDirectories({copy}, row.client);
     EXPECT_EQ(compatible, row.kept ? std::vector{copy} : std::vector<fs::path>());
   }
 }
 
 TEST_F(Compatibility, KeepsOrderSilently) {
-  const fs::path a = makeCopy("a", "45.9");
-  const fs::path b = makeCopy("b", "46");
-  const fs::path c = makeCopy("c", "44");
+  const fs::path a = home.copy("a", "45.9");
+  const fs::path b = home.copy("b", "46");
+  const fs::path c = home.copy("c", "44");
   EXPECT_THAT(launcher.filterIncompatibleDirectories({c, b, a, c}, "45.10"), ElementsAre(c, a, c));
   EXPECT_THAT(launcher.filterIncompatibleDirectories({b}, "45.10"), IsEmpty());
   EXPECT_THAT(messages(), IsEmpty());

@@ -37,10 +37,6 @@ protected:
   std::filesystem::path logFile() const { return home.path() / "test-log.txt"; }
   std::filesystem::path launcherDirectory() const { return home.launcherDirectory(); }
 
-  Copy makeCopy(const std::string& name, const std::string& version) const {
-    return home.copy(name, version);
-  }
-
   // What was logged so far, without the time stamps.
   std::vector<std::string> messages() const { return readMessages(logFile()); }
 

@@ -85,7 +85,7 @@ TEST_F(Scan, RaisesForLostWorkingFolder) {
 }
 
 TEST_F(Scan, RaisesForDeniedPermission) {
-  makeCopy("45.11.0.1", "45.11.0.1");
+  home.copy("45.11.0.1", "45.11.0.1");
   test::asUnprivilegedUser(home.path(), [&] {
     for (const auto& folder :
          {launcherDirectory(), home.applicationSupport(), home.path() / "Library"}) {
