@@ -5,7 +5,6 @@
 #include "Logger.h"
 
 #include <algorithm>
-#include <string_view>
 
 namespace {
 

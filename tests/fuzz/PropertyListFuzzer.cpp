@@ -10,7 +10,6 @@
 #include <glib.h>
 
 #include <array>
-#include <string_view>
 #include <vector>
 
 namespace {

@@ -2,7 +2,6 @@
 
 #include "Home.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <iostream>
 

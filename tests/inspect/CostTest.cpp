@@ -16,8 +16,6 @@
 #include <functional>
 #include <limits>
 
-namespace fs = std::filesystem;
-
 using namespace LauncherInspect;
 
 namespace {

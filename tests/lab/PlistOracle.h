@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 #include <memory>
-#include <optional>
 #include <string>
 
 namespace test {

@@ -3,7 +3,6 @@
 #include "Home.h"
 
 #include <array>
-#include <utility>
 
 namespace fs = std::filesystem;
 

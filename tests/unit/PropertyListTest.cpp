@@ -16,7 +16,6 @@
 namespace fs = std::filesystem;
 
 using namespace test;
-using testing::AnyOf;
 
 namespace {
 
