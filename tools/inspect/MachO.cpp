@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <fstream>
+#include <cstdio>
+#include <memory>
 #include <system_error>
 
 namespace fs = std::filesystem;
@@ -23,12 +24,10 @@ constexpr Number MOST_SLICES =
 constexpr Number MOST_COMMAND_BYTES = 1024 * 1024;
 
 // Fewer where the file ends.
-static std::string readBytes(std::istream& file, Number offset, Number size) {
+static std::string readBytes(std::FILE* file, Number offset, Number size) {
   std::string bytes(size, '\0');
-  file.clear();
-  file.seekg(static_cast<std::streamoff>(offset));
-  file.read(bytes.data(), static_cast<std::streamsize>(size));
-  bytes.resize(static_cast<std::size_t>(file.gcount()));
+  const bool isThere = ::fseeko(file, static_cast<off_t>(offset), SEEK_SET) == 0;
+  bytes.resize(isThere ? std::fread(bytes.data(), 1, size, file) : 0);
   return bytes;
 }
 
@@ -61,7 +60,7 @@ static bool hasSignature(const std::string& commands) {
 }
 
 // The header of 32 bits lacks the last four bytes; what is asked for lies before them.
-static std::optional<Slice> readSlice(std::istream& file, Number offset) {
+static std::optional<Slice> readSlice(std::FILE* file, Number offset) {
   const std::string header = readBytes(file, offset, 32);
   const Number kind = header.size() < 32 ? 0 : littleEndian(header, 0);
   if (kind != SLICE_32 && kind != SLICE_64)
@@ -70,7 +69,7 @@ static std::optional<Slice> readSlice(std::istream& file, Number offset) {
   return Slice{nameOf(littleEndian(header, 4)), hasSignature(readBytes(file, offset + 32, size))};
 }
 
-static std::vector<Slice> readTable(std::istream& file, Number count, bool is64) {
+static std::vector<Slice> readTable(std::FILE* file, Number count, bool is64) {
   const Number entrySize = is64 ? 32 : 20;
   const std::string table = readBytes(file, 8, count * entrySize);
   std::vector<Slice> slices;
@@ -85,15 +84,16 @@ std::optional<std::vector<Slice>> readSlices(const fs::path& path) {
   std::error_code error;
   if (!fs::is_regular_file(path, error))
     return std::nullopt;
-  std::ifstream file(path, std::ios::binary);
-  const std::string start = readBytes(file, 0, 8);
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
+      std::fopen(path.c_str(), "rb"), std::fclose);
+  const std::string start = file ? readBytes(file.get(), 0, 8) : "";
   if (start.size() < 8)
     return std::nullopt;
   const Number kind = bigEndian(start, 0);
   const Number count = bigEndian(start, 4);
   if ((kind == UNIVERSAL || kind == UNIVERSAL_64) && count <= MOST_SLICES)
-    return readTable(file, count, kind == UNIVERSAL_64);
-  const auto slice = readSlice(file, 0);
+    return readTable(file.get(), count, kind == UNIVERSAL_64);
+  const auto slice = readSlice(file.get(), 0);
   return slice ? std::optional(std::vector{*slice}) : std::nullopt;
 }
 
