@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds the library, the command and the kits for macOS on Linux, for both architectures, checks the
-# files and runs the library's machine code.
+# files and runs the machine code.
 # Usage: scripts/check-macos.sh
 source "$(dirname "$0")/usage.sh" || exit
 
@@ -35,4 +35,4 @@ python3 scripts/check_macho.py --program "$command" "$PWD"
 python3 tests/macos/check_macho_test.py "$library" "$exports" "$command"
 scripts/check-mac-archive.sh
 
-scripts/run-machine-code.sh "$library"
+scripts/run-machine-code.sh build/macos-cross

@@ -69,11 +69,11 @@ def defined(binary):
 
 
 def words(binary, name, size=8):
-    """Pairs of address and content of a section's entries; none if there is no such section."""
+    """Pairs of place in the image and content of a section's entries; none if there is no such section."""
     section = binary.get_section(name)
     content = bytes(section.content) if section else b""
     return [
-        (section.virtual_address + offset, content[offset : offset + size])
+        (section.virtual_address - binary.imagebase + offset, content[offset : offset + size])
         for offset in range(0, len(content), size)
     ]
 
@@ -134,3 +134,12 @@ def unwind_entries(binary):
         return read_unwind_entries(bytes(section.content) if section else b"")
     except (IndexError, struct.error):
         raise Malformed("its unwind entries contradict each other") from None
+
+
+def frame_instructions(binary, entry):
+    """The instructions in DWARF of an entry that has no compact form."""
+    section = binary.get_section("__eh_frame")
+    content, start = bytes(section.content), entry.encoding & 0xFFFFFF
+    (length,) = unpack("<I", content, start)
+    (augmentation,) = unpack("B", content, start + 24)  # the length of what precedes the instructions
+    return content[start + 25 + augmentation : start + 4 + length]

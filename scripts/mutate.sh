@@ -14,7 +14,7 @@ seed=${1:-1} mutants=${2:-100}
 [[ $seed =~ ^[0-9]+$ && $mutants =~ ^[1-9][0-9]*$ ]] || wrong_usage
 if [ "${3:-}" = machine-code ]; then
   scripts/check-macos.sh
-  scripts/run-machine-code.sh build/macos-cross/ThinClientLauncher/libThinClientLauncher.dylib "${@:1:2}"
+  scripts/run-machine-code.sh build/macos-cross "${@:1:2}"
   exit
 fi
 files=("${@:3}")

@@ -6,9 +6,7 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
-#include <pty.h>
 #include <pwd.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -300,22 +298,8 @@ TEST_F(AfterALaunch, TellsOtherEnds) {
 
 namespace {
 
-// What the command writes to a terminal of this width.
 std::string onTerminal(unsigned short columns) {
-  winsize size{24, columns, 0, 0};
-  int terminal = -1;
-  const pid_t child = ::forkpty(&terminal, nullptr, nullptr, &size);
-  if (child == 0) {
-    ::execl(LAUNCHER_INSPECT, LAUNCHER_INSPECT, nullptr);
-    std::_Exit(127);
-  }
-  std::string text;
-  char buffer[4096];
-  for (ssize_t got; (got = ::read(terminal, buffer, sizeof buffer)) > 0;)
-    text.append(buffer, static_cast<std::size_t>(got));
-  ::close(terminal);
-  ::waitpid(child, nullptr, 0);
-  return text;
+  return test::runOnTerminal({LAUNCHER_INSPECT}, columns);
 }
 
 const auto HAS_COLOUR = HasSubstr("\x1b[");

@@ -4,6 +4,7 @@
 #include "User.h"
 
 #include <glib.h>
+#include <pty.h>
 #include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -67,6 +68,23 @@ std::vector<std::string> systemCalls(Command command) {
   if (result.status != 0 || calls.empty())
     throw std::runtime_error("not traced to its end: " + result.err);
   return calls;
+}
+
+std::string runOnTerminal(const std::vector<std::string>& words, unsigned short columns) {
+  const winsize size{24, columns, 0, 0};
+  int terminal = -1;
+  const pid_t child = ::forkpty(&terminal, nullptr, nullptr, &size);
+  if (child == 0) {
+    ::execv(words[0].c_str(), pointersTo(words).data());
+    ::_exit(127);
+  }
+  std::string text;
+  char buffer[4096];
+  for (ssize_t got; (got = ::read(terminal, buffer, sizeof buffer)) > 0;)
+    text.append(buffer, static_cast<std::size_t>(got));
+  ::close(terminal);
+  ::waitpid(child, nullptr, 0);
+  return text;
 }
 
 } // namespace test

@@ -29,4 +29,7 @@ Result run(const Command& command);
 // with 0.
 std::vector<std::string> systemCalls(Command command);
 
+// What a program writes to a terminal of so many columns.
+std::string runOnTerminal(const std::vector<std::string>& words, unsigned short columns);
+
 } // namespace test

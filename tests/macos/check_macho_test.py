@@ -140,7 +140,7 @@ FAULTS_OF_THEIR_DIFFERENCE = [
 ]
 FAULTS_OF_THE_BORDER = [
     ("message setArgumentz:", b"setArguments:", b"setArgumentz:"),
-    ("function _snprintf", b"_strftime", b"_snprintf"),
+    ("function _vsprintf", b"_strftime", b"_vsprintf"),
     ("function __ZNKSt3__110error_code7messageEz",  # a last "z" stands for unnamed arguments
      b"__ZNKSt3__110error_code7messageEv", b"__ZNKSt3__110error_code7messageEz"),
 ]

@@ -1,5 +1,5 @@
-// Linked into the library that relink.py writes: the loader's work on it before its initialisers
-// and after its last function.
+// Linked into what relink.py writes: the loader's work on it before its first function and after
+// its last.
 
 #include "MacRuntime.h"
 
@@ -8,14 +8,18 @@ extern "C" {
 extern const ClassReference classes[];
 extern const SelectorReference selectors[];
 extern char image[], endOfConstants[];
+using Initialiser = void (*)();
+extern const Initialiser initialisers[];
 void __cxa_finalize(void*);
 }
 
-namespace {
-
-[[gnu::constructor(101)]] void adopt() {
+void mac_enter_image() {
   mac_adopt(classes, selectors, image, endOfConstants);
+  for (const Initialiser* initialise = initialisers; *initialise != nullptr; ++initialise)
+    (*initialise)();
 }
+
+namespace {
 
 [[gnu::destructor(101)]] void finalize() {
   __cxa_finalize(image);

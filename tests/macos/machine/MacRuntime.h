@@ -26,3 +26,7 @@ extern "C" void mac_adopt(
     const SelectorReference* selectors,
     char* image,
     char* endOfConstants);
+
+// Prepares the machine code. A library's runs when it is loaded; a program calls it before its
+// main, when Objective-C knows its own classes.
+extern "C" void mac_enter_image();

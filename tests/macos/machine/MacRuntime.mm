@@ -1,4 +1,4 @@
-// What the library for macOS imports and Linux lacks or has in another form: the loader's work on
+// What code for macOS imports and Linux lacks or has in another form: the loader's work on
 // Objective-C, the entry points of ARC, and a few functions of the C library.
 
 #include "MacRuntime.h"
@@ -7,22 +7,31 @@
 
 #import <Foundation/Foundation.h>
 
+#include <cctype>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <filesystem>
 #include <locale>
 #include <map>
 #include <objc/runtime.h>
+#include <string>
 #include <sys/mman.h>
+#include <utility>
+
+namespace fs = std::filesystem;
 
 extern "C" IMP objc_msg_lookup(id self, SEL selector);
 
 namespace {
 
-// Ends the process with the name of a class that is missing.
+// A class of ours stands in for the one of GNUstep that differs from a Mac's. Ends the process with
+// the name of a class that is missing.
 void bindClasses(const ClassReference* references) {
-  for (; references->place != nullptr; ++references)
-    *references->place = objc_getRequiredClass(references->name);
+  for (; references->place != nullptr; ++references) {
+    const Class ours = objc_lookUpClass((std::string("Mac") + references->name).c_str());
+    *references->place = ours != nullptr ? ours : objc_getRequiredClass(references->name);
+  }
 }
 
 std::map<SEL, MessageKind> messageKinds;
@@ -34,9 +43,6 @@ void bindSelectors(const SelectorReference* references) {
     messageKinds[selector] = references->kind;
   }
 }
-
-// Where GNUstep looks for it.
-[[maybe_unused]] const bool isPlaceSet = (test::propertyListPlace = "Resources/Info.plist", true);
 
 } // namespace
 
@@ -115,29 +121,59 @@ extern "C" const std::uintptr_t __stack_chk_guard = 0x5A17C0DE00FF0DULL;
 extern "C" const void*
 linux_use_facet(const std::locale*, std::locale::id&) asm("_ZNKSt3__16locale9use_facetERNS0_2idE");
 
+// What code for a Mac reads itself to classify characters.
+struct CharacterTypes {
+  CharacterTypes() {
+    const std::pair<int (*)(int), std::uint32_t> classes[] = {
+        {std::isalpha, 0x100},
+        {std::iscntrl, 0x200},
+        {std::isdigit, 0x400},
+        {std::isgraph, 0x800},
+        {std::islower, 0x1000},
+        {std::ispunct, 0x2000},
+        {std::isspace, 0x4000},
+        {std::isupper, 0x8000},
+        {std::isxdigit, 0x10000},
+        {std::isblank, 0x20000},
+        {std::isprint, 0x40000}};
+    for (int character = 0; character < 128; ++character)
+      for (const auto& [isOfClass, bit] : classes)
+        types[character] |= isOfClass(character) != 0 ? bit : 0;
+  }
+
+  char before[60]{};
+  std::uint32_t types[256]{};
+};
+
+extern "C" {
+extern const CharacterTypes macCharacterTypes asm("_DefaultRuneLocale");
+const CharacterTypes macCharacterTypes;
+
+int __maskrune(int character, unsigned long classes) {
+  return character >= 0 && character < 256
+             ? static_cast<int>(macCharacterTypes.types[character] & classes)
+             : 0;
+}
+}
+
 namespace {
 
-// std::ctype<char> as a Mac lays it out: code that tests for white space reads the table itself.
-// There, its entries have 32 bits, and another one stands for white space. No other class of
-// characters is asked for.
-struct CharacterClasses {
-  CharacterClasses(const std::ctype<char>& original) {
+// std::ctype<char> as a Mac lays it out.
+struct CharacterFacet {
+  CharacterFacet(const std::ctype<char>& original) {
     std::memcpy(base, static_cast<const void*>(&original), sizeof base);
-    for (const int space : {' ', '\t', '\n', '\v', '\f', '\r'})
-      entries[space] = 0x4000;
   }
 
   void* base[2]; // table of virtual functions, count of owners
-  const std::uint32_t* table = entries;
+  const std::uint32_t* table = macCharacterTypes.types;
   bool ownsTable = false;
-  std::uint32_t entries[256]{};
 };
 
 } // namespace
 
 extern "C" const void* mac_use_facet(const std::locale* locale, std::locale::id& id) {
-  static const CharacterClasses classes(std::use_facet<std::ctype<char>>(std::locale::classic()));
-  return &id == &std::ctype<char>::id ? &classes : linux_use_facet(locale, id);
+  static const CharacterFacet facet(std::use_facet<std::ctype<char>>(std::locale::classic()));
+  return &id == &std::ctype<char>::id ? &facet : linux_use_facet(locale, id);
 }
 
 // --- Foundation ---
@@ -158,3 +194,43 @@ extern "C" NSArray* mac_NSSearchPathForDirectoriesInDomains(
                           ? library
                           : [library stringByAppendingPathComponent:@"Application Support"]];
 }
+
+// GNUstep's bundles have their property list elsewhere and remember it, and take a backslash for a
+// separator.
+@interface MacNSBundle : NSObject {
+  fs::path folder;
+}
+@end
+
+@implementation MacNSBundle
+
++ (instancetype)bundleWithPath:(NSString*)path {
+  std::error_code error;
+  if (!fs::is_directory([path UTF8String], error))
+    return nil;
+  MacNSBundle* const bundle = [[[self alloc] init] autorelease];
+  bundle->folder = [path UTF8String];
+  return bundle;
+}
+
++ (id)mainBundle {
+  return [NSBundle mainBundle];
+}
+
+- (NSDictionary*)infoDictionary {
+  const std::string list = test::readFile(folder / test::propertyListPlace);
+  if (list.find("plist") == std::string::npos) // GNUstep would lose memory
+    return nil;
+  NSData* const data = [NSData dataWithBytes:list.data() length:list.size()];
+  @try {
+    id const value = [NSPropertyListSerialization propertyListWithData:data
+                                                               options:0
+                                                                format:nullptr
+                                                                 error:nullptr];
+    return [value isKindOfClass:[NSDictionary class]] ? value : nil;
+  } @catch (NSException*) {
+    return nil;
+  }
+}
+
+@end

@@ -50,4 +50,20 @@ mac_NSLog:
   ldr x7, [sp, #48]
   b __wrap_NSLog
 
+// After the descriptor and the request.
+.globl mac_ioctl
+.type mac_ioctl, @function
+mac_ioctl:
+  ldr x2, [sp]
+  b mac_terminal_size
+
+// After the format, five at most. None is a floating-point number.
+.globl mac_snprintf
+.type mac_snprintf, @function
+mac_snprintf:
+  ldp x3, x4, [sp]
+  ldp x5, x6, [sp, #16]
+  ldr x7, [sp, #32]
+  b snprintf
+
 .section .note.GNU-stack, "", @progbits

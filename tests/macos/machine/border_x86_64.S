@@ -33,4 +33,14 @@ objc_msgSend:
 mac_NSLog:
   jmp __wrap_NSLog@PLT
 
+.globl mac_ioctl
+.type mac_ioctl, @function
+mac_ioctl:
+  jmp mac_terminal_size@PLT
+
+.globl mac_snprintf
+.type mac_snprintf, @function
+mac_snprintf:
+  jmp snprintf@PLT
+
 .section .note.GNU-stack, "", @progbits
