@@ -188,6 +188,8 @@ TEST_F(Command, PrintsVersionAndHelp) {
       help.out,
       AllOf(
           StartsWith("Tells which copy"),
+          HasSubstr("\nWith --check: 0 well, 1 warning, 2 critical, 3 unknown."),
+          HasSubstr("\nUsage: launcher-inspect [OPTIONS]\n"),
           HasSubstr("--working-directory DIR"),
           HasSubstr("1.0.0.1 is any"),
           HasSubstr("0 a copy would start, 1 none would, 2 wrong usage,"),

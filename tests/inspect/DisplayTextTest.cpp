@@ -53,7 +53,7 @@ TEST(Escape, UnassignedCharacters) {
 }
 
 TEST(Escape, LeavesPrintableOnes) {
-  EXPECT_EQ(escape("Ünï 日本 u\u0308"), "Ünï 日本 u\u0308");
+  EXPECT_EQ(escape("Ünï 日本 u\u0308 😀"), "Ünï 日本 u\u0308 😀");
 }
 
 TEST(Utf8, KnowsBrokenTexts) {

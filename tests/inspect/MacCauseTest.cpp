@@ -60,7 +60,8 @@ const std::string INTEL = slice(X86_64, SEGMENT), UNIVERSAL = universal({INTEL, 
 // --- A copy on some Mac ---
 
 const System APPLE{{"arm64"}, "14.5"}, ROSETTA{{"arm64", "x86_64"}, "14.5"};
-const System OLD{{"x86_64"}, "10.15.7"}, OTHER{{"x86_64"}, ""}, UNKNOWN{{"riscv64"}, ""};
+const System OLD{{"x86_64"}, "10.15.7"}, OTHER{{"x86_64"}, ""}, ARM_LINUX{{"arm64"}, ""},
+    UNKNOWN{{"riscv64"}, ""};
 
 class MacCause : public ::testing::Test {
 protected:
@@ -100,6 +101,8 @@ TEST_F(MacCause, Code) {
       {APPLE, "#!/bin/sh", {}},
       {UNKNOWN, "\x7f\x45LF" + std::string(16, '\0'), {}},
       {OTHER, "\x7f\x45LF" + std::string(14, '\0') + '\x03', {}}, // 32-bit code
+      {ARM_LINUX, "\x7f\x45LF" + std::string(14, '\0') + '\xb7', {}},
+      {ARM_LINUX, "\x7f\x45LF" + std::string(14, '\0') + '\x3e', {"not-a-program"}},
       {ROSETTA, INTEL, {}},
       {OLD, ARM, {"no-code-for-machine"}},
       {OLD, universal({INTEL, UNSIGNED_ARM}), {}}};

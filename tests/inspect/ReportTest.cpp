@@ -39,6 +39,7 @@ TEST(Report, ShowsTimesOfAllCenturies) {
   const test::ScopedEnvironment zone{"TZ", "America/New_York"};
   tzset();
   const std::tuple<std::int64_t, long, const char*> rows[] = {
+      {-1, 999999999, "1969-12-31T18:59:59.999999999-05:00"},
       {-2, 250000000, "1969-12-31T18:59:58.250000000-05:00"},
       {-2208945600, 0, "1900-01-01T07:00:00.000000000-05:00"},
       {10413792000, 0, "2299-12-31T19:00:00.000000000-05:00"},

@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 
+#include <fcntl.h>
 #include <iterator>
 #include <sys/inotify.h>
 #include <sys/resource.h>
@@ -199,6 +200,13 @@ TEST_F(List, TakesOneOfRepeatedKeys) {
 
 // --- The binary form ---
 
+TEST_F(List, FindsTopObject) {
+  std::string list =
+      Binary::list({Binary::text(VERSION_KEY), Binary::text("45"), Binary::dictionary({0}, {1})});
+  list[list.size() - 9] = 2; // the last byte of its index
+  EXPECT_EQ(read(list), "45");
+}
+
 TEST_F(List, ReadsUtf16) {
   EXPECT_EQ(read(Binary::withVersion(Binary::utf16(u"45.1\u20AC"))), "45.1\xE2\x82\xAC");
   EXPECT_EQ(read(Binary::withVersion(Binary::utf16(u"\U0001F600"))), "\xF0\x9F\x98\x80");
@@ -390,4 +398,9 @@ TEST_F(List, LeavesNoDescriptor) {
   read(xmlWithVersion());
   read("no list");
   EXPECT_EQ(descriptors(), before);
+  test::inChildProcess([this] { // in a host without standard input
+    ::close(STDIN_FILENO);
+    read(xmlWithVersion());
+    EXPECT_EQ(::fcntl(STDIN_FILENO, F_GETFD), -1);
+  });
 }
