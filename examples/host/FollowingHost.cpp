@@ -22,7 +22,7 @@ int main(int argc, char** argv) {
   std::array<char, 4096> folder{};
   std::array<char, 64> version{};
   const auto progress = ThinClientLauncherHostAwait(
-      5000, folder.data(), folder.size(), version.data(), version.size());
+      30000, folder.data(), folder.size(), version.data(), version.size());
   if (progress < THIN_CLIENT_LAUNCHER_HOST_ENTERED) {
     std::cerr << argv[0] << ": nothing is known to have come up; see the system log\n";
     return 1;
