@@ -9,6 +9,6 @@ use_llvm
 mkdir -p build/reference
 doxygen docs/Doxyfile
 cmake --preset release >/dev/null
-cmake --build --preset release --target sandbox
+cmake --build build/release --target sandbox
 build/release/tests/lab/programs/sandbox --writable "$PWD" scripts/run_docs.py \
   --only "run in the project's folder" --folder "$PWD" README.md CONTRIBUTING.md

@@ -10,7 +10,7 @@ source "$(dirname "$0")/usage.sh" || exit
 scripts/install-packages.sh build test gnustep faults
 use_llvm
 cmake --preset release >/dev/null
-cmake --build --preset release --target fault_programs
+cmake --build build/release --target fault_programs
 
 build=$PWD/build/release
 lab=$build/tests/lab/programs

@@ -14,6 +14,7 @@ presets=' release libcxx sanitize sanitize-threads macos '
 scripts/install-packages.sh "${purposes[@]}"
 [ "$(uname)" = Darwin ] || use_llvm
 cmake --preset "$preset" >/dev/null
-cmake --build --preset "$preset"
+cmake --build "build/$preset"
 # Many tests wait for processes: two for each core keep it busy.
-ctest --preset "$preset" --parallel "$((2 * $(getconf _NPROCESSORS_ONLN)))"
+ctest --test-dir "build/$preset" --output-on-failure --no-tests=error \
+  --parallel "$((2 * $(getconf _NPROCESSORS_ONLN)))"
