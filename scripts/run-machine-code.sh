@@ -64,7 +64,7 @@ if [ "$(uname -m)" = x86_64 ]; then
   run "${emulator[@]}" "$machine/machine_tests" --gtest_filter='Start.*:Objects.*:WholeLaunch.*'
   emulator=()
   # The launches beside it accept names that no Mac has, and GNUstep's system calls are many.
-  run_command x86_64 '-*RandomHomes*:Cost.AsksLittleMoreThanLaunch' 100
+  run_command x86_64 '-*RandomHomes*:Cost.AsksLittleMoreThanLaunch' 60
 fi
 
 toolchain=$PWD/tests/macos/machine/apple-arm64.cmake
@@ -79,4 +79,4 @@ cmake --preset release -B build/arm64 --toolchain "$toolchain" "${options[@]}" \
   -DLAUNCHER_BUILD_TOOLS=OFF -DLAUNCHER_BUILD_EXAMPLES=OFF >/dev/null
 cmake --build build/arm64 --target "${targets[@]}"
 run_library arm64
-run_command arm64 'Command.*:AfterALaunch.*:OnTerminal.*' 12
+run_command arm64 'Command.*:AfterALaunch.*:OnTerminal.*' 8

@@ -43,16 +43,17 @@ def copy_header_packages(sysroot):
 
 def write_libcxx_configuration(llvm, sysroot):
     """Turns on in a copy of Debian's file the availability checks that keep out what macOS 11 lacks."""
-    configuration = (llvm / "include/c++/v1/__config_site").read_text()
+    original = llvm / "include/c++/v1/__config_site"
     checked, switches = re.subn(
         r"#define _LIBCPP_HAS_NO_VENDOR_AVAILABILITY_ANNOTATIONS\n"
         r"|(#define _LIBCPP_HAS_VENDOR_AVAILABILITY_ANNOTATIONS) 0\n",
-        lambda match: f"{match[1]} 1\n" if match[1] else "", configuration)
+        lambda match: f"{match[1]} 1\n" if match[1] else "", original.read_text())
     if switches != 1:
         sys.exit(f"lay_out.py: {llvm}'s __config_site has no switch for availability checks")
     folder = sysroot / "usr/include/libc++-config"
     folder.mkdir()
     (folder / "__config_site").write_text(checked)
+    shutil.copystat(original, folder / "__config_site")  # so that nothing is built again
 
 
 def main(ziglang, llvm, sysroot):

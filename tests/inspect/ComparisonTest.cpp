@@ -145,7 +145,7 @@ TEST_F(Comparison, RandomHomes) {
 }
 
 TEST_F(Comparison, Terminals) {
-  for (unsigned number = 1; number <= HOMES / 10; ++number) {
+  for (unsigned number = 1; number <= HOMES / 8; ++number) {
     const Words words = layOut(number);
     for (const unsigned short columns : WIDTHS)
       if (isComparable())
@@ -174,7 +174,6 @@ TEST_F(Comparison, WrongUsage) {
       {"--version"}};
   for (const Words& row : rows) {
     compare(row);
-    compare(with("--json", row));
     compare(with("--check", row));
   }
 }
