@@ -126,14 +126,13 @@ void makeWritable(const fs::path& folder) {
 
 void enter(const std::vector<fs::path>& writable) try {
   const fs::path workingDirectory = fs::current_path();
-  const bool isOrdinaryUser = ::unshare(CLONE_NEWNS) != 0;
-  if (isOrdinaryUser)
+  if (::unshare(CLONE_NEWNS) != 0)
     unshareAsOrdinaryUser();
   enterEmptyRoot();
   fillRoot();
   for (const auto& folder : writable)
     makeWritable(folder);
-  if (isOrdinaryUser)
+  if (::geteuid() != 0)
     dropCapabilities();
   fs::current_path(workingDirectory);
   for (const char* name : {"TMPDIR", "HOME"})

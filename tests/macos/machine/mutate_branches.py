@@ -57,7 +57,7 @@ class Tests:
         self.machine, self.emulator, self.limit = machine.resolve(), emulator, None
         self.library = self.machine / "libmachine_code.so"
         self.content = self.library.read_bytes()
-        self.image = self.content.index((machine / "library.s.bin").read_bytes()[:4096])
+        self.image = self.content.index((machine / "LIBRARY.s.bin").read_bytes()[:4096])
 
     def code(self, address):
         return self.content[self.image + address :][:8]
