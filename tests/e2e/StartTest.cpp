@@ -246,11 +246,12 @@ const Breakage BREAKAGES[] = {
      [](const fs::path& executable) { replaceByScript(executable, "#!/missing/interpreter\n"); },
      "No such file or directory"}};
 
+// A path is text, not a format.
 TEST_F(Start, ReportsBrokenCopies) {
   std::vector<std::string> expected;
   for (const auto& breakage : BREAKAGES) {
     SCOPED_TRACE(breakage.name);
-    const Copy copy = makeCopy();
+    const Copy copy = makeCopy(home.launcherDirectory() / "100%s%d%n");
     breakage.apply(executableIn(copy));
     launchInHost();
     EXPECT_EQ(readFile(copy.dir() / "launchCount.dat"), "1");
@@ -258,17 +259,9 @@ TEST_F(Start, ReportsBrokenCopies) {
     fs::remove_all(copy);
   }
   EXPECT_EQ(systemLog->awaitMessages(expected.size()), expected);
+  EXPECT_THAT(systemLog->await(0), Each(Field(&SystemLog::Entry::priority, LOG_USER | LOG_ERR)));
   EXPECT_THAT(reports(), IsEmpty());
   EXPECT_FALSE(fs::exists(home.path() / "shell-ran"));
-}
-
-// A path is text, not a format.
-TEST_F(Start, ReportsPercentSigns) {
-  const Copy copy = makeCopy(home.launcherDirectory() / "100%s%d%n");
-  fs::remove(executableIn(copy));
-  launchInHost();
-  EXPECT_EQ(outcome(), failure(executableIn(copy), "No such file or directory"));
-  EXPECT_EQ(systemLog->await(1)[0].priority, LOG_USER | LOG_ERR);
 }
 
 TEST_F(Start, ReportsDeniedCalls) {
@@ -378,29 +371,6 @@ TEST_F(Start, HoldsCallerFor3Seconds) {
     EXPECT_EQ(FakeSleep::count(), 1U);
   });
   EXPECT_EQ(outcome(), failure(executableIn(fs::current_path()), "No such file or directory"));
-}
-
-TEST_F(Start, IsNotAwaited) {
-  makeCopy();
-  inHost([this] {
-    FakeSystem::fork.answer = Answer::LATER;
-    EXPECT_EQ(launch(), "returned 0");
-    EXPECT_EQ(countThreads(), 2);
-    EXPECT_TRUE(fs::is_empty(home.path() / "reports"));
-    FakeSystem::fork.answer = Answer::YES;
-  });
-  EXPECT_EQ(outcome(), SUCCESS);
-  EXPECT_EQ(reports().size(), 1U);
-}
-
-TEST_F(Start, IgnoresStalledLog) {
-  makeCopy();
-  inHost([this] {
-    systemLog->stall();
-    EXPECT_EQ(launch(), "returned 0");
-    EXPECT_EQ(countThreads(), 2);
-    EXPECT_EQ(outcome(), SUCCESS);
-  });
 }
 
 // --- Hosts of many kinds ---
