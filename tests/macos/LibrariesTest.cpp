@@ -40,9 +40,7 @@ protected:
 
 // --- The main library ---
 
-using MainLibrary = Libraries;
-
-TEST_F(MainLibrary, LogsFailure) {
+TEST_F(Libraries, LogFailure) {
   LauncherHelper::loadMainDllFromCurrentDirectory();
   EXPECT_THAT(
       log(),
@@ -53,9 +51,7 @@ TEST_F(MainLibrary, LogsFailure) {
 
 // --- The launcher library ---
 
-using LauncherLibrary = Libraries;
-
-TEST_F(LauncherLibrary, IsOwnInLoadModeElseShared) {
+TEST_F(Libraries, AreOwnInLoadModeElseShared) {
   const fs::path shared = launcherDirectory() / LAUNCHER_NAME;
   install(shared);
   install(frameworks() / LAUNCHER_NAME);
@@ -73,7 +69,7 @@ TEST_F(LauncherLibrary, IsOwnInLoadModeElseShared) {
       record(), ElementsAre("launcher 2 [loadmode] null", "launcher 3 [launchermode] [45.1] null"));
 }
 
-TEST_F(LauncherLibrary, LogsMissingEntry) {
+TEST_F(Libraries, LogMissingEntry) {
   install(launcherDirectory() / LAUNCHER_NAME, ENTRYLESS_LIBRARY);
   loadLauncher({"app"});
   EXPECT_THAT(
@@ -83,13 +79,13 @@ TEST_F(LauncherLibrary, LogsMissingEntry) {
           HasSubstr("undefined symbol: ThinClientLauncherEntryPoint")));
 }
 
-TEST_F(LauncherLibrary, NoLoaderError) {
+TEST_F(Libraries, MayLackError) {
   dlerror();
   EXPECT_EQ(Platform::loaderError(), "");
 }
 
-} // namespace
-
-TEST_F(LauncherLibrary, KnowsStartedProgram) {
+TEST_F(Libraries, KnowStartedProgram) {
   EXPECT_EQ(Platform::startedProgram(), fs::read_symlink("/proc/self/exe"));
 }
+
+} // namespace

@@ -1,6 +1,5 @@
 #include "BridgeTest.h"
 #include "LauncherHelper.h"
-#include "Logger.h"
 
 namespace fs = std::filesystem;
 namespace fake = test::FakePlatform;
@@ -34,34 +33,8 @@ TEST_F(Start, AsksInOrderAndPauses) {
           "NSWorkspace sharedWorkspace",
           "openApplicationAtURL: " + opened(folder(), " \"loadmode\""),
           "pause"));
-}
-
-TEST_F(Start, LeavesNoObject) {
-  LauncherHelper::launchFromDirectory(folder(), "loadmode");
   EXPECT_EQ(fake::liveConfigurations(), 0u);
 }
-
-// --- The outcome ---
-
-TEST_F(Start, ReportsFailure) {
-  LauncherHelper::launchFromDirectory(folder(), "loadmode");
-  fake::answerStart("The application cannot be opened: 100 % \xc3\xbc"
-                    "ber");
-  EXPECT_THAT(
-      fake::calls("NSLog "),
-      ElementsAre("Failed to run the app: The application cannot be opened: 100 % \xc3\xbc"
-                  "ber"));
-}
-
-TEST_F(Start, LogsNothing) {
-  Logger::open(folder() / "log.txt", true);
-  LauncherHelper::launchFromDirectory(folder(), "loadmode");
-  fake::answerStart("no such application");
-  Logger::close();
-  EXPECT_EQ(fs::file_size(folder() / "log.txt"), 0u);
-}
-
-// --- The bundle and the argument ---
 
 TEST_F(Start, PassesBoth) {
   const fs::path none = folder() / "none";

@@ -50,9 +50,11 @@ TEST_F(WholeLaunch, StartsAndCleansUp) {
 
 TEST_F(WholeLaunch, GoesOnAfterFailure) {
   const test::Copy only(launcherDirectory() / "45.12.0.900");
-  fake::onPause([] { fake::answerStart("no such application"); });
+  const std::string reason = "The application cannot be opened: 100 %% \u00FCber";
+  fake::onPause([&] { fake::answerStart(reason); });
   EXPECT_EQ(launch({"host"}), 0);
-  EXPECT_THAT(fake::calls("NSLog "), ElementsAre("Failed to run the app: no such application"));
+  EXPECT_THAT(fake::calls("NSLog "), ElementsAre("Failed to run the app: " + reason));
+  EXPECT_EQ(log("launchmode").size(), 7U) << "the start adds nothing to the launcher's own log";
   EXPECT_EQ(test::readFile(only.dir() / "launchCount.dat"), "1");
 }
 
