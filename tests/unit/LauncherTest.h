@@ -10,6 +10,7 @@
 
 #include <filesystem>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 // At the start of a test for which a Mac lacks something.
@@ -43,6 +44,26 @@ protected:
   void emptyLog() const {
     Logger::close();
     Logger::open(logFile(), true);
+  }
+
+  // Whatever lies at a place counts as being there, but for a link to nothing.
+  template <typename Condition>
+  void expectAnyEntryCounts(const std::filesystem::path& place, Condition counts) const {
+    const auto target = home.path() / "target";
+    EXPECT_FALSE(counts()) << "nothing";
+    writeFile(place, "");
+    EXPECT_TRUE(counts()) << "file";
+    std::filesystem::remove(place);
+    std::filesystem::create_directory(place);
+    EXPECT_TRUE(counts()) << "folder";
+    std::filesystem::remove(place);
+    ASSERT_EQ(::mkfifo(place.c_str(), 0666), 0);
+    EXPECT_TRUE(counts()) << "pipe";
+    std::filesystem::remove(place);
+    std::filesystem::create_symlink(target, place);
+    EXPECT_FALSE(counts()) << "dangling link";
+    writeFile(target, "");
+    EXPECT_TRUE(counts()) << "link";
   }
 
   const ThinClientLauncherBase launcher{};

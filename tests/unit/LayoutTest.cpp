@@ -34,18 +34,8 @@ TEST_F(Layout, TakesAnyEntryForABundle) {
   EXPECT_FALSE(LauncherHelper::isVDIPluginDirectory(dir)) << "missing folder";
   EXPECT_FALSE(LauncherHelper::isVDIPluginDirectory("")) << "empty path";
   fs::create_directory(dir);
-  EXPECT_FALSE(LauncherHelper::isVDIPluginDirectory(dir)) << "missing bundle";
-  test::writeFile(bundle, "");
-  EXPECT_TRUE(LauncherHelper::isVDIPluginDirectory(dir)) << "plain file";
+  expectAnyEntryCounts(bundle, [this] { return LauncherHelper::isVDIPluginDirectory(dir); });
   EXPECT_FALSE(LauncherHelper::isVDIPluginDirectory(bundle)) << "the bundle itself";
-  fs::remove(bundle);
-  fs::create_directory(bundle);
-  EXPECT_TRUE(LauncherHelper::isVDIPluginDirectory(dir)) << "folder";
-  fs::remove(bundle);
-  fs::create_symlink(home.path() / "target", bundle);
-  EXPECT_FALSE(LauncherHelper::isVDIPluginDirectory(dir)) << "dangling link";
-  test::writeFile(home.path() / "target", "");
-  EXPECT_TRUE(LauncherHelper::isVDIPluginDirectory(dir)) << "link";
 }
 
 TEST_F(Layout, ReadsVersionUnchanged) {
