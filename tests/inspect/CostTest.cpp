@@ -63,11 +63,10 @@ TEST(Cost, GrowsWithCopies) {
   const Facts sample = test::sampleFacts();
   const auto report = [&sample](std::size_t copies) {
     Facts facts = sample;
-    while (facts.decisions.candidates.size() < copies) {
-      facts.decisions.candidates.push_back(
-          sample.decisions.candidates[5]); // which is about to be corrupt
-      facts.decisions.candidates.back().decision.dir +=
-          std::to_string(facts.decisions.candidates.size());
+    auto& candidates = facts.decisions.candidates;
+    while (candidates.size() < copies) {
+      candidates.push_back(sample.decisions.candidates[5]); // which is about to be corrupt
+      candidates.back().decision.dir += std::to_string(candidates.size());
       facts.cleanUp.removed.push_back(sample.cleanUp.removed[0]);
     }
     writeReports(facts);

@@ -59,18 +59,14 @@ std::set<std::string> namesIn(const json& entries) {
   return names;
 }
 
-std::string textBetween(const std::string& text, const std::string& start, const std::string& end) {
-  const auto from = text.find(start) + start.size();
-  return text.substr(from, text.rfind(end) - from);
-}
-
 // The copy that the launcher's log names.
 std::string chosenInLog(const Sample& sample) {
   const std::string log =
       test::readFile(sample.home / "Library/Logs/VantuOrlixVDI/vdi-launch-launchmode-log.txt");
-  const std::string rest = log.substr(log.find("Best candidate: "));
+  const std::string mark = "Best candidate: ";
+  const std::string rest = log.substr(log.find(mark) + mark.size());
   const std::string line = rest.substr(0, rest.find("\n20"));
-  return textBetween(line, "Best candidate: ", " (version: ");
+  return line.substr(0, line.rfind(" (version: "));
 }
 
 json foretell(const Sample& sample) {
