@@ -327,6 +327,7 @@ TEST_F(List, IsSmall) {
   EXPECT_EQ(read(), "");
 }
 
+// Or a link to such a file.
 TEST_F(List, IsRegularFile) {
   EXPECT_EQ(read(), "") << "missing";
   EXPECT_EQ(PropertyList::read(folder.path() / "missing" / "Info.plist", VERSION_KEY).text, "");
@@ -358,9 +359,6 @@ TEST_F(List, IsRegularFile) {
     EXPECT_EQ(read(), "");
     fs::remove(file);
   }
-}
-
-TEST_F(List, MayBeLink) {
   test::writeFile(folder.path() / "target", xmlWithVersion());
   fs::create_symlink("target", file);
   EXPECT_EQ(read(), VERSION);
