@@ -160,17 +160,13 @@ TEST(Documentation, SchemaFitsReports) {
   }
 }
 
-TEST(Documentation, SchemaFitsSample) {
+TEST(Documentation, SchemaFitsSampleAlone) {
   auto facts = test::sampleFacts();
   facts.explained = 3;
-  const auto report = LauncherInspect::makeReport(facts, {}, LauncherInspect::Paths::Absolute);
-  EXPECT_EQ(validate(LauncherInspect::toJson(report)).err, "");
-}
-
-TEST(Documentation, SchemaRejectsOthers) {
   // Not in the order of Report, for which clang 22 warns of a deprecated look-up by a pointer.
   const nlohmann::json good =
-      LauncherInspect::makeReport(test::sampleFacts(), {}, LauncherInspect::Paths::Absolute);
+      LauncherInspect::makeReport(facts, {}, LauncherInspect::Paths::Absolute);
+  EXPECT_EQ(validate(good.dump()).err, "");
   const std::pair<const char*, const char*> rows[] = {
       {"/home", "\"~\""},
       {"/candidates/0/directory", "\"~/a\""},
