@@ -97,21 +97,6 @@ TEST_F(Command, NormalisesHome) {
     EXPECT_EQ(report(other), absolute) << other;
 }
 
-TEST_F(Command, SeesWorkingDirectory) {
-  const test::ScopedDirectory work;
-  test::Copy(work.path());
-  EXPECT_EQ(inspect({}).status, 1);
-  const Result result = inspect({"--json", "--working-directory", work.path()});
-  EXPECT_EQ(json::parse(result.out)["chosen"]["directory"], work.path().string());
-}
-
-TEST_F(Command, PrintsJson) {
-  home.copy("a\xff\n\"b");
-  const json report = json::parse(inspect({"--json", "--client-version", ""}).out);
-  EXPECT_EQ(report["clientVersion"], "");
-  EXPECT_TRUE(report["chosen"].contains("directoryBytes"));
-}
-
 // Those of USER, of the account and of the home's owner, whatever the output.
 TEST_F(Command, MasksNames) {
   constexpr uid_t DAEMON = 1;
