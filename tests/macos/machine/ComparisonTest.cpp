@@ -98,6 +98,7 @@ protected:
 
   // In use after some launches, and as many in load mode.
   std::size_t bytesAfterLaunches() {
+    const test::ScopedEnvironment home("CFFIXED_USER_HOME", scratch.path());
     for (unsigned number = 1; number <= 20; ++number) {
       fake::reset();
       launch(macos, number);
