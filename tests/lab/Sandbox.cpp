@@ -113,6 +113,7 @@ void fillRoot() {
   fs::create_symlink("pts/ptmx", "/dev/ptmx");
   orThrow(::umount2(OLD_ROOT.c_str(), MNT_DETACH), "umount2");
   fs::remove(OLD_ROOT);
+  fs::permissions("/", fs::perms(0555)); // an ordinary user owns it here
 }
 
 void makeWritable(const fs::path& folder) {
