@@ -94,6 +94,10 @@ TEST_F(LaunchRecord, ReadsOnlyStartOfHugeCount) {
   const std::size_t before = bytesReadSoFar();
   EXPECT_EQ(launcher.getLaunchCount(copy), 4294967295U);
   EXPECT_LT(bytesReadSoFar() - before, 2 * MEBIBYTE);
+  for (const auto& [spaces, count] : {std::pair(MEBIBYTE - 1, 7U), {MEBIBYTE, 0U}}) {
+    test::writeFile(copy / "launchCount.dat", std::string(spaces, ' ') + "7");
+    EXPECT_EQ(launcher.getLaunchCount(copy), count);
+  }
 }
 
 TEST_F(LaunchRecord, TreatsPipesAsLocked) {
