@@ -3,6 +3,7 @@
 #include "Home.h"
 #include "User.h"
 
+#include <fcntl.h>
 #include <glib.h>
 #include <pty.h>
 #include <stdexcept>
@@ -72,18 +73,26 @@ std::vector<std::string> systemCalls(Command command) {
 
 std::string runOnTerminal(const std::vector<std::string>& words, unsigned short columns) {
   const winsize size{24, columns, 0, 0};
-  int terminal = -1;
-  const pid_t child = ::forkpty(&terminal, nullptr, nullptr, &size);
+  int terminal = -1, stream = -1;
+  ::openpty(&terminal, &stream, nullptr, nullptr, &size);
+  ::fcntl(terminal, F_SETFL, O_NONBLOCK);
+  const pid_t child = ::fork();
   if (child == 0) {
+    for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+      ::dup2(stream, standard);
     ::execv(words[0].c_str(), pointersTo(words).data());
     ::_exit(127);
   }
   std::string text;
   char buffer[4096];
-  for (ssize_t got; (got = ::read(terminal, buffer, sizeof buffer)) > 0;)
-    text.append(buffer, static_cast<std::size_t>(got));
+  // What was written before the end is read after it, while the other side is still open.
+  for (bool hasEnded = false; !hasEnded; ::usleep(1000)) {
+    hasEnded = ::waitpid(child, nullptr, WNOHANG) == child;
+    for (ssize_t got; (got = ::read(terminal, buffer, sizeof buffer)) > 0;)
+      text.append(buffer, static_cast<std::size_t>(got));
+  }
+  ::close(stream);
   ::close(terminal);
-  ::waitpid(child, nullptr, 0);
   return text;
 }
 
