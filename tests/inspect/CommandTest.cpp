@@ -81,15 +81,15 @@ TEST_F(Command, InspectsOtherHome) {
 
 TEST_F(Command, NormalisesHome) {
   home.copy("a").launches("3");
-  fs::create_directory(home.path() / "work");
+  fs::create_directory(home.path() / "inside");
   const auto report = [&](const std::string& name) {
-    return inspect({"--json", "--home", name}, home.path() / "work").out;
+    return inspect({"--json", "--home", name}, home.path() / "inside").out;
   };
   const std::string absolute = report(home.path());
   const std::string name = home.path().filename();
   const std::string others[] = {
       home.path().string() + "/",
-      home.path().string() + "/work/..",
+      home.path().string() + "/inside/..",
       "..",
       "./../",
       "../../" + name};
