@@ -63,6 +63,7 @@ TEST(Utf8, KnowsBrokenTexts) {
        {"\xff",
         "a\xc3",
         "\xc3\x28",
+        "\xbf\x80",
         "\xed\xa0\x80",
         "\xc0\xaf",
         "\xe0\x9f\xbf",
