@@ -150,12 +150,13 @@ TEST_F(Comparison, RandomHomes) {
   EXPECT_EQ(compared, HOMES);
 }
 
-// A cache may grow once or twice. What a launch loses, it loses each time.
+// A cache may grow now and then, and an allocation take some bytes more. What a launch loses, it
+// loses each time.
 TEST_F(Comparison, LeavesNoMemory) {
   std::size_t before = bytesAfterLaunches(), after = bytesAfterLaunches();
-  for (int round = 0; round < 4 && after != before; ++round)
+  for (int round = 0; round < 4 && after > before; ++round)
     before = std::exchange(after, bytesAfterLaunches());
-  EXPECT_EQ(after, before);
+  EXPECT_LE(after, before);
 }
 
 // --- Loading and unloading ---
